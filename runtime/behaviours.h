@@ -1,0 +1,129 @@
+// Behaviours: what the receivers of one kind understand, and the cells that remember it.
+//
+// A behaviour is the identity of a method dictionary with its superclasses, not a class object: classes made by
+// copying a class share their original's. A class has two, its instances' and its own as a receiver. A cell belongs
+// to one behaviour and one selector and holds what that message runs; cells live for ever, so that send sites,
+// callbacks and cache words may keep a cell's number as long as they like. A class that gains a method has the cells
+// concerned changed in place.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <initializer_list>
+#include <string_view>
+
+#include "runtime/selectors.h"
+#include "runtime/types.h"
+
+namespace oocobol {
+
+struct Cell;
+struct ClassFamily;
+
+// What a send ends in: the receiver, its data, the argument addresses (the returning item's first, at least as many
+// as the cell's parameter count), and the cell it was found through.
+using MethodEntry = void (*)(Ref self, void *body, void *const *arguments, const Cell *cell);
+
+struct Method {
+    MethodEntry entry = nullptr; // for code registered from outside, the bridge to it
+    void *code = nullptr;        // that code
+    const ClassFamily *owner = nullptr;
+    SelectorId selector = 0;
+    std::uint32_t dataOffset = 0; // where its class's own data starts in the receiver's
+    std::uint8_t parameters = 1;  // the returning item included
+    std::uint8_t attributes = 0;
+    bool library = false; // compiled into this library
+    bool cobol = false;   // the code is COBOL's
+};
+
+struct alignas(32) Cell {
+    std::atomic<MethodEntry> entry{nullptr};
+    std::atomic<const Method *> method{nullptr};
+    std::uint32_t behaviour = 0;
+    SelectorId selector = 0;
+    // Never lowered, and raised before the entry changes: a sender that read it passes enough addresses.
+    std::atomic<std::uint32_t> parameters{0};
+};
+static_assert(sizeof(Cell) == 32);
+
+using CellNumber = std::uint32_t; // 0: none; cell 0 matches no object
+extern constinit Cell *cells;
+extern constinit std::atomic<std::uint32_t> cellCount;
+
+// ---- Needs ------------------------------------------------------------------------------------------------------
+// Messages whose library code a native loop may stand for. A behaviour's mask tells which of them still resolve to
+// the library, so that a loop over a collection asks once: may I do natively what I would otherwise send?
+
+inline constexpr std::string_view guardedMessages[] = {
+    "at",         "atput",          "atnogc",        "isat",          "isatidentity",   "size",
+    "add",        "remove",         "copy",          "finalize",      "basicat",        "basicatnogc",
+    "isemptyat",  "isoccuppiedat",  "findelement",   "findkey",       "grow",           "hash",
+    "equal",      "sizeinbytes",    "template",      "malloc",        "dealloc",        "raiseexception",
+    "invoke",     "getvalue",       "setvalue",      "getaddress",    "species",        "copyempty",
+    "do",         "basickeyat",     "basicdataat",   "firstindexof",  "allocateelement", "copyemptywithsize",
+    "addfirst",   "makeroomatend",  "basicgrow",     "resort",        "sort",           "insertbeforeindex",
+    "defaultsortmethod",            "lessthanorequalbylengthvalue",   "lessthanbylengthvalue",
+    "greaterthanbylengthvalue",     "equalbylengthvalue",             "lessthanorequal",
+    "newclass",   "withvalue",      "new",           "newindexedinstance", "setlength", "initialize",
+    "iscompatible", "dowithoutcopy", "makeroomatstart", "addnosort",  "replacecontentswith", "fixcollisionsfrom",
+    "setoccuppied", "setempty",     "privateat"};
+static_assert(std::size(guardedMessages) <= 64);
+
+class Needs {
+  public:
+    consteval Needs(std::initializer_list<std::string_view> names) {
+        for (const auto name : names) bits |= bitOf(name);
+    }
+    std::uint64_t bits = 0;
+
+  private:
+    static consteval std::uint64_t bitOf(std::string_view name) {
+        for (std::size_t i = 0; i < std::size(guardedMessages); ++i) {
+            if (guardedMessages[i] == name) return std::uint64_t{1} << i;
+        }
+        throw "not among guardedMessages";
+    }
+};
+
+// ---- Behaviours -------------------------------------------------------------------------------------------------
+
+struct CellTable;
+
+struct Behaviour {
+    const ClassFamily *family = nullptr; // none for the behaviour of null
+    std::atomic<CellTable *> cells{nullptr};
+    std::atomic<std::uint64_t> pristine{0}; // bit i: guardedMessages[i] resolves to the library's code, or to nothing
+    std::uint32_t id = 0;
+    bool classSide = false;
+};
+
+inline constexpr std::uint32_t nullBehaviour = 1;
+
+// Reserves the tables of cells and behaviours and makes the behaviour of null. False when there is no memory.
+bool reserveBehaviours() noexcept;
+
+Behaviour *makeBehaviour(const ClassFamily *family, bool classSide) noexcept; // null when memory is short
+Behaviour &behaviourAt(std::uint32_t id) noexcept;
+
+// The method that a message to a receiver of this behaviour runs, or null. Lookup order: the class's methods, then its
+// superclasses'; for class objects, after the class methods of all of these, the instance methods of `behavior` and
+// `base`; for null, the instance methods of `base`, then the class methods of `nilobject`.
+const Method *lookUp(const Behaviour &behaviour, SelectorId selector) noexcept;
+
+// The cell of that message, made when it does not exist; for a message not understood, a cell that says so. Null only
+// when memory is short.
+const Cell *cellFor(Behaviour &behaviour, SelectorId selector) noexcept;
+inline CellNumber numberOf(const Cell *cell) { return static_cast<CellNumber>(cell - cells); }
+
+// Brings cells and masks up to date after `family` gained methods.
+void methodsChanged(const ClassFamily &family) noexcept;
+
+// Forces the dispatched road everywhere (and back): a test switch, and what message tracing sets.
+void allowNativePaths(bool allowed) noexcept;
+
+// Whether every message in `needs`, sent to receivers of this behaviour, still runs library code.
+inline bool isPristine(const Behaviour &behaviour, Needs needs) noexcept {
+    return (behaviour.pristine.load(std::memory_order_acquire) & needs.bits) == needs.bits;
+}
+
+} // namespace oocobol

@@ -1,0 +1,408 @@
+#include "runtime/dispatch.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "host/gnucobol.h"
+#include "host/host.h"
+#include "runtime/classes.h"
+#include "runtime/errors.h"
+#include "runtime/object_table.h"
+#include "runtime/objects.h"
+#include "runtime/receiver.h"
+#include "runtime/thread_state.h"
+
+namespace oocobol {
+
+namespace {
+
+std::atomic<std::uint32_t> level{0};
+
+constexpr std::uint32_t missesToRelink = 16; // a power of two
+
+// ---- Sites --------------------------------------------------------------------------------------------------------
+
+CellNumber cellNumberOf(const oops_site &site) {
+    return std::atomic_ref<const std::uint32_t>(site.cell).load(std::memory_order_acquire);
+}
+
+// Whoever made the site may have left anything in it.
+const Cell &cellOf(const oops_site &site) {
+    const auto number = cellNumberOf(site);
+    return cells[number < cellCount.load(std::memory_order_relaxed) ? number : 0];
+}
+
+SelectorId selectorOfSite(oops_site &site) {
+    const std::atomic_ref<std::uint32_t> selector(site.reserved);
+    if (const auto known = selector.load(std::memory_order_relaxed)) return known;
+    const auto found = findSelector(nameView(site.method));
+    if (found != 0) selector.store(found, std::memory_order_relaxed);
+    return found;
+}
+
+// A site that meets many classes keeps its cell most of the time, so that threads do not fight over it.
+void relink(oops_site &site, const Cell *cell) {
+    const std::atomic_ref<std::uint32_t> number(site.cell);
+    if (number.load(std::memory_order_relaxed) != 0 && (++thread.misses & (missesToRelink - 1)) != 0) return;
+    number.store(numberOf(cell), std::memory_order_release);
+}
+
+// ---- The stack ----------------------------------------------------------------------------------------------------
+
+std::uintptr_t stackPosition() { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); }
+
+bool tooDeep() {
+    const auto position = stackPosition();
+    if (position >= thread.stackLimit) return false;
+    prepareThread();
+    if (position >= thread.stackLimit) return false;
+    return position >= thread.stackEnd && position < thread.stackBase; // not on a stack of the program's own making
+}
+
+// The handler gets what was kept back of the stack; if that does not do either, nothing that needs objects can help.
+void raiseStackExhausted(Ref receiver, const char *name) {
+    if (thread.handlingOverflow) {
+        host::report("oocobol: the stack is exhausted while that very error is being handled; the run ends.\n");
+        host::endRunUnit(1);
+    }
+    const auto limit = thread.stackLimit;
+    thread.handlingOverflow = true;
+    thread.stackLimit = thread.stackEnd + (limit - thread.stackEnd) / 4;
+    raiseOn(receiver, static_cast<Count>(Error::stackExhausted), nameView(name));
+    thread.stackLimit = limit;
+    thread.handlingOverflow = false;
+}
+
+// ---- Running ------------------------------------------------------------------------------------------------------
+
+void traceSend(Ref receiver, const Behaviour &behaviour, std::string_view name, void *const *arguments,
+               std::uint32_t count) {
+    const std::string_view className = behaviour.family != nullptr ? std::string_view(behaviour.family->name) : "null";
+    std::string line(std::min<std::size_t>(thread.depth, 60) * 2, ' ');
+    line += className;
+    if (behaviour.classSide) line += " class";
+    line += ' ';
+    line += name;
+    char address[40];
+    std::snprintf(address, sizeof address, " #%u (", receiver.index());
+    line += address;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        std::snprintf(address, sizeof address, "%s%p", i == 0 ? "" : " ", arguments[i]);
+        line += address;
+    }
+    std::snprintf(address, sizeof address, ") depth %u", thread.depth);
+    traceText(line + address);
+}
+
+void run(const Cell &cell, Ref receiver, void *body, void *const *arguments, std::uint32_t count) {
+    void *padded[maximumArguments];
+    const auto parameters = std::min<std::size_t>(cell.parameters.load(std::memory_order_acquire), maximumArguments);
+    if (count < parameters) {
+        std::copy(arguments, arguments + count, padded);
+        std::fill(padded + count, padded + parameters, nullptr);
+        arguments = padded;
+    }
+    const auto entry = cell.entry.load(std::memory_order_acquire);
+    if ((level.load(std::memory_order_relaxed) & traceSends) == 0) return entry(receiver, body, arguments, &cell);
+    traceSend(receiver, behaviourAt(cell.behaviour), selectorOf(cell.selector).name, arguments, count);
+    ++thread.depth;
+    entry(receiver, body, arguments, &cell);
+    --thread.depth;
+}
+
+// A message of a name that no class registers.
+void runUnknown(Ref receiver, void *body, std::string_view name, void *const *arguments, std::uint32_t count);
+
+void forward(Ref receiver, void *body, Behaviour &behaviour, SelectorId selector, const char *name, oops_site *site,
+             void *const *arguments, std::uint32_t count) {
+    if (selector == 0) return runUnknown(receiver, body, nameView(name), arguments, count);
+    const auto *cell = cellFor(behaviour, selector);
+    if (cell == nullptr) return raiseOn(receiver, static_cast<Count>(Error::noWorkArea), nameView(name));
+    if (site != nullptr) relink(*site, cell);
+    run(*cell, receiver, body, arguments, count);
+}
+
+// The frame of the static send whose marked self this is, innermost first.
+const StaticFrame *findStaticFrame(Ref self) {
+    const auto *frame = thread.staticFrames;
+    while (frame != nullptr && frame->self != self) frame = frame->outer;
+    return frame;
+}
+
+// Everything that the fast road does not cover: first sends, other classes than last time, null, stale and garbage
+// receivers, a deep stack, tracing, too few arguments.
+[[gnu::noinline]] void sendSlowly(oops_site *site, const char *name, SelectorId selector, Ref receiver,
+                                  void *const *arguments, std::uint32_t count) {
+    ensureStarted();
+    if (tooDeep()) return raiseStackExhausted(receiver, name);
+    if (site != nullptr) selector = selectorOfSite(*site);
+    if (receiver.isNull()) {
+        return forward(receiver, nullptr, behaviourAt(nullBehaviour), selector, name, site, arguments, count);
+    }
+    if (receiver.isStatic()) {
+        if (const auto *frame = findStaticFrame(receiver)) {
+            oops_site staticSite = OOPS_SITE(name);
+            return sendStatic(staticSite, receiver.withoutStatic(), frame->data, arguments, count);
+        }
+    }
+    const auto *entry = findEntry(receiver);
+    if (entry == nullptr) return raiseOn(null, static_cast<Count>(Error::staleReference), nameView(name));
+    auto &behaviour = behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire)));
+    forward(receiver, entry->body.load(std::memory_order_relaxed), behaviour, selector, name, site, arguments, count);
+}
+
+bool gateOpen(std::uint32_t index) { return index < objects.gate.load(std::memory_order_relaxed); }
+
+// ---- Messages not understood --------------------------------------------------------------------------------------
+
+void noteNotUnderstood(Ref receiver, std::string_view name) {
+    auto &noted = thread.notUnderstood[thread.notUnderstoodNext++ % ThreadState::rememberedMessages];
+    noted.receiver = receiver;
+    const auto length = std::min(name.size(), sizeof noted.name - 1);
+    std::memcpy(noted.name, name.data(), length);
+    noted.name[length] = '\0';
+}
+
+void runUnknown(Ref receiver, void *body, std::string_view name, void *const *arguments, std::uint32_t count) {
+    noteNotUnderstood(receiver, name);
+    static constinit oops_site site = OOPS_SITE("doesnotunderstand");
+    if (name == site.method) return; // `base` has not been extended yet
+    sendToSelf(site, receiver, body, arguments, std::min(count, notUnderstoodParameters));
+}
+
+} // namespace
+
+// ---- The four sends -----------------------------------------------------------------------------------------------
+
+void send(oops_site &site, Ref receiver, void *const *arguments, std::uint32_t count) noexcept {
+    if (gateOpen(receiver.index())) [[likely]] {
+        const auto &entry = objects.entries[receiver.index()];
+        const auto &cell = cellOf(site);
+        if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
+            count >= cell.parameters.load(std::memory_order_relaxed) && stackPosition() >= thread.stackLimit)
+            [[likely]] {
+            return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed),
+                                                              arguments, &cell);
+        }
+    }
+    sendSlowly(&site, site.method, 0, receiver, arguments, count);
+}
+
+void sendToSelf(oops_site &site, Ref self, void *body, void *const *arguments, std::uint32_t count) noexcept {
+    if (self.isStatic()) [[unlikely]]
+        return sendStatic(site, self.withoutStatic(), body, arguments, count);
+    send(site, self, arguments, count);
+}
+
+// Instances' behaviours are even and the class side's the odd numbers above, so the class object's tag tells whether
+// the site's cell is its instances'.
+void sendStatic(oops_site &site, Ref classObject, void *data, void *const *arguments, std::uint32_t count) noexcept {
+    const auto self = classObject.asStatic();
+    if (gateOpen(classObject.index())) [[likely]] {
+        const auto tag = objects.entries[classObject.index()].tag.load(std::memory_order_acquire);
+        const auto &cell = cellOf(site);
+        if (tag == makeTag(classObject.generation(), cell.behaviour + 1) &&
+            count >= cell.parameters.load(std::memory_order_relaxed) && stackPosition() >= thread.stackLimit)
+            [[likely]] {
+            return cell.entry.load(std::memory_order_acquire)(self, data, arguments, &cell);
+        }
+    }
+    ensureStarted();
+    if (tooDeep()) return raiseStackExhausted(null, site.method);
+    if (classObject.isNull()) return send(site, null, arguments, count);
+    const auto *family = familyOfClass(classObject);
+    if (family == nullptr) return raiseOn(null, static_cast<Count>(Error::staleReference), nameView(site.method));
+    forward(self, data, *family->instances, selectorOfSite(site), site.method, &site, arguments, count);
+}
+
+void sendToSuper(oops_super_site &site, Ref self, void *body, void *const *arguments, std::uint32_t count) noexcept {
+    if (tooDeep()) return raiseStackExhausted(self, site.site.method);
+    const Behaviour *own = self.isStatic() ? nullptr : behaviourOfObject(self);
+    if (own == nullptr && !self.isStatic())
+        return raiseOn(null, static_cast<Count>(Error::staleReference), nameView(site.site.method));
+    if (!self.isStatic()) body = bodyOf(self);
+    const auto classSide = own != nullptr && own->classSide;
+    const auto *family = self.isStatic() ? familyOfClass(self.withoutStatic()) : own->family;
+    const auto &known = cellOf(site.site);
+    const auto &knownBehaviour = behaviourAt(known.behaviour);
+    // A cell of the wanted side, of a class that the receiver is a kind of: what the site resolved before.
+    if (numberOf(&known) != 0 && knownBehaviour.classSide == classSide && family != nullptr &&
+        family->isKindOf(*knownBehaviour.family)) [[likely]] {
+        return run(known, self, body, arguments, count);
+    }
+    const auto *sender = familyOfClass(classForProgram(nameView(site.class_program)));
+    if (sender == nullptr || family == nullptr || !family->isKindOf(*sender))
+        return raiseOn(self, static_cast<Count>(Error::notUnderstood), nameView(site.site.method));
+    auto *behaviour = sender->super == nullptr ? nullptr
+                      : classSide              ? sender->super->classSide
+                                               : sender->super->instances;
+    if (behaviour == nullptr && classSide) behaviour = rootFamilies().behavior->instances;
+    if (behaviour == nullptr) return runUnknown(self, body, nameView(site.site.method), arguments, count);
+    const auto selector = selectorOfSite(site.site);
+    if (selector == 0) return runUnknown(self, body, nameView(site.site.method), arguments, count);
+    const auto *cell = cellFor(*behaviour, selector);
+    if (cell == nullptr) return raiseOn(self, static_cast<Count>(Error::noWorkArea), nameView(site.site.method));
+    if (sender->super != nullptr) std::atomic_ref<std::uint32_t>(site.site.cell).store(numberOf(cell));
+    run(*cell, self, body, arguments, count);
+}
+
+// ---- Sends by name ------------------------------------------------------------------------------------------------
+
+void sendByName(Ref receiver, const char *name, void *secondCacheWord, void *cacheWord, void *const *arguments,
+                std::uint32_t count) noexcept {
+    static_cast<void>(secondCacheWord); // one word holds all: a cell knows its selector
+    std::uint32_t number = 0;
+    if (cacheWord != nullptr) std::memcpy(&number, cacheWord, sizeof number);
+    SelectorId selector = 0;
+    if (number != 0 && number < cellCount.load(std::memory_order_acquire)) {
+        const auto &cell = cells[number];
+        if (sameName(selectorOf(cell.selector), name)) [[likely]] {
+            selector = cell.selector;
+            if (gateOpen(receiver.index())) {
+                const auto &entry = objects.entries[receiver.index()];
+                if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
+                    count >= cell.parameters.load(std::memory_order_relaxed) && stackPosition() >= thread.stackLimit)
+                    [[likely]] {
+                    return cell.entry.load(std::memory_order_acquire)(
+                        receiver, entry.body.load(std::memory_order_relaxed), arguments, &cell);
+                }
+            }
+        }
+    }
+    oops_site site = {name, 0, selector};
+    if (cacheWord == nullptr) return sendSlowly(&site, name, 0, receiver, arguments, count);
+    ensureStarted();
+    // The word is filled before the method runs: it may lie in an object that the method finalizes.
+    if (selector == 0) selector = findSelector(nameView(name));
+    const auto *behaviour = receiver.isNull() ? &behaviourAt(nullBehaviour) : behaviourOfObject(receiver);
+    if (selector != 0 && behaviour != nullptr) {
+        if (const auto *cell = cellFor(behaviourAt(behaviour->id), selector)) {
+            const auto filled = numberOf(cell);
+            std::memcpy(cacheWord, &filled, sizeof filled);
+        }
+    }
+    site.reserved = selector;
+    sendSlowly(&site, name, 0, receiver, arguments, count);
+}
+
+namespace {
+
+// What a thread remembers of the literals it sent by: the address finds the slot, the name's bytes must still agree.
+struct LiteralCache {
+    static constexpr std::size_t slots = 256;
+    const char *names[slots];
+    CellNumber numbers[slots];
+};
+constinit thread_local LiteralCache literals [[gnu::tls_model("initial-exec")]] = {};
+
+std::size_t slotOf(const char *name) {
+    const auto address = reinterpret_cast<std::uintptr_t>(name);
+    return (address ^ address >> 8) % LiteralCache::slots;
+}
+
+} // namespace
+
+void sendByLiteral(Ref receiver, const char *name, std::size_t length, void *const *arguments,
+                   std::uint32_t count) noexcept {
+    if (cells == nullptr) ensureStarted();
+    const auto slot = slotOf(name);
+    const auto number = literals.names[slot] == name ? literals.numbers[slot] : 0;
+    const auto &cell = cells[number];
+    const auto &known = selectorOf(cell.selector);
+    const auto matches =
+        number != 0 && (length == 0 ? sameName(known, name) : sameName(known, name, length));
+    if (matches && gateOpen(receiver.index())) [[likely]] {
+        const auto &entry = objects.entries[receiver.index()];
+        if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
+            count >= cell.parameters.load(std::memory_order_relaxed) && stackPosition() >= thread.stackLimit)
+            [[likely]] {
+            return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed),
+                                                              arguments, &cell);
+        }
+    }
+    ensureStarted();
+    char bounded[161];
+    const auto view = nameView(name, length != 0 ? length : sizeof bounded - 1);
+    const auto size = std::min(view.size(), sizeof bounded - 1);
+    std::memcpy(bounded, view.data(), size);
+    bounded[size] = '\0';
+    const auto selector = matches ? known.id : findSelector({bounded, size});
+    const auto *behaviour = receiver.isNull() ? &behaviourAt(nullBehaviour) : behaviourOfObject(receiver);
+    if (selector != 0 && behaviour != nullptr) {
+        if (const auto *found = cellFor(behaviourAt(behaviour->id), selector)) {
+            literals.names[slot] = name;
+            literals.numbers[slot] = numberOf(found);
+        }
+    }
+    sendSlowly(nullptr, bounded, selector, receiver, arguments, count);
+}
+
+// ---- Code from outside --------------------------------------------------------------------------------------------
+
+void runMethodFromOutside(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
+    const auto *method = cell->method.load(std::memory_order_acquire);
+    Ref own = self;
+    void *addresses[maximumArguments + 2];
+    const std::size_t parameters = method->parameters;
+    const auto *data = static_cast<std::byte *>(body);
+    addresses[0] = &own;
+    addresses[1] = body == nullptr || self.isStatic() ? body : const_cast<std::byte *>(data) + method->dataOffset;
+    std::copy(arguments, arguments + parameters, addresses + 2);
+    const StaticFrame frame{self, body, thread.staticFrames};
+    if (self.isStatic()) thread.staticFrames = &frame;
+    const auto finished = host::callMethod(method->code, method->cobol, addresses, parameters + 2);
+    thread.staticFrames = frame.outer;
+    afterUserCode();
+    if (!finished)
+        raiseOn(self, static_cast<Count>(Error::exceptionEscaped), selectorOf(method->selector).name);
+}
+
+void notUnderstood(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
+    runUnknown(self, body, selectorOf(cell->selector).name, arguments, notUnderstoodParameters);
+}
+
+std::string_view lastNotUnderstood(Ref object) noexcept {
+    for (std::uint32_t i = 1; i <= ThreadState::rememberedMessages; ++i) {
+        const auto &noted = thread.notUnderstood[(thread.notUnderstoodNext - i) % ThreadState::rememberedMessages];
+        if (noted.receiver == object && noted.name[0] != '\0') return noted.name;
+    }
+    return {};
+}
+
+// ---- Errors -------------------------------------------------------------------------------------------------------
+
+void raiseOn(Ref object, Count error, std::string_view insert) noexcept {
+    char text[161];
+    const auto length = std::min(insert.size(), sizeof text - 1);
+    std::memcpy(text, insert.data(), length);
+    text[length] = '\0';
+    alignas(8) std::byte standIn[8] = {};
+    static constinit oops_site site = OOPS_SITE("raiseexceptionwithtextz");
+    void *arguments[3] = {standIn, &error, text};
+    if (object.isStatic()) object = null;
+    send(site, isLive(object) ? object : null, arguments, length == 0 ? 2 : 3);
+}
+
+// ---- Tracing ------------------------------------------------------------------------------------------------------
+
+std::uint32_t traceLevel() noexcept { return level.load(std::memory_order_relaxed); }
+
+void setTraceLevel(std::uint32_t wanted) noexcept {
+    ensureStarted();
+    const auto before = level.exchange(wanted) & traceSends;
+    if ((wanted & traceSends) == before) return;
+    closeGate((wanted & traceSends) != 0);
+    allowNativePaths((wanted & traceSends) == 0);
+}
+
+void traceText(std::string_view text) noexcept {
+    if (traceLevel() == 0) return;
+    std::string line(text);
+    line += '\n';
+    host::report(line);
+}
+
+} // namespace oocobol

@@ -1,0 +1,220 @@
+#include "runtime/memory.h"
+
+#include <sys/mman.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#if OOCOBOL_CHECKED
+#include <malloc.h>
+#endif
+
+#include "runtime/thread_state.h"
+
+namespace oocobol {
+
+struct FreeBody {
+    FreeBody *next;
+};
+
+namespace {
+
+constexpr std::size_t step = 16;
+constexpr std::size_t slabSize = std::size_t{64} * 1024;
+constexpr std::uint32_t cacheLimit = 1024; // above it half goes to the other threads
+constexpr std::uint32_t batch = cacheLimit / 2;
+
+// Sanitizers watch each body on its own.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool usesSlabs = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool usesSlabs = false;
+#else
+constexpr bool usesSlabs = true;
+#endif
+#else
+constexpr bool usesSlabs = true;
+#endif
+
+#if OOCOBOL_CHECKED
+std::atomic<std::uint64_t> allocations{0};
+std::atomic<std::uint64_t> faultAt{0};
+std::atomic<bool> faultPersists{false};
+std::atomic<std::int64_t> inUse{0};
+
+bool mayAllocate() {
+    const auto at = faultAt.load(std::memory_order_relaxed);
+    const auto now = allocations.fetch_add(1, std::memory_order_relaxed) + 1;
+    return at == 0 || now < at || (now > at && !faultPersists.load(std::memory_order_relaxed));
+}
+void countAllocated(void *memory) { inUse += static_cast<std::int64_t>(malloc_usable_size(memory)); }
+void countReleased(void *memory) { inUse -= static_cast<std::int64_t>(malloc_usable_size(memory)); }
+#else
+constexpr bool mayAllocate() { return true; }
+constexpr void countAllocated(void *) {}
+constexpr void countReleased(void *) {}
+#endif
+
+// What one thread has too many of waits here for another, by size class.
+struct SharedBodies {
+    std::mutex lock;
+    FreeBody *chains[ThreadState::bodyClasses + 1][64] = {};
+    std::uint32_t counts[ThreadState::bodyClasses + 1] = {};
+};
+SharedBodies &shared() {
+    static auto *bodies = new SharedBodies; // outlives every thread
+    return *bodies;
+}
+
+constexpr std::size_t classOf(std::size_t bytes) { return (bytes + step - 1) / step; }
+
+// Cuts the next body from the thread's slab of that class. Only what is handed out is touched.
+std::byte *cut(ThreadState::BodyCache &cache, std::size_t sizeClass) {
+    const auto bytes = sizeClass * step;
+    if (static_cast<std::size_t>(cache.end - cache.next) < bytes) {
+        auto *slab = static_cast<std::byte *>(std::aligned_alloc(step, slabSize));
+        if (slab == nullptr) return nullptr;
+        cache.next = slab;
+        cache.end = slab + slabSize;
+    }
+    auto *body = cache.next;
+    cache.next += bytes;
+    return body;
+}
+
+std::byte *takeShared(ThreadState::BodyCache &cache, std::size_t sizeClass) {
+    auto &all = shared();
+    const std::lock_guard guard(all.lock);
+    if (all.counts[sizeClass] == 0) return nullptr;
+    cache.free = all.chains[sizeClass][--all.counts[sizeClass]];
+    cache.count = batch;
+    auto *body = cache.free;
+    cache.free = body->next;
+    --cache.count;
+    return reinterpret_cast<std::byte *>(body);
+}
+
+void giveShared(ThreadState::BodyCache &cache, std::size_t sizeClass) {
+    auto &all = shared();
+    const std::lock_guard guard(all.lock);
+    if (all.counts[sizeClass] == std::size(all.chains[sizeClass])) return; // keep them: the others have plenty
+    auto *chain = cache.free;
+    auto *last = chain;
+    for (std::uint32_t i = 1; i < batch; ++i) last = last->next;
+    cache.free = last->next;
+    last->next = nullptr;
+    cache.count -= batch;
+    all.chains[sizeClass][all.counts[sizeClass]++] = chain;
+}
+
+[[gnu::noinline]] std::byte *refill(ThreadState::BodyCache &cache, std::size_t sizeClass) {
+    prepareThread();
+    if (cache.next == cache.end) {
+        if (auto *body = takeShared(cache, sizeClass)) return body;
+    }
+    return cut(cache, sizeClass);
+}
+
+std::byte *takeBody(std::size_t sizeClass) {
+    auto &cache = thread.bodies[sizeClass];
+    if (auto *body = cache.free) [[likely]] {
+        cache.free = body->next;
+        --cache.count;
+        return reinterpret_cast<std::byte *>(body);
+    }
+    return refill(cache, sizeClass);
+}
+
+} // namespace
+
+void *allocate(std::size_t size) noexcept {
+    if (!mayAllocate()) return nullptr;
+    auto *memory = std::calloc(size == 0 ? 1 : size, 1);
+    if (memory != nullptr) countAllocated(memory);
+    return memory;
+}
+
+void release(void *memory) noexcept {
+    if (memory == nullptr) return;
+    countReleased(memory);
+    std::free(memory);
+}
+
+std::byte *allocateBody(std::uint32_t size) noexcept {
+    const auto bytes = sizeof(BodyHeader) + size;
+    const auto sizeClass = classOf(bytes);
+    std::byte *memory = nullptr;
+    if (usesSlabs && sizeClass <= ThreadState::bodyClasses) {
+        if (!mayAllocate()) return nullptr;
+        memory = takeBody(sizeClass);
+        if (memory == nullptr) return nullptr;
+        std::memset(memory, 0, sizeClass * step);
+    } else {
+        memory = static_cast<std::byte *>(allocate(bytes));
+        if (memory == nullptr) return nullptr;
+    }
+    auto *body = memory + sizeof(BodyHeader);
+    headerOf(body)->size = size;
+    return body;
+}
+
+void freeBody(void *body) noexcept {
+    auto *memory = reinterpret_cast<std::byte *>(headerOf(body));
+    const auto sizeClass = classOf(sizeof(BodyHeader) + headerOf(body)->size);
+    if (!usesSlabs || sizeClass > ThreadState::bodyClasses) {
+        release(memory);
+        return;
+    }
+    auto &cache = thread.bodies[sizeClass];
+    auto *free = reinterpret_cast<FreeBody *>(memory);
+    free->next = cache.free;
+    cache.free = free;
+    if (++cache.count > cacheLimit) [[unlikely]] giveShared(cache, sizeClass);
+}
+
+void returnBodies() noexcept {
+    for (std::size_t sizeClass = 1; sizeClass <= ThreadState::bodyClasses; ++sizeClass) {
+        auto &cache = thread.bodies[sizeClass];
+        while (cache.count >= batch) {
+            const auto before = cache.count;
+            giveShared(cache, sizeClass);
+            if (cache.count == before) break;
+        }
+    }
+}
+
+void *reserveRange(std::size_t bytes) noexcept {
+    auto *range = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (range == MAP_FAILED) return nullptr;
+    madvise(range, bytes, MADV_DONTDUMP);
+    return range;
+}
+
+void AllocationFaults::failAt([[maybe_unused]] std::uint64_t n, [[maybe_unused]] bool persistent) noexcept {
+#if OOCOBOL_CHECKED
+    allocations = 0;
+    faultPersists = persistent;
+    faultAt = n;
+#endif
+}
+
+std::uint64_t AllocationFaults::count() noexcept {
+#if OOCOBOL_CHECKED
+    return allocations;
+#else
+    return 0;
+#endif
+}
+
+std::int64_t bytesInUse() noexcept {
+#if OOCOBOL_CHECKED
+    return inUse;
+#else
+    return 0;
+#endif
+}
+
+} // namespace oocobol

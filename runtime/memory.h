@@ -1,0 +1,60 @@
+// Memory: raw areas, objects' bodies, and reserved address ranges.
+//
+// Every allocation of the library passes through here, so that tests can make any of them fail. Raw areas come from
+// the C library. Bodies come from per-thread lists by size, are cut from slabs that are never given back (a stale
+// reader on another thread always meets mapped memory of the same size class), and are zero when handed out.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "runtime/types.h"
+
+namespace oocobol {
+
+// Zero-filled, aligned to 16 bytes; null when it cannot be had. Size 0 gives an area too.
+void *allocate(std::size_t size) noexcept;
+void release(void *memory) noexcept;
+
+// Stands before an object's data. 16 bytes.
+struct BodyHeader {
+    std::uint32_t index;      // the object's own, in the object table
+    std::uint32_t classIndex; // its class object's; a class outlives its instances
+    std::uint32_t size;       // of the data, indexed data included
+    std::uint32_t marks;
+};
+static_assert(sizeof(BodyHeader) == 16);
+
+// Marks of a body.
+inline constexpr std::uint32_t markLibrary = 1;   // the library's own singleton: not counted as the program's
+inline constexpr std::uint32_t markClass = 2;     // a class object
+inline constexpr std::uint32_t markCopied = 4;    // a class object made by copying
+inline constexpr std::uint32_t markComponent = 8; // its component slot has been set
+
+inline BodyHeader *headerOf(void *body) {
+    return reinterpret_cast<BodyHeader *>(static_cast<std::byte *>(body) - sizeof(BodyHeader));
+}
+
+// A body for `size` bytes of data, zero-filled, its header's size set; the address is the data's. Null when memory
+// is short.
+std::byte *allocateBody(std::uint32_t size) noexcept;
+void freeBody(void *body) noexcept;
+// Hands the calling thread's free bodies to the others.
+void returnBodies() noexcept;
+
+// An address range that costs memory only where it is touched; null when it cannot be had.
+void *reserveRange(std::size_t bytes) noexcept;
+
+// ---- For tests: failing allocations ------------------------------------------------------------------------------
+
+struct AllocationFaults {
+    // The n-th allocation from now fails (1: the next one), and all after it while `persistent`. 0 lifts the fault.
+    static void failAt(std::uint64_t n, bool persistent) noexcept;
+    // Allocations made since failAt.
+    static std::uint64_t count() noexcept;
+};
+
+// Bytes of raw areas and bodies now in use, for leak checks; counted in checked builds only, else 0.
+std::int64_t bytesInUse() noexcept;
+
+} // namespace oocobol

@@ -1,0 +1,69 @@
+// The vocabulary in which class modules are written: include this and nothing else of the runtime.
+#pragma once
+
+#include <array>
+#include <cstring>
+#include <string_view>
+
+#include "runtime/answers.h"
+#include "runtime/classes.h"
+#include "runtime/errors.h"
+#include "runtime/memory.h"
+#include "runtime/methods.h"
+#include "runtime/objects.h"
+#include "runtime/receiver.h"
+#include "runtime/sends.h"
+#include "runtime/values.h"
+
+namespace oocobol {
+
+// An object that the running method made for itself: finalized when it goes out of scope, unless given away.
+class Temporary {
+  public:
+    explicit Temporary(Ref made) noexcept : object(made) {}
+    ~Temporary() {
+        if (object) send<Ref>(SITE("finalize"), object);
+    }
+    Temporary(const Temporary &) = delete;
+    Temporary &operator=(const Temporary &) = delete;
+
+    Ref ref() const noexcept { return object; }
+    explicit operator bool() const noexcept { return !object.isNull(); }
+    Ref giveAway() noexcept {
+        const auto given = object;
+        object = null;
+        return given;
+    }
+
+  private:
+    Ref object;
+};
+
+// A work area of the running method, zeroed: on the stack up to 256 bytes, else allocated. Test it before use; it is
+// empty when memory is short.
+class WorkArea {
+  public:
+    explicit WorkArea(std::size_t size) noexcept : length(size) {
+        if (size <= sizeof inlineBytes)
+            std::memset(inlineBytes, 0, size);
+        else
+            allocated = static_cast<std::byte *>(allocate(size));
+    }
+    ~WorkArea() { release(allocated); }
+    WorkArea(const WorkArea &) = delete;
+    WorkArea &operator=(const WorkArea &) = delete;
+
+    explicit operator bool() const noexcept { return length <= sizeof inlineBytes || allocated != nullptr; }
+    std::byte *bytes() noexcept { return length <= sizeof inlineBytes ? inlineBytes : allocated; }
+    std::size_t size() const noexcept { return length; }
+    Element element() noexcept { return {bytes()}; }
+    Returning returning() noexcept { return Returning{{bytes()}}; }
+    Bytes text() noexcept { return {reinterpret_cast<const char *>(bytes())}; }
+
+  private:
+    std::size_t length;
+    std::byte *allocated = nullptr;
+    alignas(16) std::byte inlineBytes[256];
+};
+
+} // namespace oocobol

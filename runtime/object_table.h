@@ -1,0 +1,76 @@
+// The object table: which references reach a live object, and where its body is.
+//
+// A reference holds a generation and an index. The entry at the index holds the same generation while the object
+// lives; finalizing moves the generation on, so that a stale reference can only meet a mismatch, and an index whose
+// generations are used up is never used again. Nothing derived from a reference is dereferenced before its index has
+// passed the bound and its generation the comparison.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "runtime/types.h"
+
+namespace oocobol {
+
+struct alignas(16) Entry {
+    std::atomic<std::byte *> body{nullptr};
+    // Generation (low half: odd while live, even while free) and behaviour (high half), compared as one by sends.
+    std::atomic<std::uint64_t> tag{0};
+};
+
+constexpr std::uint64_t makeTag(std::uint32_t generation, std::uint32_t behaviour) {
+    return generation | std::uint64_t{behaviour} << 32;
+}
+constexpr std::uint32_t behaviourOf(std::uint64_t tag) { return static_cast<std::uint32_t>(tag >> 32); }
+
+struct ObjectTable {
+    Entry *entries = nullptr;
+    // Indexes below it can be live.
+    std::atomic<std::uint32_t> limit{0};
+    // What sends compare with: the limit, or 0 while every send must take the slow road (tracing, before start-up).
+    std::atomic<std::uint32_t> gate{0};
+    std::uint32_t capacity = 0;
+};
+extern constinit ObjectTable objects;
+
+// Reserves the table. Called once, by the start of the runtime. False when there is no address space.
+bool reserveObjectTable() noexcept;
+
+// Makes an index the object's and publishes it: the reference, or null when the table is full.
+Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept;
+
+// Ends the reference; answers the body, or null when the reference was not live (of two threads that end the same
+// one, only one gets the body).
+std::byte *removeObject(Ref ref) noexcept;
+
+// The entry of a live reference, null for any other value.
+inline Entry *findEntry(Ref ref) noexcept {
+    const auto index = ref.index();
+    if (index >= objects.limit.load(std::memory_order_acquire)) return nullptr;
+    auto *entry = &objects.entries[index];
+    const auto tag = entry->tag.load(std::memory_order_acquire);
+    const auto live = static_cast<std::uint32_t>(tag) == ref.generation() && (ref.generation() & 1) != 0;
+    return live ? entry : nullptr;
+}
+inline bool isLive(Ref ref) noexcept { return findEntry(ref) != nullptr; }
+inline std::byte *bodyOf(Ref ref) noexcept {
+    auto *entry = findEntry(ref);
+    return entry != nullptr ? entry->body.load(std::memory_order_relaxed) : nullptr;
+}
+
+// The reference that reaches the object at an index now; null when it is free.
+Ref referenceAt(std::uint32_t index) noexcept;
+
+// All sends take the slow road while closed.
+void closeGate(bool closed) noexcept;
+
+// Hands the calling thread's free indexes to the others.
+void returnIndexes() noexcept;
+
+// One pointer per object, in a table of its own that is touched only where it is used.
+void *componentSlot(Ref ref) noexcept;
+void setComponentSlot(Ref ref, void *pointer) noexcept;
+
+} // namespace oocobol

@@ -1,0 +1,193 @@
+#include "runtime/objects.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "host/host.h"
+#include "runtime/thread_state.h"
+
+namespace oocobol {
+
+namespace {
+
+constexpr std::uint64_t largestData = 0xFFFFFF00;
+
+// From the root down, each class's own part.
+void runInitialisers(const ClassFamily &family, Ref object) {
+    for (const auto *ancestor : family.ancestors) {
+        if (ancestor->instanceInitialiser == nullptr) continue;
+        auto *body = bodyOf(object);
+        if (body == nullptr) return;
+        void *data = body + ancestor->instanceDataOffset;
+        host::callMethod(ancestor->instanceInitialiser, host::isCobolCode(ancestor->instanceInitialiser), &data, 1);
+        ++thread.epoch;
+    }
+}
+
+Ref create(const ClassFamily &family, Ref classObject, std::uint64_t size) {
+    if (size > largestData) return null;
+    auto *body = allocateBody(static_cast<std::uint32_t>(size));
+    if (body == nullptr) return null;
+    headerOf(body)->classIndex = classObject.index();
+    const auto object = enterObject(body, family.instances->id);
+    if (!object) {
+        freeBody(body);
+        return null;
+    }
+    if (family.anyInstanceInitialiser) runInitialisers(family, object);
+    return object;
+}
+
+std::recursive_mutex &exchangeLock() {
+    static auto *lock = new std::recursive_mutex;
+    return *lock;
+}
+
+bool isClassObject(const std::byte *body) {
+    return (headerOf(const_cast<std::byte *>(body))->marks & markClass) != 0;
+}
+
+} // namespace
+
+Ref createInstance(Ref classObject) noexcept {
+    const auto *family = familyOfClass(classObject);
+    return family != nullptr ? create(*family, classObject, family->instanceDataSize) : null;
+}
+
+Ref createIndexedInstance(Ref classObject, std::uint64_t count) noexcept {
+    const auto *family = familyOfClass(classObject);
+    return family != nullptr ? create(*family, classObject, family->instanceDataSize + count) : null;
+}
+
+Ref shallowCopy(Ref object) noexcept {
+    const auto *entry = findEntry(object);
+    if (entry == nullptr) return null;
+    const auto behaviour = behaviourOf(entry->tag.load(std::memory_order_acquire));
+    const auto size = headerOf(bodyOf(object))->size;
+    auto *body = allocateBody(size);
+    if (body == nullptr) return null;
+    auto *original = bodyOf(object);
+    std::memcpy(body, original, size);
+    const auto *from = headerOf(original);
+    auto *header = headerOf(body);
+    header->classIndex = from->classIndex;
+    if ((from->marks & markClass) != 0) header->marks = markClass | markCopied | markLibrary;
+    const auto copy = enterObject(body, behaviour);
+    if (!copy) freeBody(body);
+    return copy;
+}
+
+bool copyContents(Ref to, Ref from) noexcept {
+    auto *target = bodyOf(to);
+    const auto *source = bodyOf(from);
+    if (target == nullptr || source == nullptr || isClassObject(target)) return false;
+    const auto *header = headerOf(const_cast<std::byte *>(source));
+    if (headerOf(target)->classIndex != header->classIndex || headerOf(target)->size != header->size) return false;
+    std::memmove(target, source, header->size);
+    return true;
+}
+
+bool exchangeIdentities(Ref one, Ref other) noexcept {
+    const std::lock_guard guard(exchangeLock());
+    auto *first = findEntry(one);
+    auto *second = findEntry(other);
+    if (first == nullptr || second == nullptr) return false;
+    auto *firstBody = first->body.load();
+    auto *secondBody = second->body.load();
+    if (isClassObject(firstBody) || isClassObject(secondBody)) return false;
+    const auto firstBehaviour = behaviourOf(first->tag.load());
+    const auto secondBehaviour = behaviourOf(second->tag.load());
+    auto *firstComponent = componentSlot(one);
+    auto *secondComponent = componentSlot(other);
+    first->body.store(secondBody);
+    second->body.store(firstBody);
+    first->tag.store(makeTag(one.generation(), secondBehaviour), std::memory_order_release);
+    second->tag.store(makeTag(other.generation(), firstBehaviour), std::memory_order_release);
+    std::swap(headerOf(firstBody)->index, headerOf(secondBody)->index);
+    if (firstComponent != secondComponent) {
+        setComponentSlot(one, secondComponent);
+        setComponentSlot(other, firstComponent);
+    }
+    ++thread.epoch;
+    return true;
+}
+
+bool cancelObject(Ref object) noexcept {
+    const auto *body = bodyOf(object);
+    if (body == nullptr) return false;
+    const auto marks = headerOf(const_cast<std::byte *>(body))->marks;
+    if ((marks & markClass) != 0) return false;
+    auto *ended = removeObject(object);
+    if (ended == nullptr) return false;
+    freeBody(ended);
+    return true;
+}
+
+Ref classOf(Ref object) noexcept {
+    if (object.isNull()) return rootFamilies().nilObject->classObject;
+    if (object.isStatic()) return object.withoutStatic();
+    const auto *body = bodyOf(object);
+    if (body == nullptr) return null;
+    if (isClassObject(body)) return rootFamilies().behavior->classObject;
+    return referenceAt(headerOf(const_cast<std::byte *>(body))->classIndex);
+}
+
+Ref superclassOf(Ref classObject) noexcept {
+    const auto *family = familyOfClass(classObject);
+    return family != nullptr && family->super != nullptr ? family->super->classObject : null;
+}
+
+bool resizeIndexed(Ref object, std::uint64_t count) noexcept {
+    auto *entry = findEntry(object);
+    if (entry == nullptr) return false;
+    const auto *behaviour = behaviourOfObject(object);
+    if (behaviour->classSide || !behaviour->family->indexed) return false;
+    const auto size = behaviour->family->instanceDataSize + count;
+    if (size > largestData) return false;
+    auto *body = allocateBody(static_cast<std::uint32_t>(size));
+    if (body == nullptr) return false;
+    auto *old = entry->body.load();
+    const auto *header = headerOf(old);
+    std::memcpy(body, old, std::min<std::size_t>(size, header->size));
+    headerOf(body)->index = header->index;
+    headerOf(body)->classIndex = header->classIndex;
+    headerOf(body)->marks = header->marks;
+    entry->body.store(body, std::memory_order_release);
+    ++thread.epoch;
+    freeBody(old);
+    return true;
+}
+
+void keepForLibrary(Ref object) noexcept {
+    if (auto *body = bodyOf(object)) headerOf(body)->marks |= markLibrary;
+}
+
+Count countInstances(Ref classObject) noexcept {
+    Count count = 0;
+    forEachObject([&](Ref, std::uint32_t classIndex, std::uint32_t marks) {
+        const auto wanted = classObject.isNull() ? (marks & markLibrary) == 0
+                                                 : classIndex == classObject.index() && (marks & markClass) == 0;
+        if (wanted) ++count;
+    });
+    return count;
+}
+
+void reportLeaks() noexcept {
+    std::map<std::string, Count> byClass;
+    Count total = 0;
+    forEachObject([&](Ref object, std::uint32_t, std::uint32_t marks) {
+        if ((marks & markLibrary) != 0) return;
+        const auto *behaviour = behaviourOfObject(object);
+        ++byClass[behaviour != nullptr ? behaviour->family->name : std::string("?")];
+        ++total;
+    });
+    std::string text = "oocobol: " + std::to_string(total) + " live objects at the end of the run\n";
+    for (const auto &[name, count] : byClass) text += "oocobol: " + std::to_string(count) + " " + name + "\n";
+    host::report(text);
+}
+
+} // namespace oocobol

@@ -1,0 +1,60 @@
+// Objects: making, copying, exchanging and releasing them.
+#pragma once
+
+#include "runtime/classes.h"
+#include "runtime/memory.h"
+#include "runtime/object_table.h"
+#include "runtime/types.h"
+
+namespace oocobol {
+
+// A new instance of a class object, zero-filled and initialised. Null when memory is short or this is no class.
+Ref createInstance(Ref classObject) noexcept;
+// The same with `count` bytes of indexed data behind its fields.
+Ref createIndexedInstance(Ref classObject, std::uint64_t count) noexcept;
+
+// A byte copy of an object, of the same class; of a class object, a class of the same family.
+Ref shallowCopy(Ref object) noexcept;
+
+// Copies the data over that of an object of the same class and size. False, and nothing changed, otherwise.
+bool copyContents(Ref to, Ref from) noexcept;
+
+// The two exchange bodies and classes. False, and nothing changed, for class objects and dead references.
+bool exchangeIdentities(Ref one, Ref other) noexcept;
+
+// Releases an object. False when the reference was not live or is a class registered for good.
+bool cancelObject(Ref object) noexcept;
+
+// The class of an object: `behavior` for class objects, `nilobject` for null, the class named by a static self; null
+// for a dead reference.
+Ref classOf(Ref object) noexcept;
+
+// The superclass of a class object; null above the root and for what is no class.
+Ref superclassOf(Ref classObject) noexcept;
+
+// Resizes the indexed data. False, and nothing changed, when it cannot be done.
+bool resizeIndexed(Ref object, std::uint64_t count) noexcept;
+
+// Leaves the object out of the counts of what the program owns: a singleton that the library keeps for the run.
+void keepForLibrary(Ref object) noexcept;
+
+// Calls visit(reference, class index, marks) for each live object, class objects included, in the order of indexes.
+template <class Visit> void forEachObject(Visit visit) {
+    const auto limit = objects.limit.load(std::memory_order_acquire);
+    for (std::uint32_t index = 1; index < limit; ++index) {
+        const auto ref = referenceAt(index);
+        if (!ref) continue;
+        const auto *body = bodyOf(ref);
+        if (body == nullptr) continue;
+        const auto *header = headerOf(const_cast<std::byte *>(body));
+        visit(ref, header->classIndex, header->marks);
+    }
+}
+
+// Live direct instances of a class; for null, the live objects that the program owns.
+Count countInstances(Ref classObject) noexcept;
+
+// What OOCOBOL_LEAKS=1 prints at the end of the run: the objects that the program still owns, by class.
+void reportLeaks() noexcept;
+
+} // namespace oocobol

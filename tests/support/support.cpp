@@ -1,0 +1,143 @@
+#include "tests/support/support.h"
+
+#include <deque>
+#include <map>
+#include <mutex>
+
+namespace oocobol::test {
+
+namespace {
+
+thread_local RaisedErrors *innermost = nullptr;
+
+// The system handler that all tests share: it answers to the innermost record of the thread.
+std::int64_t recordError(void *object, void *number, void *, void *, void *, void *, void *, void *, void *, void *,
+                         void *, void *, void *, void *, void *) {
+    if (innermost == nullptr) return 0;
+    RaisedErrors::Raised raised{};
+    if (object != nullptr) std::memcpy(&raised.object, object, sizeof raised.object);
+    if (number != nullptr) std::memcpy(&raised.number, number, sizeof raised.number);
+    innermost->all.push_back(raised);
+    if (innermost->action) innermost->action(raised.object, raised.number);
+    return static_cast<std::int64_t>(innermost->answer);
+}
+
+void recordMethod(const oops_ref *, void *, void *returning, void *object, void *number, void *) {
+    recordError(object, number, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                nullptr, nullptr, nullptr, nullptr);
+    if (innermost != nullptr && innermost->answers && returning != nullptr)
+        std::memcpy(returning, &innermost->answer, sizeof innermost->answer);
+}
+
+void installHandler() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        const auto recorder = OutsideClass("testrec", "testrecorder", classForProgram("base"))
+                                  .classMethod("record", asMethod(recordMethod), 4)
+                                  .registerIt();
+        const auto handler = send<Ref>(SITE("new"), CLASS("callback"), recorder, Bytes{"record"});
+        keepForLibrary(handler);
+        send<Ref>(SITE("setsystemhandler"), CLASS("exptnmgr"), handler);
+    });
+}
+
+// Entries need addresses of their own; each slot is one.
+constexpr std::size_t slots = 64;
+std::function<std::int64_t(void **)> functions[slots];
+std::size_t nextSlot = 0;
+
+template <std::size_t slot>
+std::int64_t slotEntry(void *a, void *b, void *c, void *d, void *e, void *f, void *g, void *h, void *i, void *j,
+                       void *k, void *l, void *m, void *n, void *o) {
+    void *arguments[] = {a, b, c, d, e, f, g, h, i, j, k, l, m, n, o};
+    return functions[slot](arguments);
+}
+template <std::size_t... slot> constexpr auto slotEntries(std::index_sequence<slot...>) {
+    return std::array<host_entry, sizeof...(slot)>{slotEntry<slot>...};
+}
+constexpr auto entries = slotEntries(std::make_index_sequence<slots>{});
+
+} // namespace
+
+Ref picX(Index length) {
+    static std::map<Index, Ref> made;
+    auto &known = made[length];
+    if (!known) known = send<Ref>(SITE("newclass"), CLASS("picx"), length);
+    return known;
+}
+
+Ref comp5() { return CLASS("comp5"); }
+
+std::string padded(std::string_view text, std::size_t length) {
+    std::string bytes(text.substr(0, length));
+    bytes.resize(length, ' ');
+    return bytes;
+}
+
+Ref text(std::string_view value) {
+    return send<Ref>(SITE("withlengthvalue"), CLASS("chararry"), static_cast<Index>(value.size()),
+                     Bytes{value.data()});
+}
+
+std::string valueOf(Ref textObject) {
+    std::string value(send<Count>(SITE("sizeinbytes"), textObject), '\0');
+    send(SITE("getvalue"), textObject, Returning{{reinterpret_cast<std::byte *>(value.data())}});
+    return value;
+}
+
+void finalize(Ref object) { send<Ref>(SITE("finalize"), object); }
+
+RaisedErrors::RaisedErrors() {
+    installHandler();
+    outer = innermost;
+    innermost = this;
+}
+RaisedErrors::~RaisedErrors() { innermost = outer; }
+
+std::vector<Count> RaisedErrors::numbers() {
+    std::vector<Count> found;
+    for (const auto &raised : all) found.push_back(raised.number);
+    all.clear();
+    return found;
+}
+
+LeakCheck::LeakCheck() {
+    installHandler();
+    before = countInstances(null);
+}
+LeakCheck::~LeakCheck() { EXPECT_EQ(countInstances(null), before) << "live objects"; }
+
+std::string entryNamed(std::function<std::int64_t(void **)> function) {
+    const auto slot = nextSlot++ % slots;
+    functions[slot] = std::move(function);
+    auto name = "testentry" + std::to_string(slot);
+    host_register_entry(name.c_str(), entries[slot]);
+    return name;
+}
+
+Ref block(std::function<std::int64_t(void **)> function) {
+    const auto name = entryNamed(std::move(function));
+    return send<Ref>(SITE("new"), CLASS("entrycll"), Bytes{name.c_str()});
+}
+
+OutsideClass::OutsideClass(const char *program, const char *name, Ref superclass, std::uint32_t classData,
+                           std::uint32_t instanceData)
+    : record(8192) {
+    oopsrecord(record.data(), program, name, superclass.bits, classData, instanceData);
+}
+OutsideClass &OutsideClass::classMethod(const char *name, oops_method code, int parameters) {
+    EXPECT_EQ(oopsrecordmethod(record.data(), record.size(), name, code, parameters, OOPS_CLASS_METHOD), 1);
+    return *this;
+}
+OutsideClass &OutsideClass::method(const char *name, oops_method code, int parameters) {
+    EXPECT_EQ(oopsrecordmethod(record.data(), record.size(), name, code, parameters, 0), 1);
+    return *this;
+}
+Ref OutsideClass::registerIt() {
+    Ref made{};
+    oopsnewclass2(record.data(), &made.bits);
+    return made;
+}
+void OutsideClass::extend() { oopsextendclass2(record.data()); }
+
+} // namespace oocobol::test

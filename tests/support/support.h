@@ -1,0 +1,98 @@
+// What the tests share: elements and templates, recorded errors, leak checks, and classes written outside the library.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "oocobol/oocobol.h"
+#include "runtime/module.h"
+
+namespace oocobol::test {
+
+// ---- Values -----------------------------------------------------------------------------------------------------
+
+// The intrinsic class of PIC X(n) items, made once per length and kept for the run; of 4-byte COMP-5 items.
+Ref picX(Index length);
+Ref comp5();
+
+// A text padded with spaces to `length` bytes; an element area of it.
+std::string padded(std::string_view text, std::size_t length);
+inline Element area(const std::string &bytes) { return {reinterpret_cast<const std::byte *>(bytes.data())}; }
+template <class T> Element area(const T &value) { return {reinterpret_cast<const std::byte *>(&value)}; }
+
+// A new character array; what a text object holds.
+Ref text(std::string_view value);
+std::string valueOf(Ref textObject);
+
+// Sends finalize.
+void finalize(Ref object);
+
+// ---- Errors -----------------------------------------------------------------------------------------------------
+
+// Records what is raised on this thread while it lives, and answers nothing unless told to. Nests.
+class RaisedErrors {
+  public:
+    RaisedErrors();
+    ~RaisedErrors();
+    RaisedErrors(const RaisedErrors &) = delete;
+    RaisedErrors &operator=(const RaisedErrors &) = delete;
+
+    struct Raised {
+        Ref object;
+        Count number;
+    };
+    std::vector<Raised> all;
+    // Runs in the handler, after the error has been recorded.
+    std::function<void(Ref object, Count number)> action;
+    // What the handler answers, when it is to answer.
+    bool answers = false;
+    std::uint64_t answer = 0;
+
+    // The numbers raised so far; clears the record.
+    std::vector<Count> numbers();
+    RaisedErrors *outer;
+};
+
+// ---- Leaks ------------------------------------------------------------------------------------------------------
+
+// Fails the test when it ends with more or fewer live objects than it began with.
+class LeakCheck {
+  public:
+    LeakCheck();
+    ~LeakCheck();
+
+  private:
+    Count before;
+};
+
+// ---- Code from outside -------------------------------------------------------------------------------------------
+
+// Registers an entry under a name of its own and answers the name; the function is kept for the run.
+std::string entryNamed(std::function<std::int64_t(void **arguments)> function);
+// A callback on such an entry: what blocks are in most tests. The caller finalizes it.
+Ref block(std::function<std::int64_t(void **arguments)> function);
+
+// A class registered through the public interface.
+class OutsideClass {
+  public:
+    OutsideClass(const char *program, const char *name, Ref superclass, std::uint32_t classData = 0,
+                 std::uint32_t instanceData = 0);
+    OutsideClass &classMethod(const char *name, oops_method code, int parameters);
+    OutsideClass &method(const char *name, oops_method code, int parameters);
+    Ref registerIt();
+    void extend(); // adds the methods to a class that is registered already
+
+  private:
+    std::vector<std::byte> record;
+};
+// Function pointers of methods have their own parameters; the record takes them as one type.
+template <class... Parameters> oops_method asMethod(void (*code)(Parameters...)) {
+    return reinterpret_cast<oops_method>(code);
+}
+
+} // namespace oocobol::test
