@@ -7,6 +7,8 @@
 // the chain itself, traces of the run time still show every level, and what the second entry overwrites in the real
 // frame is put back. This costs a few nanoseconds where RECURSIVE costs some two hundred.
 #include <algorithm>
+#include <cstring>
+#include <utility>
 
 #include "host/gnucobol.h"
 #include "host/invoke.h"
@@ -24,7 +26,7 @@ public:
     ParameterTable(const Module *caller, void *const *arguments, std::size_t count) {
         const bool fromSender = caller && caller == bridge.state.sender && caller->parameters;
         for (std::size_t i = 0; i < count; ++i)
-            if (arguments[i]) table[i] = fromSender ? lengthGiven(*caller, arguments[i], i) : &unknown;
+            table[i] = !arguments[i] ? nullptr : fromSender ? lengthGiven(*caller, arguments[i], i) : &unknown;
     }
     Field **entries() { return table; }
 
@@ -32,7 +34,10 @@ private:
     // The caller's list is often the callee's, shifted or not.
     static Field *lengthGiven(const Module &caller, const void *address, std::size_t likely) {
         const auto given = static_cast<std::size_t>(std::max(bridge.state.senderArguments, 0));
-        const auto matches = [&](std::size_t i) { return caller.parameters[i] && caller.parameters[i]->data == address; };
+        const auto matches = [&](std::size_t i) {
+            const auto *field = caller.parameters[i];
+            return field && field->data == address;
+        };
         if (likely < given && matches(likely)) return caller.parameters[likely];
         for (std::size_t i = 0; i < given; ++i)
             if (matches(i)) return caller.parameters[i];
@@ -41,20 +46,31 @@ private:
 
     static constexpr FieldAttributes alphanumeric{0x21, 0, 0, 0, nullptr};
     static inline constinit Field unknown{0, nullptr, &alphanumeric};
-    Field *table[24] = {};
+    Field *table[invokeLimit]; // a program looks at no more of it than the call passes
 };
 
 // Stands for the caller where that is no COBOL program.
 constexpr Module hostFrame{.next = nullptr, .parameters = nullptr, .names = {"oocobol", "", "oocobol"}, .counters = {},
                            .parameterCount = 0, .settings = {}, .statement = 0, .rest = {}};
 
+// Compilers copy a structure of this size with a string instruction that takes longer to start than this takes.
+template <std::size_t... Index> void copyFrame(Module &to, const Module &from, std::index_sequence<Index...>) {
+    constexpr std::size_t piece = 16;
+    static_assert(sizeof...(Index) * piece == sizeof(Module));
+    auto *target = reinterpret_cast<std::byte *>(&to);
+    const auto *source = reinterpret_cast<const std::byte *>(&from);
+    (std::memcpy(target + Index * piece, source + Index * piece, piece), ...);
+}
+
+void copyFrame(Module &to, const Module &from) { copyFrame(to, from, std::make_index_sequence<sizeof(Module) / 16>()); }
+
 // Copies of the frames that no copy stands in front of yet.
 template <std::size_t Capacity> class ShadowFrames {
 public:
     ShadowFrames() : count(noteFrames(links, Capacity)) {
-        if (count == 0) copies[0] = hostFrame;
+        if (count == 0) copyFrame(copies[0], hostFrame);
         for (std::size_t i = 0; i < count; ++i) {
-            copies[i] = *links[i].frame;
+            copyFrame(copies[i], *links[i].frame);
             if (i + 1 < count) copies[i].next = &copies[i + 1];
         }
     }
@@ -107,6 +123,11 @@ std::int64_t callOverShadows(Global &global, void *entry, void *const *arguments
     return invoke<std::int64_t>(entry, arguments, count);
 }
 
+// Mostly nothing has changed, and a store that can be left out does not hold up the next copy of the frame.
+template <class Value> void restore(Value &member, Value before) {
+    if (member != before) member = before;
+}
+
 // With frames that we do not know. A program without a COBOL caller takes all its parameters for given.
 std::int64_t callPlainly(Global &global, void *entry, void *const *arguments, std::size_t count) {
     const CallScope scope(global, count);
@@ -129,9 +150,9 @@ std::size_t noteFrames(FrameLinks *links, std::size_t capacity) noexcept {
 void restoreFrames(const FrameLinks *links, std::size_t count) noexcept {
     for (std::size_t i = 0; i < count; ++i) {
         auto &frame = *links[i].frame;
-        frame.next = links[i].next;
-        frame.parameters = links[i].parameters;
-        frame.parameterCount = links[i].parameterCount;
+        restore(frame.next, links[i].next);
+        restore(frame.parameters, links[i].parameters);
+        restore(frame.parameterCount, links[i].parameterCount);
     }
 }
 

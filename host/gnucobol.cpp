@@ -39,12 +39,11 @@ template <class Function> bool find(void *scope, const char *name, Function &fun
 
 bool findEntriesIn(void *scope) {
     RunTimeEntries found{};
-    const bool complete = find(scope, "cob_is_initialized", found.isInitialized) &&
-                          find(scope, "cob_init", found.initialize) && find(scope, "cob_get_global_ptr", found.global) &&
-                          find(scope, "cob_get_num_params", found.parameterCount) &&
-                          find(scope, "libcob_version", found.version) && find(scope, "cob_resolve", found.resolve) &&
-                          find(scope, "cob_external_addr", found.external) &&
-                          find(scope, "cob_stop_run", found.stopRun);
+    const bool complete =
+        find(scope, "cob_is_initialized", found.isInitialized) && find(scope, "cob_init", found.initialize) &&
+        find(scope, "cob_get_global_ptr", found.global) && find(scope, "cob_get_num_params", found.parameterCount) &&
+        find(scope, "libcob_version", found.version) && find(scope, "cob_resolve", found.resolve) &&
+        find(scope, "cob_external_addr", found.external) && find(scope, "cob_stop_run", found.stopRun);
     // Every release 3 has the globals that we read in the same place; others are left alone.
     if (!complete || !std::string_view(found.version()).starts_with("3.")) return false;
     entries = found;

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <utility>
 
@@ -16,10 +15,8 @@ inline constexpr std::size_t invokeLimit = 18;
 
 template <class Result, std::size_t... Index>
 Result invokeWith(void *entry, void *const *arguments, std::size_t count, std::index_sequence<Index...>) {
-    std::array<void *, sizeof...(Index)> padded{};
-    std::copy_n(arguments, count, padded.begin());
     const auto code = reinterpret_cast<Result (*)(void *, ...)>(entry);
-    return code(padded[Index]...);
+    return code((Index < count ? arguments[Index] : nullptr)...);
 }
 
 // Null addresses follow the `count` given ones, up to one of three fixed lengths; `full` makes it the longest.

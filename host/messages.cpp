@@ -2,6 +2,7 @@
 //
 // The files are few and small and do not change under a running program, so each is read once, and that it is missing
 // is remembered as well. Their names come from programs: nothing but a regular file of reasonable size is opened.
+#include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
 #include <map>
@@ -122,7 +123,8 @@ std::string language() {
     std::size_t length = 0;
     while (length < locale.size() && isLetter(locale[length])) ++length;
     const bool named = length >= 2 && length <= 3;
-    const bool ended = length == locale.size() || locale[length] == '_' || locale[length] == '.' || locale[length] == '@';
+    const auto rest = locale.substr(length);
+    const bool ended = rest.empty() || rest.find_first_of("_.@") == 0;
     return named && ended ? std::string(locale.substr(0, length)) : std::string();
 }
 

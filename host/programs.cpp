@@ -3,6 +3,7 @@
 // Names come from data, so a name such as "clock" or "remove" is likely to be a user's program and must never reach a
 // function of the C run time: code is taken only from modules that a program could have been compiled into. What has
 // been found stays mapped, so that it may be remembered.
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdlib>
@@ -99,16 +100,24 @@ bool isRunTimeLibrary(std::string_view file) {
     return false;
 }
 
-// The start-up code of the executable, and this library's own interface, which takes no 15 addresses.
+// The start-up code of the executable, and C++ functions.
 bool isReserved(std::string_view symbol) {
-    if (symbol == "main" || symbol.starts_with("_init") || symbol.starts_with("_fini") || symbol == "_start") return true;
-    return symbol.starts_with("_Z") || symbol.starts_with("oops") || symbol.starts_with("cobinvoke") ||
-           symbol == "host_register_entry";
+    for (const std::string_view prefix : {"_init", "_fini", "_start", "_Z"})
+        if (symbol.starts_with(prefix)) return true;
+    return symbol == "main";
 }
 
-bool isProgramCode(const void *address) {
+// This library's interface to its callers: unlike the class programs in it, no programs.
+bool isOwnInterface(std::string_view symbol) {
+    for (const std::string_view prefix : {"oo", "cobinvoke", "host_", "liboocobol"})
+        if (symbol.starts_with(prefix)) return true;
+    return false;
+}
+
+bool isProgramCode(const void *address, std::string_view symbol) {
     const auto module = moduleOf(address);
-    return module && module->executable && !isRunTimeLibrary(module->fileName());
+    if (!module || !module->executable || isRunTimeLibrary(module->fileName())) return false;
+    return module->base != ownModuleBase() || !isOwnInterface(symbol);
 }
 
 Program programAt(void *address) {
@@ -122,7 +131,7 @@ Program exportedProgram(void *scope, std::string_view name) {
         const auto symbol = linkerName(spelling);
         if (isReserved(symbol)) continue;
         void *address = dlsym(scope, symbol.c_str());
-        if (address && isProgramCode(address)) return programAt(address);
+        if (address && isProgramCode(address, symbol)) return programAt(address);
     }
     return {};
 }
@@ -131,9 +140,10 @@ Program exportedProgram(void *scope, std::string_view name) {
 
 Program resolvedByRunTime(std::string_view name) {
     for (const auto &spelling : spellings(name)) {
-        if (isReserved(linkerName(spelling))) continue;
+        const auto symbol = linkerName(spelling);
+        if (isReserved(symbol)) continue;
         void *address = gnucobol::resolve(spelling.c_str());
-        if (address && isProgramCode(address)) return programAt(address);
+        if (address && isProgramCode(address, symbol)) return programAt(address);
     }
     return {};
 }

@@ -10,7 +10,6 @@
 namespace oocobol {
 
 constinit Cell *cells = nullptr;
-constinit std::atomic<std::uint32_t> cellCount{1};
 
 struct CellTable {
     std::uint32_t mask;
@@ -20,16 +19,16 @@ struct CellTable {
 
 namespace {
 
-constexpr std::uint32_t cellCapacity = std::uint32_t{1} << 22;
 constexpr std::uint32_t behaviourCapacity = std::uint32_t{1} << 20;
 
 Behaviour *behaviours = nullptr;
 std::atomic<std::uint32_t> behaviourCount{1};
 std::recursive_mutex lock;
+CellNumber nextCell = 1;
 std::atomic<bool> nativeAllowed{true};
 
-// A cell that no object's tag can match, for sites that have not been resolved.
-constexpr std::uint32_t noBehaviour = UINT32_MAX;
+// What no object's tag and no class's can match, for sites that have not been resolved.
+constexpr std::uint32_t noBehaviour = UINT32_MAX - 1;
 
 CellNumber findCell(const CellTable *table, SelectorId selector) {
     if (table == nullptr) return 0;
@@ -103,7 +102,7 @@ void refresh(Behaviour &behaviour) {
             const auto held = table->slots[i].load(std::memory_order_relaxed);
             if (held == 0) continue;
             auto &cell = cells[static_cast<CellNumber>(held)];
-            const auto *method = lookUp(behaviour, cell.selector);
+            const auto *method = lookUp(behaviour, cell.selector->id);
             if (method != cell.method.load(std::memory_order_relaxed)) link(cell, method);
         }
     }
@@ -151,13 +150,13 @@ const Cell *cellFor(Behaviour &behaviour, SelectorId selector) noexcept {
     if (const auto number = findCell(behaviour.cells.load(std::memory_order_acquire), selector)) return &cells[number];
     const std::lock_guard guard(lock);
     if (const auto number = findCell(behaviour.cells.load(std::memory_order_relaxed), selector)) return &cells[number];
-    const auto number = cellCount.load(std::memory_order_relaxed);
+    const auto number = nextCell;
     if (number == cellCapacity || !makeRoom(behaviour)) return nullptr;
     auto *cell = new (&cells[number]) Cell;
     cell->behaviour = behaviour.id;
-    cell->selector = selector;
+    cell->selector = &selectorOf(selector);
     link(*cell, lookUp(behaviour, selector));
-    cellCount.store(number + 1, std::memory_order_release);
+    ++nextCell;
     placeCell(*behaviour.cells.load(std::memory_order_relaxed), selector, number);
     return cell;
 }

@@ -39,8 +39,8 @@ struct Method {
 struct alignas(32) Cell {
     std::atomic<MethodEntry> entry{nullptr};
     std::atomic<const Method *> method{nullptr};
+    const Selector *selector = nullptr;
     std::uint32_t behaviour = 0;
-    SelectorId selector = 0;
     // Never lowered, and raised before the entry changes: a sender that read it passes enough addresses.
     std::atomic<std::uint32_t> parameters{0};
 };
@@ -48,7 +48,10 @@ static_assert(sizeof(Cell) == 32);
 
 using CellNumber = std::uint32_t; // 0: none; cell 0 matches no object
 extern constinit Cell *cells;
-extern constinit std::atomic<std::uint32_t> cellCount;
+// The range is reserved whole, and what has not been used yet is zero and matches no object: whatever a cell number
+// that comes from outside holds, the masked one names a cell that may be looked at.
+inline constexpr std::uint32_t cellCapacity = std::uint32_t{1} << 22;
+inline Cell &cellAt(CellNumber number) { return cells[number & (cellCapacity - 1)]; }
 
 // ---- Needs ------------------------------------------------------------------------------------------------------
 // Messages whose library code a native loop may stand for. A behaviour's mask tells which of them still resolve to

@@ -31,8 +31,7 @@ CellNumber cellNumberOf(const oops_site &site) {
 
 // Whoever made the site may have left anything in it.
 const Cell &cellOf(const oops_site &site) {
-    const auto number = cellNumberOf(site);
-    return cells[number < cellCount.load(std::memory_order_relaxed) ? number : 0];
+    return cellAt(cellNumberOf(site));
 }
 
 SelectorId selectorOfSite(oops_site &site) {
@@ -52,7 +51,16 @@ void relink(oops_site &site, const Cell *cell) {
 
 // ---- The stack ----------------------------------------------------------------------------------------------------
 
-std::uintptr_t stackPosition() { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); }
+// The stack pointer itself: asking for the frame's address would make every send set up a frame.
+std::uintptr_t stackPosition() {
+#if defined(__x86_64__)
+    std::uintptr_t position;
+    __asm__("mov %%rsp, %0" : "=r"(position));
+    return position;
+#else
+    return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+#endif
+}
 
 bool tooDeep() {
     const auto position = stackPosition();
@@ -107,7 +115,7 @@ void run(const Cell &cell, Ref receiver, void *body, void *const *arguments, std
     }
     const auto entry = cell.entry.load(std::memory_order_acquire);
     if ((level.load(std::memory_order_relaxed) & traceSends) == 0) return entry(receiver, body, arguments, &cell);
-    traceSend(receiver, behaviourAt(cell.behaviour), selectorOf(cell.selector).name, arguments, count);
+    traceSend(receiver, behaviourAt(cell.behaviour), cell.selector->name, arguments, count);
     ++thread.depth;
     entry(receiver, body, arguments, &cell);
     --thread.depth;
@@ -257,10 +265,10 @@ void sendByName(Ref receiver, const char *name, void *secondCacheWord, void *cac
     std::uint32_t number = 0;
     if (cacheWord != nullptr) std::memcpy(&number, cacheWord, sizeof number);
     SelectorId selector = 0;
-    if (number != 0 && number < cellCount.load(std::memory_order_acquire)) {
-        const auto &cell = cells[number];
-        if (sameName(selectorOf(cell.selector), name)) [[likely]] {
-            selector = cell.selector;
+    if (number != 0 && cells != nullptr) {
+        const auto &cell = cellAt(number);
+        if (cell.selector != nullptr && sameName(*cell.selector, name)) [[likely]] {
+            selector = cell.selector->id;
             if (gateOpen(receiver.index())) {
                 const auto &entry = objects.entries[receiver.index()];
                 if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
@@ -311,9 +319,9 @@ void sendByLiteral(Ref receiver, const char *name, std::size_t length, void *con
     const auto slot = slotOf(name);
     const auto number = literals.names[slot] == name ? literals.numbers[slot] : 0;
     const auto &cell = cells[number];
-    const auto &known = selectorOf(cell.selector);
+    const auto *known = cell.selector;
     const auto matches =
-        number != 0 && (length == 0 ? sameName(known, name) : sameName(known, name, length));
+        number != 0 && (length == 0 ? sameName(*known, name) : sameName(*known, name, length));
     if (matches && gateOpen(receiver.index())) [[likely]] {
         const auto &entry = objects.entries[receiver.index()];
         if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
@@ -329,7 +337,7 @@ void sendByLiteral(Ref receiver, const char *name, std::size_t length, void *con
     const auto size = std::min(view.size(), sizeof bounded - 1);
     std::memcpy(bounded, view.data(), size);
     bounded[size] = '\0';
-    const auto selector = matches ? known.id : findSelector({bounded, size});
+    const auto selector = matches ? known->id : findSelector({bounded, size});
     const auto *behaviour = receiver.isNull() ? &behaviourAt(nullBehaviour) : behaviourOfObject(receiver);
     if (selector != 0 && behaviour != nullptr) {
         if (const auto *found = cellFor(behaviourAt(behaviour->id), selector)) {
@@ -361,7 +369,7 @@ void runMethodFromOutside(Ref self, void *body, void *const *arguments, const Ce
 }
 
 void notUnderstood(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
-    runUnknown(self, body, selectorOf(cell->selector).name, arguments, notUnderstoodParameters);
+    runUnknown(self, body, cell->selector->name, arguments, notUnderstoodParameters);
 }
 
 std::string_view lastNotUnderstood(Ref object) noexcept {

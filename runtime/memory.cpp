@@ -15,29 +15,13 @@
 
 namespace oocobol {
 
-struct FreeBody {
-    FreeBody *next;
-};
-
 namespace {
 
-constexpr std::size_t step = 16;
-constexpr std::size_t slabSize = std::size_t{64} * 1024;
-constexpr std::uint32_t cacheLimit = 1024; // above it half goes to the other threads
-constexpr std::uint32_t batch = cacheLimit / 2;
+using detail::bodyCacheLimit;
+using detail::bodyStep;
 
-// Sanitizers watch each body on its own.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool usesSlabs = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool usesSlabs = false;
-#else
-constexpr bool usesSlabs = true;
-#endif
-#else
-constexpr bool usesSlabs = true;
-#endif
+constexpr std::size_t slabSize = std::size_t{64} * 1024;
+constexpr std::uint32_t batch = bodyCacheLimit / 2;
 
 #if OOCOBOL_CHECKED
 std::atomic<std::uint64_t> allocations{0};
@@ -69,13 +53,11 @@ SharedBodies &shared() {
     return *bodies;
 }
 
-constexpr std::size_t classOf(std::size_t bytes) { return (bytes + step - 1) / step; }
-
 // Cuts the next body from the thread's slab of that class. Only what is handed out is touched.
 std::byte *cut(ThreadState::BodyCache &cache, std::size_t sizeClass) {
-    const auto bytes = sizeClass * step;
+    const auto bytes = sizeClass * bodyStep;
     if (static_cast<std::size_t>(cache.end - cache.next) < bytes) {
-        auto *slab = static_cast<std::byte *>(std::aligned_alloc(step, slabSize));
+        auto *slab = static_cast<std::byte *>(std::aligned_alloc(bodyStep, slabSize));
         if (slab == nullptr) return nullptr;
         cache.next = slab;
         cache.end = slab + slabSize;
@@ -118,16 +100,6 @@ void giveShared(ThreadState::BodyCache &cache, std::size_t sizeClass) {
     return cut(cache, sizeClass);
 }
 
-std::byte *takeBody(std::size_t sizeClass) {
-    auto &cache = thread.bodies[sizeClass];
-    if (auto *body = cache.free) [[likely]] {
-        cache.free = body->next;
-        --cache.count;
-        return reinterpret_cast<std::byte *>(body);
-    }
-    return refill(cache, sizeClass);
-}
-
 } // namespace
 
 void *allocate(std::size_t size) noexcept {
@@ -143,37 +115,32 @@ void release(void *memory) noexcept {
     std::free(memory);
 }
 
-std::byte *allocateBody(std::uint32_t size) noexcept {
-    const auto bytes = sizeof(BodyHeader) + size;
-    const auto sizeClass = classOf(bytes);
-    std::byte *memory = nullptr;
-    if (usesSlabs && sizeClass <= ThreadState::bodyClasses) {
-        if (!mayAllocate()) return nullptr;
-        memory = takeBody(sizeClass);
-        if (memory == nullptr) return nullptr;
-        std::memset(memory, 0, sizeClass * step);
-    } else {
-        memory = static_cast<std::byte *>(allocate(bytes));
-        if (memory == nullptr) return nullptr;
-    }
+namespace detail {
+
+std::byte *allocateBodySlowly(std::uint32_t size) noexcept {
+    const auto sizeClass = bodyClassOf(size);
+    const auto cached = hasBodyCaches && sizeClass <= ThreadState::bodyClasses;
+    auto *memory = cached ? refill(thread.bodies[sizeClass], sizeClass)
+                          : static_cast<std::byte *>(allocate(sizeof(BodyHeader) + size));
+    if (memory == nullptr) return nullptr;
+    if (cached) clearSteps(memory, sizeClass);
     auto *body = memory + sizeof(BodyHeader);
     headerOf(body)->size = size;
     return body;
 }
 
-void freeBody(void *body) noexcept {
-    auto *memory = reinterpret_cast<std::byte *>(headerOf(body));
-    const auto sizeClass = classOf(sizeof(BodyHeader) + headerOf(body)->size);
-    if (!usesSlabs || sizeClass > ThreadState::bodyClasses) {
-        release(memory);
-        return;
-    }
+void freeBodySlowly(void *body) noexcept {
+    const auto sizeClass = bodyClassOf(headerOf(body)->size);
+    if (!hasBodyCaches || sizeClass > ThreadState::bodyClasses) return release(headerOf(body));
     auto &cache = thread.bodies[sizeClass];
-    auto *free = reinterpret_cast<FreeBody *>(memory);
+    auto *free = reinterpret_cast<FreeBody *>(headerOf(body));
     free->next = cache.free;
     cache.free = free;
-    if (++cache.count > cacheLimit) [[unlikely]] giveShared(cache, sizeClass);
+    ++cache.count;
+    giveShared(cache, sizeClass);
 }
+
+} // namespace detail
 
 void returnBodies() noexcept {
     for (std::size_t sizeClass = 1; sizeClass <= ThreadState::bodyClasses; ++sizeClass) {

@@ -5,9 +5,12 @@
 // reader on another thread always meets mapped memory of the same size class), and are zero when handed out.
 #pragma once
 
+#include <emmintrin.h>
+
 #include <cstddef>
 #include <cstdint>
 
+#include "runtime/thread_state.h"
 #include "runtime/types.h"
 
 namespace oocobol {
@@ -35,10 +38,71 @@ inline BodyHeader *headerOf(void *body) {
     return reinterpret_cast<BodyHeader *>(static_cast<std::byte *>(body) - sizeof(BodyHeader));
 }
 
+namespace detail {
+
+inline constexpr std::size_t bodyStep = 16;
+constexpr std::size_t bodyClassOf(std::size_t size) { return (sizeof(BodyHeader) + size + bodyStep - 1) / bodyStep; }
+
+// Sanitizers watch each body on its own, and checked builds count every allocation.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || OOCOBOL_CHECKED
+inline constexpr bool hasBodyCaches = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+inline constexpr bool hasBodyCaches = false;
+#else
+inline constexpr bool hasBodyCaches = true;
+#endif
+#else
+inline constexpr bool hasBodyCaches = true;
+#endif
+inline constexpr std::uint32_t bodyCacheLimit = 1024; // above it half goes to the other threads
+
+std::byte *allocateBodySlowly(std::uint32_t size) noexcept;
+void freeBodySlowly(void *body) noexcept;
+
+// A handful of stores: for bodies' sizes a call of memset takes longer, and so does what compilers make of a plain loop.
+inline void clearSteps(std::byte *memory, std::size_t steps) {
+    for (std::size_t i = 0; i < steps; ++i) {
+        _mm_store_si128(reinterpret_cast<__m128i *>(memory + i * bodyStep), _mm_setzero_si128());
+        __asm__("" : "+r"(i));
+    }
+}
+
+} // namespace detail
+
+struct FreeBody {
+    FreeBody *next;
+};
+
 // A body for `size` bytes of data, zero-filled, its header's size set; the address is the data's. Null when memory
 // is short.
-std::byte *allocateBody(std::uint32_t size) noexcept;
-void freeBody(void *body) noexcept;
+inline std::byte *allocateBody(std::uint32_t size) noexcept {
+    const auto sizeClass = detail::bodyClassOf(size);
+    if (!detail::hasBodyCaches || sizeClass > ThreadState::bodyClasses) return detail::allocateBodySlowly(size);
+    auto &cache = thread.bodies[sizeClass];
+    if (cache.free == nullptr) [[unlikely]]
+        return detail::allocateBodySlowly(size);
+    auto *memory = reinterpret_cast<std::byte *>(cache.free);
+    cache.free = cache.free->next;
+    --cache.count;
+    detail::clearSteps(memory, sizeClass);
+    auto *body = memory + sizeof(BodyHeader);
+    headerOf(body)->size = size;
+    return body;
+}
+
+inline void freeBody(void *body) noexcept {
+    const auto sizeClass = detail::bodyClassOf(headerOf(body)->size);
+    if (!detail::hasBodyCaches || sizeClass > ThreadState::bodyClasses) return detail::freeBodySlowly(body);
+    auto &cache = thread.bodies[sizeClass];
+    if (cache.count >= detail::bodyCacheLimit) [[unlikely]]
+        return detail::freeBodySlowly(body);
+    auto *free = reinterpret_cast<FreeBody *>(headerOf(body));
+    free->next = cache.free;
+    cache.free = free;
+    ++cache.count;
+}
+
 // Hands the calling thread's free bodies to the others.
 void returnBodies() noexcept;
 

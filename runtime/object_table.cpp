@@ -12,11 +12,6 @@ constinit ObjectTable objects;
 
 namespace {
 
-#ifndef OOCOBOL_GENERATION_BITS
-#define OOCOBOL_GENERATION_BITS 31
-#endif
-constexpr std::uint32_t lastGeneration = (std::uint32_t{1} << OOCOBOL_GENERATION_BITS) - 1;
-
 constexpr std::uint32_t largestCapacity = std::uint32_t{1} << 28;
 constexpr std::uint32_t smallestCapacity = std::uint32_t{1} << 20;
 constexpr std::uint32_t freshBatch = 64;
@@ -30,22 +25,12 @@ std::deque<std::uint32_t> &waitingIndexes() {
 void **components = nullptr;
 bool gateClosed = false;
 
-std::uint32_t takeIndex() {
-    auto &own = thread;
-    const auto index = own.freeIndexes[own.indexHead % ThreadState::indexRing];
-    ++own.indexHead;
-    --own.indexCount;
-    return index;
-}
+} // namespace
 
-void putIndex(std::uint32_t index) {
-    auto &own = thread;
-    own.freeIndexes[(own.indexHead + own.indexCount) % ThreadState::indexRing] = index;
-    ++own.indexCount;
-}
+namespace detail {
 
 // Fresh indexes first; then those that other threads freed; then the thread's own, however few.
-std::uint32_t refillIndexes() {
+std::uint32_t refillIndexes() noexcept {
     prepareThread();
     const std::lock_guard guard(tableLock);
     auto &waiting = waitingIndexes();
@@ -74,24 +59,15 @@ std::uint32_t refillIndexes() {
     return thread.indexCount > 0 ? takeIndex() : 0;
 }
 
-std::uint32_t allocateIndex() {
-    if (thread.indexCount > ThreadState::indexReserve) [[likely]] return takeIndex();
-    if (thread.freshIndex < thread.freshEnd) return thread.freshIndex++;
-    return refillIndexes();
-}
-
-void shareIndexes(std::uint32_t count) {
+void shareIndexes() noexcept {
     const std::lock_guard guard(tableLock);
     auto &waiting = waitingIndexes();
-    while (count-- > 0) waiting.push_back(takeIndex());
+    for (std::uint32_t i = 0; i < freshBatch; ++i) waiting.push_back(takeIndex());
 }
 
-void freeIndex(std::uint32_t index) {
-    if (thread.indexCount == ThreadState::indexRing) [[unlikely]] shareIndexes(freshBatch);
-    putIndex(index);
-}
+void clearComponentSlot(std::uint32_t index) noexcept { components[index] = nullptr; }
 
-} // namespace
+} // namespace detail
 
 bool reserveObjectTable() noexcept {
     for (auto capacity = largestCapacity; capacity >= smallestCapacity; capacity /= 2) {
@@ -104,32 +80,6 @@ bool reserveObjectTable() noexcept {
         return true;
     }
     return false;
-}
-
-Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept {
-    const auto index = allocateIndex();
-    if (index == 0) return null;
-    auto &entry = objects.entries[index];
-    const auto generation = static_cast<std::uint32_t>(entry.tag.load(std::memory_order_relaxed)) + 1;
-    headerOf(body)->index = index;
-    entry.body.store(body, std::memory_order_relaxed);
-    entry.tag.store(makeTag(generation, behaviour), std::memory_order_release);
-    return {index | std::uint64_t{generation} << 32};
-}
-
-std::byte *removeObject(Ref ref) noexcept {
-    auto *entry = findEntry(ref);
-    if (entry == nullptr) return nullptr;
-    auto tag = entry->tag.load(std::memory_order_acquire);
-    if (static_cast<std::uint32_t>(tag) != ref.generation()) return nullptr;
-    if (!entry->tag.compare_exchange_strong(tag, makeTag(ref.generation() + 1, 0), std::memory_order_acq_rel))
-        return nullptr;
-    auto *body = entry->body.load(std::memory_order_relaxed);
-    entry->body.store(nullptr, std::memory_order_relaxed);
-    if ((headerOf(body)->marks & markComponent) != 0) components[ref.index()] = nullptr;
-    ++thread.epoch;
-    if (ref.generation() + 1 < lastGeneration) freeIndex(ref.index());
-    return body;
 }
 
 Ref referenceAt(std::uint32_t index) noexcept {
@@ -148,7 +98,7 @@ void closeGate(bool closed) noexcept {
 void returnIndexes() noexcept {
     const std::lock_guard guard(tableLock);
     auto &waiting = waitingIndexes();
-    while (thread.indexCount > 0) waiting.push_back(takeIndex());
+    while (thread.indexCount > 0) waiting.push_back(detail::takeIndex());
     while (thread.freshIndex < thread.freshEnd) waiting.push_back(thread.freshIndex++);
 }
 

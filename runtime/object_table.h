@@ -6,10 +6,14 @@
 // passed the bound and its generation the comparison.
 #pragma once
 
+#include <sys/single_threaded.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 
+#include "runtime/memory.h"
+#include "runtime/thread_state.h"
 #include "runtime/types.h"
 
 namespace oocobol {
@@ -38,13 +42,6 @@ extern constinit ObjectTable objects;
 // Reserves the table. Called once, by the start of the runtime. False when there is no address space.
 bool reserveObjectTable() noexcept;
 
-// Makes an index the object's and publishes it: the reference, or null when the table is full.
-Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept;
-
-// Ends the reference; answers the body, or null when the reference was not live (of two threads that end the same
-// one, only one gets the body).
-std::byte *removeObject(Ref ref) noexcept;
-
 // The entry of a live reference, null for any other value.
 inline Entry *findEntry(Ref ref) noexcept {
     const auto index = ref.index();
@@ -58,6 +55,73 @@ inline bool isLive(Ref ref) noexcept { return findEntry(ref) != nullptr; }
 inline std::byte *bodyOf(Ref ref) noexcept {
     auto *entry = findEntry(ref);
     return entry != nullptr ? entry->body.load(std::memory_order_relaxed) : nullptr;
+}
+
+namespace detail {
+
+#ifndef OOCOBOL_GENERATION_BITS
+#define OOCOBOL_GENERATION_BITS 31
+#endif
+inline constexpr std::uint32_t lastGeneration = (std::uint32_t{1} << OOCOBOL_GENERATION_BITS) - 1;
+
+std::uint32_t refillIndexes() noexcept; // 0 when the table is full
+void shareIndexes() noexcept;
+void clearComponentSlot(std::uint32_t index) noexcept;
+
+inline std::uint32_t takeIndex() noexcept {
+    auto &own = thread;
+    --own.indexCount;
+    return own.freeIndexes[own.indexHead++ % ThreadState::indexRing];
+}
+inline void putIndex(std::uint32_t index) noexcept {
+    auto &own = thread;
+    own.freeIndexes[(own.indexHead + own.indexCount++) % ThreadState::indexRing] = index;
+}
+
+// Takes the entry from live to free; of several threads that try, one succeeds. The locked instruction costs more than
+// the rest of finalizing, and a process of one thread has nobody to race.
+inline bool claim(Entry &entry, std::uint32_t generation) noexcept {
+    auto tag = entry.tag.load(std::memory_order_acquire);
+    if (static_cast<std::uint32_t>(tag) != generation) return false;
+    const auto ended = makeTag(generation + 1, 0);
+    if (__libc_single_threaded != 0) {
+        entry.tag.store(ended, std::memory_order_release);
+        return true;
+    }
+    return entry.tag.compare_exchange_strong(tag, ended, std::memory_order_acq_rel);
+}
+
+} // namespace detail
+
+// Makes an index the object's and publishes it: the reference, or null when the table is full.
+inline Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept {
+    const auto index = thread.indexCount > ThreadState::indexReserve ? detail::takeIndex()
+                       : thread.freshIndex < thread.freshEnd         ? thread.freshIndex++
+                                                                     : detail::refillIndexes();
+    if (index == 0) [[unlikely]]
+        return null;
+    auto &entry = objects.entries[index];
+    const auto generation = static_cast<std::uint32_t>(entry.tag.load(std::memory_order_relaxed)) + 1;
+    headerOf(body)->index = index;
+    entry.body.store(body, std::memory_order_relaxed);
+    entry.tag.store(makeTag(generation, behaviour), std::memory_order_release);
+    return {index | std::uint64_t{generation} << 32};
+}
+
+// Ends the reference of a live object whose entry this is; answers the body, or null when another thread was first.
+inline std::byte *removeObject(Ref ref, Entry &entry) noexcept {
+    if (!detail::claim(entry, ref.generation())) return nullptr;
+    auto *body = entry.body.load(std::memory_order_relaxed);
+    entry.body.store(nullptr, std::memory_order_relaxed);
+    if ((headerOf(body)->marks & markComponent) != 0) [[unlikely]]
+        detail::clearComponentSlot(ref.index());
+    ++thread.epoch;
+    if (ref.generation() + 1 < detail::lastGeneration) [[likely]] {
+        if (thread.indexCount == ThreadState::indexRing) [[unlikely]]
+            detail::shareIndexes();
+        detail::putIndex(ref.index());
+    }
+    return body;
 }
 
 // The reference that reaches the object at an index now; null when it is free.

@@ -117,13 +117,11 @@ bool exchangeIdentities(Ref one, Ref other) noexcept {
 }
 
 bool cancelObject(Ref object) noexcept {
-    const auto *body = bodyOf(object);
+    auto *entry = findEntry(object);
+    if (entry == nullptr || isClassObject(entry->body.load(std::memory_order_relaxed))) return false;
+    auto *body = removeObject(object, *entry);
     if (body == nullptr) return false;
-    const auto marks = headerOf(const_cast<std::byte *>(body))->marks;
-    if ((marks & markClass) != 0) return false;
-    auto *ended = removeObject(object);
-    if (ended == nullptr) return false;
-    freeBody(ended);
+    freeBody(body);
     return true;
 }
 

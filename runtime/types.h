@@ -19,7 +19,9 @@ using Flag = std::uint8_t;   // 1 true, 0 false
 //
 // The top bit marks the self of a static send: the reference of the class whose method runs over bare bytes. Such a
 // reference never equals a table entry's generation, so no fast path takes it for an object.
-struct Ref {
+//
+// Packed, so that it may stand anywhere among an object's fields.
+struct [[gnu::packed]] Ref {
     std::uint64_t bits = 0;
 
     static constexpr std::uint64_t staticMark = std::uint64_t{1} << 63;

@@ -221,6 +221,29 @@ typedef int64_t (*host_entry)(void *a1, void *a2, void *a3, void *a4, void *a5, 
                               void *a10, void *a11, void *a12, void *a13, void *a14, void *a15);
 OOCOBOL_PUBLIC void host_register_entry(const char *name, host_entry entry);
 
+/* ---- The door for COBOL programs ---------------------------------------------------------------------------- */
+
+/* These are called from COBOL, BY REFERENCE, with names as literals or items (they end at a space, a null byte or the
+ * end of the item); C programs have the functions above. All return 0, so RETURN-CODE is 0 after them unless the CALL
+ * says RETURNING OMITTED. The copybook cobol/oocobol.cpy has the items. */
+
+/* Does nothing but start the runtime: CALL "liboocobol" finds the library by its file name, see the README. */
+OOCOBOL_PUBLIC int liboocobol(void);
+/* CALL "ooclass" USING class-program class-object: the class object, or null when there is no such program. */
+OOCOBOL_PUBLIC int ooclass(const char *class_program, void *class_object);
+/* CALL "ooclasses" USING OO-CLASSES: fills the copybook's group of class objects. */
+OOCOBOL_PUBLIC int ooclasses(void *slots);
+/* CALL "oosend" USING method receiver [returning-item [argument ...]]; OMITTED leaves an item out. */
+OOCOBOL_PUBLIC int oosend(const char *name, const void *receiver, ...);
+/* CALL "oofinalize" USING reference: sends `finalize` and sets the reference to null. */
+OOCOBOL_PUBLIC int oofinalize(void *reference);
+/* CALL "oolive" USING reference flag: 1 when it reaches a live object. */
+OOCOBOL_PUBLIC int oolive(const void *reference, void *flag);
+/* CALL "oocount" USING class-object count: its live instances; with a null reference all objects that the program owns. */
+OOCOBOL_PUBLIC int oocount(const void *class_object, void *count);
+/* CALL "ooattach" USING RETURN-CODE: the return code that the run ends with when a handler ends it. */
+OOCOBOL_PUBLIC int ooattach(const void *return_code);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,82 @@
+// What the callback classes share: the fields, and how an invocation's argument list is built.
+#pragma once
+
+#include "runtime/module.h"
+
+namespace oocobol {
+
+inline constexpr std::size_t callbackNameWidth = 81;
+inline constexpr Count storedArguments = 6;   // at most, at creation
+inline constexpr Count invokeArguments = 9;   // at most, at each invocation
+inline constexpr std::size_t listLength = 15; // of an invocation's argument list
+
+struct [[gnu::packed]] EntryCallbackFields {
+    std::uint64_t lock; // handle of the mutex; 0 until the first invocation
+    Flag finalizePending;
+    char name[callbackNameWidth];
+    std::uint64_t parameters[storedArguments];
+    Count parameterCount;
+    Count active; // invocations in progress
+    // Where the entry was found the last time, for as long as no entry has been registered or withdrawn since.
+    host_entry entry;
+    Flag entryIsCobol;
+    std::uint64_t entryVersion;
+};
+
+struct [[gnu::packed]] CallbackFields : EntryCallbackFields {
+    Ref receiver; // null when the first argument of each invocation is the receiver
+    std::uint32_t methodCache;
+    std::uint32_t methodCacheRest;
+    std::uint32_t secondCacheWord;
+};
+
+// The name fields take names of up to 79 characters; a longer one is replaced by a text that nothing is named.
+inline constexpr std::size_t longestCallbackName = 79;
+
+// Stores the 8-byte values behind the addresses, up to the first one left out.
+inline void storeParameters(EntryCallbackFields &fields, std::initializer_list<Optional<std::uint64_t>> given) {
+    fields.parameterCount = 0;
+    for (const auto &value : given) {
+        if (!value || fields.parameterCount == storedArguments) break;
+        fields.parameters[fields.parameterCount++] = *value;
+    }
+}
+
+// The argument list of one invocation: the stored values first, then what the invocation brought, in order. The
+// stored values travel as copies, so that no address inside the callback leaves it; what the invoked code changes in
+// them is stored back.
+class ArgumentList {
+  public:
+    explicit ArgumentList(const EntryCallbackFields &fields) : stored(fields.parameterCount) {
+        if (stored > storedArguments) stored = storedArguments;
+        std::memcpy(values, fields.parameters, sizeof values);
+        std::memcpy(before, fields.parameters, sizeof before);
+        for (Count i = 0; i < stored; ++i) addresses[count++] = &values[i];
+    }
+
+    void append(Area argument) {
+        if (argument && count < listLength) addresses[count++] = argument.address;
+    }
+    // The list with the returning item's address in front: what a send takes.
+    void *const *forSend(void *returning) {
+        withReturning[0] = returning;
+        return withReturning;
+    }
+    void *const *forEntry() const { return addresses; }
+
+    template <class Self> void storeBack(const Self &self) const {
+        for (Count i = 0; i < stored; ++i) {
+            if (values[i] != before[i]) self->parameters[i] = values[i];
+        }
+    }
+
+  private:
+    std::uint64_t values[storedArguments];
+    std::uint64_t before[storedArguments];
+    void *withReturning[1 + listLength] = {};
+    void **addresses = withReturning + 1;
+    Count stored;
+    Count count = 0;
+};
+
+} // namespace oocobol

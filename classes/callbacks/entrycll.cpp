@@ -1,0 +1,203 @@
+// Entry callback: a program entry to be called later, with up to six arguments given now and up to nine then.
+//
+// The callback may be finalized by the very code that it runs: while an invocation is active, finalize only leaves a
+// note, and the last invocation to return carries it out. Invocations of one entry callback run one at a time.
+#include "classes/callbacks/callback.h"
+#include "classes/text/text_values.h"
+#include "host/host.h"
+#include "runtime/module.h"
+
+namespace oocobol {
+namespace {
+
+constexpr char program[] = "entrycll";
+
+using Self = Instance<EntryCallbackFields>;
+using ClassSelf = Receiver;
+using Stored = Optional<std::uint64_t>;
+
+// ---- Creation ---------------------------------------------------------------------------------------------------
+
+// new (name, up to 6 arguments) -> callback. A seventh argument raises 20.
+Answer<Ref> create(ClassSelf self, Name name, Area a, Area b, Area c, Area d, Area e, Area f, Area seventh) {
+    if (seventh) return raise(Error::tooManyStored);
+    const auto made = sendSuper<Ref>(SUPER("basicnew"), self);
+    if (made) send(SITE("initialize"), made, name, a, b, c, d, e, f);
+    return made;
+}
+
+// The name up to its space or null byte; one that starts with a quote up to and including the closing quote.
+std::string_view entryName(Name name) {
+    if (name.address[0] != '"') return name.view(callbackNameWidth);
+    std::size_t length = 1;
+    while (length < callbackNameWidth && name.address[length] != '\0') {
+        const std::string_view rest(name.address + length, callbackNameWidth - length);
+        if (name.address[length++] == '"') break;
+        if (length < callbackNameWidth && name.address[length] != '\0') length += host::characterLength(rest) - 1;
+    }
+    return {name.address, length < callbackNameWidth ? length : callbackNameWidth};
+}
+
+// initialize (name, up to 6 arguments). A name of 80 characters and more is replaced, so that the call fails later.
+void initialize(Self self, Name name, Stored a, Stored b, Stored c, Stored d, Stored e, Stored f) {
+    auto stored = entryName(name);
+    if (stored.size() > longestCallbackName) stored = "entryCallbackMethodNameTooLong";
+    std::memset(self->name, ' ', callbackNameWidth);
+    std::memcpy(self->name, stored.data(), stored.size());
+    storeParameters(*self, {a, b, c, d, e, f});
+    self->active = 0;
+}
+
+// ---- Invoking ---------------------------------------------------------------------------------------------------
+
+// Holds the callback's own mutex, made on first use. A callback that is gone has none.
+class Hold {
+  public:
+    explicit Hold(const Self &self) : handle(obtain(self)) { host::acquireMutex(handle); }
+    ~Hold() { release(); }
+    Hold(const Hold &) = delete;
+    Hold &operator=(const Hold &) = delete;
+    void release() {
+        host::releaseMutex(handle);
+        handle = 0;
+    }
+
+  private:
+    // Two threads may open one at the same time: the first to store it wins.
+    static host::MutexHandle obtain(const Self &self) {
+        if (!self.isAlive()) return 0;
+        void *first = &*self; // the lock is the first field, and bodies are aligned
+        const std::atomic_ref<std::uint64_t> held(*static_cast<std::uint64_t *>(first));
+        auto known = held.load(std::memory_order_acquire);
+        if (known != 0) return known;
+        const auto opened = host::openMutex();
+        if (held.compare_exchange_strong(known, opened)) return opened;
+        host::closeMutex(opened);
+        return known;
+    }
+    host::MutexHandle handle;
+};
+
+// The entry that the name field names now.
+host::Program findEntry(const Self &self) {
+    const auto version = host::programsVersion();
+    if (self->entry != nullptr && self->entryVersion == version) return {self->entry, self->entryIsCobol != 0};
+    std::string_view name(self->name, callbackNameWidth);
+    while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
+    const auto found = host::findProgram(name);
+    self->entry = found.entry;
+    self->entryIsCobol = found.cobol ? 1 : 0;
+    self->entryVersion = version;
+    return found;
+}
+
+void call(const Self &self, Returning answer, const ArgumentList &list) {
+    const auto found = findEntry(self);
+    if (!found) {
+        std::string_view name(self->name, callbackNameWidth);
+        return raiseOn(self.ref(), static_cast<Count>(Error::noEntry), name.substr(0, name.find_last_not_of(' ') + 1));
+    }
+    bool threw = false;
+    const auto result = host::call(found, list.forEntry(), &threw);
+    afterUserCode();
+    if (threw) return raiseOn(self.ref(), static_cast<Count>(Error::exceptionEscaped), nameView(self->name, 80));
+    answer.put(result);
+}
+
+// invoke (up to 9 arguments) -> the entry's 8-byte answer. A tenth argument raises 21. An entry that does not exist
+// raises 110, an exception out of it 109.
+Answer<void> invoke(Self self, Returning answer, Area a, Area b, Area c, Area d, Area e, Area f, Area g, Area h,
+                    Area i, Area tenth) {
+    if (tenth) return raise(Error::tooManyArguments).answering(sizeof(std::uint64_t));
+    Hold hold(self);
+    ArgumentList list(*self);
+    for (const auto argument : {a, b, c, d, e, f, g, h, i}) list.append(argument);
+    ++self->active;
+    call(self, answer, list);
+    list.storeBack(self);
+    --self->active;
+    if (self->active == 0 && self->finalizePending != 0) {
+        hold.release();
+        sendSelf<Ref>(SITE("finalize"), self);
+    }
+    return {};
+}
+
+// active () -> flag.
+bool isActive(Self self) {
+    const Hold hold(self);
+    return self->active > 0;
+}
+
+// ---- Queries ----------------------------------------------------------------------------------------------------
+
+// getmessage () -> the name field, 81 bytes.
+void getMessage(Self self, Returning name) { name.store(self->name, callbackNameWidth); }
+
+// getparameter (index) -> the stored argument. An index beyond the stored ones raises 17.
+Answer<std::uint64_t> getParameter(Self self, Index index) {
+    if (index < 1 || static_cast<Count>(index) > self->parameterCount) return raise(Error::noSuchParameter);
+    return self->parameters[index - 1];
+}
+
+// Whether the other object's `getmessage` answers this name field.
+bool hasSameName(const Self &self, Ref other) {
+    std::byte name[callbackNameWidth] = {};
+    send(SITE("getmessage"), other, Returning{{name}});
+    return std::memcmp(name, self->name, callbackNameWidth) == 0;
+}
+
+// equal (object) -> flag. The same name and class; stored arguments do not count.
+bool equal(Self self, Ref other) {
+    if (!isLive(other)) return false;
+    return hasSameName(self, other) && send<Ref>(SITE("class"), other) == self.classObject();
+}
+
+// description () -> character array. The superclass's, then " for code entitled " and the name in 160 characters.
+Ref description(Self self) {
+    constexpr std::size_t width = 160;
+    constexpr std::string_view entitled = " for code entitled ";
+    char text[width];
+    std::memset(text, ' ', width);
+    std::memcpy(text, entitled.data(), entitled.size());
+    std::memcpy(text + entitled.size(), self->name, callbackNameWidth);
+    const Temporary general(sendSuper<Ref>(SUPER("description"), self));
+    const Temporary own(newText({text, width}));
+    return send<Ref>(SITE("concat"), general.ref(), own.ref());
+}
+
+// finalize () -> null. At once when no invocation is active, else when the last one returns.
+Ref finalize(Self self) {
+    {
+        const Hold hold(self);
+        if (self->active != 0) {
+            self->finalizePending = 1;
+            return null;
+        }
+    }
+    host::closeMutex(self->lock);
+    self->lock = 0;
+    return sendSuper<Ref>(SUPER("finalize"), self);
+}
+
+constexpr std::array methods{
+    onClass<create>("new"),
+    instance<initialize>("initialize"),
+    instance<invoke>("invoke"),
+    instance<isActive>("active"),
+    instance<getMessage>("getmessage"),
+    instance<getParameter>("getparameter"),
+    instance<equal>("equal"),
+    instance<description>("description"),
+    instance<finalize>("finalize"),
+};
+
+constexpr ClassDef definition{.program = program,
+                              .name = "entrycallback",
+                              .super = "dependnt",
+                              .instanceData = fields<EntryCallbackFields, 236>(),
+                              .methods = methods};
+const Registered registered(definition);
+
+} // namespace
+} // namespace oocobol

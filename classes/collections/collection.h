@@ -1,0 +1,187 @@
+// What the collection modules share: the fields, the storage behind them, and how elements are reached.
+//
+// Slot i (from 1) is the bytes (i - 1) x element size of the storage. What holds at every moment when code from
+// outside may look: the storage has at least storage length bytes, storage length is slot count x element size, and
+// without storage there are no slots. Nothing here keeps an address inside storage across a message.
+#pragma once
+
+#include <optional>
+
+#include "classes/collections/elements.h"
+#include "runtime/module.h"
+
+namespace oocobol {
+
+struct [[gnu::packed]] CollectionFields {
+    std::byte *storage;
+    Count elementSize;
+    Ref elementTemplate; // null: the elements are references
+    Count slotCount;
+    Count storageLength;
+    Flag quit; // 1: the running iteration ends before its next element
+};
+inline constexpr std::uint32_t collectionSize = 49; // as registered
+
+// A sequenced collection's elements are its slots, or for a dynamic one those between two of them.
+struct [[gnu::packed]] SequencedFields : CollectionFields {};
+struct [[gnu::packed]] DynamicFields : SequencedFields {
+    Count first; // slot of element 1; 0 until `initialize`
+    Count last;  // slot of the last element; first - 1 when there is none
+};
+inline constexpr std::uint32_t dynamicSize = 68; // as registered
+
+// The fields of another collection, for changing; null when it is none. Good until the next message.
+template <class Fields> Fields *changeableFields(Ref collection) noexcept {
+    return const_cast<Fields *>(fieldsOf<Fields>(collection));
+}
+
+inline bool holdsReferences(const CollectionFields &fields) { return fields.elementTemplate.isNull(); }
+
+// Where slot `number` starts; the number must be in 1 .. slot count.
+inline std::byte *slotOf(const CollectionFields &fields, Count number) {
+    return fields.storage + std::size_t{number - 1} * fields.elementSize;
+}
+
+// ---- Storage ------------------------------------------------------------------------------------------------------
+
+inline constexpr std::uint64_t largestStorage = UINT32_MAX - 1; // one byte more is allocated
+inline constexpr Index sizeLimit = 0x20202020;                  // four spaces: a size that was never set
+
+// An area of `bytes` and the spare byte, or null; and its release. Subclasses may redefine `malloc` and `dealloc`.
+std::byte *allocateStorage(const Receiver &self, Count bytes) noexcept;
+void releaseStorage(const Receiver &self, std::byte *storage) noexcept;
+
+// A number of slots as a size argument; one that no collection can have becomes -1, which every creation refuses.
+inline Index asSize(std::int64_t slots) { return slots < 0 || slots > INT32_MAX ? -1 : static_cast<Index>(slots); }
+
+// ---- Reading elements ---------------------------------------------------------------------------------------------
+
+// Wide enough for an element of the collection, whoever writes it, and for the 8-byte answer of a handler.
+std::size_t areaWidth(Ref collection) noexcept;
+
+// Elements lying one after the other. Good until the next message.
+struct Run {
+    std::byte *start = nullptr;
+    Count count = 0;
+    Count width = 0;
+};
+inline Run runOf(const CollectionFields &fields) { return {fields.storage, fields.slotCount, fields.elementSize}; }
+inline Run runOf(const DynamicFields &fields) {
+    const auto last = fields.last < fields.slotCount ? fields.last : fields.slotCount;
+    if (fields.first == 0 || fields.first > last) return {fields.storage, 0, fields.elementSize};
+    return {slotOf(fields, fields.first), last - fields.first + 1, fields.elementSize};
+}
+
+// The elements of a sequenced collection, reached natively as long as the messages that this stands for run the
+// library's own code, for that collection object and at that moment.
+class NativeElements {
+  public:
+    NativeElements(Ref wanted, Needs messages) noexcept : collection(wanted), needs(messages) { resolve(); }
+
+    // All of them; nothing when they must be asked for by message.
+    std::optional<Run> run() noexcept {
+        if (seen != thread.epoch) resolve();
+        if (fields == nullptr) return {};
+        return dynamic ? runOf(*static_cast<const DynamicFields *>(fields)) : runOf(*fields);
+    }
+    // Where element `index` lies, or null.
+    const std::byte *at(Index index) noexcept {
+        const auto all = run();
+        if (!all || index < 1 || static_cast<Count>(index) > all->count) return nullptr;
+        return all->start + (static_cast<std::size_t>(index) - 1) * all->width;
+    }
+    bool ofReferences() const noexcept { return fields != nullptr && holdsReferences(*fields); }
+
+  private:
+    void resolve() noexcept;
+
+    Ref collection;
+    Needs needs;
+    std::uint64_t seen = 0;
+    const SequencedFields *fields = nullptr;
+    bool dynamic = false;
+};
+
+// Reads elements of one collection into an area of its own, as `at` answers them.
+class ElementReader {
+  public:
+    // `other`: an object whose elements the area must hold as well.
+    explicit ElementReader(Ref from, Ref other = null) noexcept
+        : collection(from), native(from, {"at"}), area(std::max(areaWidth(from), areaWidth(other))) {}
+
+    // Whether there was memory for the area.
+    explicit operator bool() const noexcept { return static_cast<bool>(area); }
+    // False when the collection is gone, or its elements do not fit any more: then nothing can be read again.
+    bool read(Index index) noexcept;
+    Element element() noexcept { return area.element(); }
+    Ref reference() noexcept {
+        Ref held;
+        std::memcpy(&held, area.bytes(), sizeof held);
+        return held;
+    }
+
+  private:
+    Ref collection;
+    NativeElements native;
+    WorkArea area;
+};
+
+// ---- Searching ------------------------------------------------------------------------------------------------------
+
+// The first (last) index in from .. to whose element `isat` says is the given one; 0 when there is none. The indexes
+// are tested one after the other.
+Index searchForward(const Receiver &self, Element element, std::int64_t from, std::int64_t to) noexcept;
+Index searchBackward(const Receiver &self, Element element, std::int64_t from, std::int64_t to) noexcept;
+// Whether `isat` of the collection says so for that one index.
+bool isElementAt(Ref collection, Element element, Index index) noexcept;
+
+// ---- Walking --------------------------------------------------------------------------------------------------------
+
+// A block: what `invoke` runs. One that is gone ends the walk that uses it, once it has been tried.
+class Block {
+  public:
+    // `width`: of the longest answer that is wanted; 8 bytes are answered by any.
+    explicit Block(Ref wanted, std::size_t width = 0) noexcept
+        : callback(wanted), answer(width < sizeof(std::uint64_t) ? sizeof(std::uint64_t) : width) {}
+    explicit operator bool() const noexcept { return static_cast<bool>(answer); }
+
+    // False when there is no such block: the error has been raised.
+    template <class... Arguments> bool invoke(const Arguments &...arguments) noexcept {
+        std::memset(answer.bytes(), 0, answer.size());
+        const auto alive = isLive(callback);
+        send(SITE("invoke"), callback, answer.returning(), arguments...);
+        return alive;
+    }
+    bool answered(Flag flag) noexcept { return std::to_integer<Flag>(*answer.bytes()) == flag; }
+    Element element() noexcept { return answer.element(); }
+
+  private:
+    Ref callback;
+    WorkArea answer;
+};
+
+// Clears the quit flag of the receiver now and when the iteration ends.
+template <class Self> class Iteration {
+  public:
+    explicit Iteration(const Self &walked) noexcept : self(walked) { self->quit = 0; }
+    ~Iteration() { self->quit = 0; }
+    Iteration(const Iteration &) = delete;
+    Iteration &operator=(const Iteration &) = delete;
+    bool isOver() const noexcept { return self->quit == 1; }
+
+  private:
+    const Self &self;
+};
+
+// A callback on an object's own method, with what it is to get in front of the element: 8-byte values. The caller
+// finalizes it. Null when memory is short.
+template <class... Parameters> Ref perElement(Ref receiver, const char *method, const Parameters &...parameters) {
+    static_assert(((sizeof(Parameters) == 8) && ...));
+    return send<Ref>(SITE("new"), CLASS("callback"), receiver, Bytes{method}, parameters...);
+}
+
+// Whether the object's method of that name is the one of the given class program: how code that writes natively makes
+// sure of more than that the library's code would run.
+bool runsMethodOf(Ref object, std::string_view message, std::string_view program) noexcept;
+
+} // namespace oocobol

@@ -1,0 +1,67 @@
+// What the classes of data items share: the class data, and how the bytes of a value are reached.
+//
+// The receiver of an instance method is an object whose whole data is the value, or, in a static send, bare bytes of
+// which only the class knows the length. `itemOf` answers the bytes of both and never more than there are.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "runtime/module.h"
+
+namespace oocobol {
+
+struct [[gnu::packed]] IntrinsicClassData {
+    Count length; // of each instance, in bytes
+};
+inline constexpr std::uint32_t intrinsicClassDataSize = 4;
+inline constexpr std::uint32_t itemDataSize = 1; // as registered: what a class whose length is not known yet declares
+
+inline constexpr Index longestItem = 0x0FFFFFFF;
+
+// Of the class whose lengths depend on the characters that a value holds.
+struct DoubleByteClassData;
+// Of the classes whose instances are nothing but their bytes: text and numbers.
+struct [[gnu::packed]] PicXClassData : IntrinsicClassData {};
+struct [[gnu::packed]] Comp5ClassData : IntrinsicClassData {};
+struct [[gnu::packed]] CompXClassData : IntrinsicClassData {};
+
+template <class Layout> bool isLaidOutAs(const ClassFamily &family) noexcept {
+    return layoutOf<Layout> != nullptr && family.isKindOf(*layoutOf<Layout>);
+}
+
+// Whether the length of every instance is the one in the class data.
+inline bool hasFixedLength(const ClassFamily &family) noexcept {
+    constexpr Needs needs{"sizeinbytes"};
+    return isPristine(*family.instances, needs) && isPristine(*family.classSide, needs) &&
+           !isLaidOutAs<DoubleByteClassData>(family);
+}
+// Whether such an instance is made, read and set by the plain methods of `intrinsic`, as long as they are the library's.
+inline bool isPlainItemFamily(const ClassFamily &family) noexcept {
+    return (isLaidOutAs<PicXClassData>(family) || isLaidOutAs<Comp5ClassData>(family) ||
+            isLaidOutAs<CompXClassData>(family)) &&
+           hasFixedLength(family);
+}
+
+// The length in bytes of self's value. A message where a class redefines it.
+Count itemLength(const Receiver &self);
+// The bytes of self's value; none once the object is gone. Good until the next message.
+std::span<std::byte> itemOf(const Receiver &self);
+inline std::string_view textOfItem(const Receiver &self) {
+    const auto item = itemOf(self);
+    return {reinterpret_cast<const char *>(item.data()), item.size()};
+}
+
+// An instance of the class with this value, by `withvalue`. The bytes may lie in an object: user code sees a copy.
+Answer<Ref> itemOfClass(Ref classObject, std::string_view value);
+// The same of a class of its own, made from `cobolpicx`, by `withlengthvalue`.
+Answer<Ref> newPicX(std::string_view value);
+
+// The 4-byte number at the start of an argument that is handed on as it came.
+inline Index numberAt(Element argument) {
+    Index number;
+    std::memcpy(&number, argument.address, sizeof number);
+    return number;
+}
+
+} // namespace oocobol

@@ -1,0 +1,263 @@
+// Intrinsic: the root of the classes that hold one COBOL data item of a fixed length.
+//
+// A class stands for one length, which is its class data; classes of other lengths are copies of the class object. The
+// value is the instance's whole storage, so the same methods run over an element's bytes in a collection.
+#include "classes/intrinsics/intrinsic.h"
+
+#include <algorithm>
+
+#include "classes/text/operand.h"
+
+namespace oocobol {
+
+Count itemLength(const Receiver &self) {
+    if (self.ref().isStatic()) {
+        const auto *family = familyOfClass(self.ref().withoutStatic());
+        if (family != nullptr && hasFixedLength(*family)) {
+            if (const auto *data = classDataOf<IntrinsicClassData>(self.ref().withoutStatic())) return data->length;
+        }
+    } else if (const auto *behaviour = behaviourOfObject(self.ref())) {
+        if (!behaviour->classSide && hasFixedLength(*behaviour->family)) return headerOf(bodyOf(self.ref()))->size;
+    }
+    return sendSelf<Count>(SITE("sizeinbytes"), self);
+}
+
+std::span<std::byte> itemOf(const Receiver &self) {
+    const auto length = itemLength(self);
+    if (self.ref().isStatic()) return {static_cast<std::byte *>(self.data()), length};
+    auto *body = bodyOf(self.ref());
+    if (body == nullptr) return {};
+    return {body, std::min(length, headerOf(body)->size)};
+}
+
+namespace {
+
+bool makesNatively(Ref classObject) {
+    const auto *family = familyOfClass(classObject);
+    return family != nullptr && isPlainItemFamily(*family) &&
+           isPristine(*family->classSide, {"withvalue", "new", "newindexedinstance"}) &&
+           isPristine(*family->instances, {"setvalue"});
+}
+
+Ref makeItem(Ref classObject, std::string_view value) {
+    const auto length = classDataOf<IntrinsicClassData>(classObject)->length;
+    if (length != value.size() || length > static_cast<Count>(longestItem)) return null;
+    const auto made = createIndexedInstance(classObject, length);
+    auto *body = bodyOf(made);
+    if (body != nullptr && length != 0) std::memcpy(body, value.data(), length);
+    return made;
+}
+
+} // namespace
+
+Answer<Ref> itemOfClass(Ref classObject, std::string_view value) {
+    if (makesNatively(classObject)) {
+        if (const auto made = makeItem(classObject, value)) return made;
+    }
+    WorkArea copy(value.size());
+    if (!copy) return raise(Error::noWorkArea);
+    if (!value.empty()) std::memcpy(copy.bytes(), value.data(), value.size());
+    return send<Ref>(SITE("withvalue"), classObject, copy.text());
+}
+
+namespace {
+
+using ClassSelf = ClassSide<IntrinsicClassData>;
+using Self = Receiver;
+
+// ---- Classes ------------------------------------------------------------------------------------------------------
+
+// newclass (length) -> class. Raises 30 above the class's maximum size. Whatever stands behind the length in its area
+// travels on with it.
+Answer<Ref> newClass(ClassSelf self, Element length) {
+    if (sendSelf<Index>(SITE("maximumsize"), self) < numberAt(length)) return raise(Error::tooLong);
+    const auto made = sendSelf<Ref>(SITE("basiccopy"), self);
+    if (!made) return raise(Error::noInstance);
+    send(SITE("setlength"), made, length);
+    return made;
+}
+
+// setlength (length). size, sizeinbytes () -> count. maximumsize () -> number.
+void setLength(ClassSelf self, Count length) { self->length = length; }
+Count classLength(ClassSelf self) { return self->length; }
+Count maximumSize(ClassSelf) { return static_cast<Count>(longestItem); }
+
+// storingobjects () -> flag. Instances hold data, not references.
+bool storingObjects(ClassSelf) { return false; }
+
+// new () -> object. Raises 23 when none could be made.
+Answer<Ref> newInstance(ClassSelf self) {
+    const auto made = sendSelf<Ref>(SITE("newindexedinstance"), self, self->length);
+    if (!made) return raise(Error::noInstance);
+    return made;
+}
+
+// withvalue (value) -> object. For `intrinsic` itself ends in implementedbysubclass.
+Answer<Ref> withValue(ClassSelf self, Bytes value) {
+    if (self.ref() == CLASS("intrnsic")) return pass(SITE("implementedbysubclass"));
+    if (makesNatively(self.ref())) {
+        if (const auto made = makeItem(self.ref(), {value.address, self->length})) return made;
+    }
+    const auto made = sendSelf<Ref>(SITE("new"), self);
+    if (made) send(SITE("setvalue"), made, value);
+    return made;
+}
+
+// ---- Data descriptions --------------------------------------------------------------------------------------------
+
+// The digit count stands behind the length, so that an argument that carries one carries both.
+struct LengthAndDigits {
+    Count length = 0;
+    Count digits = 0;
+};
+
+Count alphanumericLength(std::uint8_t first, std::uint8_t second) {
+    const Count low = first & 0x1F;
+    return (first & 0x80) == 0 ? low + 1 : low * 256 + second + 1;
+}
+
+LengthAndDigits numericLength(std::uint8_t first, std::uint8_t second) {
+    const Count low = first & 0x1F;
+    if (low < 19) return {low + 1, (second & 0x1FU) + 1};
+    return {low + (second & 0x1CU) - 19, (second & 3U) + 32};
+}
+
+// getclassfromdatadescription (description, numeric flag) -> class. Null where no class stands for it.
+Ref getClassFromDataDescription(ClassSelf self, Bytes description, bool isNumeric) {
+    std::uint8_t bytes[2] = {};
+    const auto isShort = (description.address[0] & 0x80) == 0;
+    std::memcpy(bytes, description.address, isShort ? 1 : 2);
+    if (!isNumeric) return send<Ref>(SITE("newclass"), CLASS("picx"), alphanumericLength(bytes[0], bytes[1]));
+
+    constexpr std::uint8_t isBinaryOrPacked = 0x40, isPacked = 0x60;
+    const auto first = static_cast<std::uint8_t>(isShort ? bytes[0] & 0x0F : bytes[0]);
+    const std::uint8_t second = isShort ? 0x91 : bytes[1];
+    const auto length = numericLength(first, second);
+    auto &find = SITE("getclassfromname");
+    if ((first & isBinaryOrPacked) == 0)
+        return sendSelf<Ref>(find, self, Bytes{"pic9display"}, Bytes{"pic9disp"}, length);
+    if ((second & isPacked) == 0) return send<Ref>(SITE("newclass"), CLASS("compx"), length);
+    return sendSelf<Ref>(find, self, Bytes{"cobolcomp3"}, Bytes{"comp3"}, length);
+}
+
+// getclassfromname (class name, class program, length) -> class. Answers nothing when there is no such program.
+void getClassFromName(ClassSelf, Returning answer, Optional<Bytes>, Name classProgram, Element length) {
+    const auto program = classProgram.view();
+    if (!programExists(program)) return;
+    const auto found = classForProgram(program);
+    if (found) answer.put(send<Ref>(SITE("newclass"), found, length));
+}
+
+// ---- The value ----------------------------------------------------------------------------------------------------
+
+// size, sizeinbytes () -> count. The class's.
+Count size(Self self) { return send<Count>(SITE("size"), self.classObject()); }
+Count sizeInBytes(Self self) { return send<Count>(SITE("sizeinbytes"), self.classObject()); }
+
+// getvalue () -> the bytes. setvalue (bytes). getaddress () -> address of the first byte.
+void getValue(Self self, Returning value) {
+    const auto item = itemOf(self);
+    value.store(item.data(), item.size());
+}
+void setValue(Self self, Bytes value) {
+    const auto item = itemOf(self);
+    if (!item.empty()) std::memmove(item.data(), value.address, item.size());
+}
+Address getAddress(Self self) { return itemOf(self).data(); }
+
+// allocateelement, allocateelements (count) -> address, zero-filled; null when it cannot be had. A negative count ends
+// in invalidparameter.
+Address allocateElement(Self self) { return allocate(itemLength(self)); }
+Answer<Address> allocateElements(Self self, Index count) {
+    if (count < 0) return pass(SITE("invalidparameter"));
+    return allocate(static_cast<std::size_t>(count) * itemLength(self));
+}
+
+// ---- Comparing ----------------------------------------------------------------------------------------------------
+
+// By the method that compares with a length and bytes. It may be the program's own, so it gets a copy.
+Answer<bool> compare(const Self &self, Ref other, oops_site &byLengthValue) {
+    Operand value(other, Operand::Access::copied);
+    if (value.failure()) return value.failure();
+    const auto count = send<Index>(SITE("size"), other);
+    return sendSelf<bool>(byLengthValue, self, count, value.element());
+}
+
+// lessthan, greaterthan, equal, lessthanorequal, greaterthanorequal (object) -> flag.
+Answer<bool> lessThan(Self self, Ref other) { return compare(self, other, SITE("lessthanbylengthvalue")); }
+Answer<bool> greaterThan(Self self, Ref other) { return compare(self, other, SITE("greaterthanbylengthvalue")); }
+Answer<bool> equal(Self self, Ref other) { return compare(self, other, SITE("equalbylengthvalue")); }
+Answer<bool> lessThanOrEqual(Self self, Ref other) {
+    return compare(self, other, SITE("lessthanorequalbylengthvalue"));
+}
+Answer<bool> greaterThanOrEqual(Self self, Ref other) {
+    return compare(self, other, SITE("greaterthanorequalbylengthvalue"));
+}
+
+// lessthanbylengthvalue, greaterthanbylengthvalue, equalbylengthvalue (length, value) -> flag. End in
+// implementedbysubclass.
+Answer<bool> leftToSubclass(Self, Index, Element) { return pass(SITE("implementedbysubclass")); }
+
+// lessthanorequalbylengthvalue, greaterthanorequalbylengthvalue (length, value) -> flag.
+bool lessThanOrEqualByLengthValue(Self self, Index length, Element value) {
+    return sendSelf<bool>(SITE("lessthanbylengthvalue"), self, length, value) ||
+           sendSelf<bool>(SITE("equalbylengthvalue"), self, length, value);
+}
+bool greaterThanOrEqualByLengthValue(Self self, Index length, Element value) {
+    return sendSelf<bool>(SITE("greaterthanbylengthvalue"), self, length, value) ||
+           sendSelf<bool>(SITE("equalbylengthvalue"), self, length, value);
+}
+
+// ---- Queries ------------------------------------------------------------------------------------------------------
+
+// description () -> character array.
+Ref description(Self self) { return sendSelf<Ref>(SITE("ascharacterarray"), self); }
+
+// isindexed, iscomponent () -> flag.
+bool isIndexed(Self) { return true; }
+bool isComponent(Self) { return false; }
+
+constexpr std::array methods{
+    onClass<newClass>("newclass"),
+    onClass<setLength>("setlength"),
+    onClass<classLength>("size"),
+    onClass<classLength>("sizeinbytes"),
+    onClass<maximumSize>("maximumsize"),
+    onClass<storingObjects>("storingobjects"),
+    onClass<newInstance>("new"),
+    onClass<withValue>("withvalue"),
+    onClass<getClassFromDataDescription>("getclassfromdatadescription"),
+    onClass<getClassFromName>("getclassfromname"),
+    instance<size>("size"),
+    instance<sizeInBytes>("sizeinbytes"),
+    instance<getValue>("getvalue"),
+    instance<setValue>("setvalue"),
+    instance<getAddress>("getaddress"),
+    instance<allocateElement>("allocateelement"),
+    instance<allocateElements>("allocateelements"),
+    instance<lessThan>("lessthan"),
+    instance<greaterThan>("greaterthan"),
+    instance<equal>("equal"),
+    instance<lessThanOrEqual>("lessthanorequal"),
+    instance<greaterThanOrEqual>("greaterthanorequal"),
+    instance<leftToSubclass>("lessthanbylengthvalue"),
+    instance<leftToSubclass>("greaterthanbylengthvalue"),
+    instance<leftToSubclass>("equalbylengthvalue"),
+    instance<lessThanOrEqualByLengthValue>("lessthanorequalbylengthvalue"),
+    instance<greaterThanOrEqualByLengthValue>("greaterthanorequalbylengthvalue"),
+    instance<description>("description"),
+    instance<isIndexed>("isindexed"),
+    instance<isComponent>("iscomponent"),
+};
+
+constexpr ClassDef definition{.program = "intrnsic",
+                              .name = "intrinsic",
+                              .super = "base",
+                              .classData = fields<IntrinsicClassData, intrinsicClassDataSize>(),
+                              .instanceData = inheritedFields(itemDataSize),
+                              .indexed = {true, 0},
+                              .methods = methods};
+const Registered registered(definition);
+
+} // namespace
+} // namespace oocobol

@@ -1,0 +1,51 @@
+// The road to the class for text with double-byte characters. Until the environment is known to have single bytes
+// only, text that arrives is looked at, and text that has such characters is handed over.
+#pragma once
+
+#include "host/host.h"
+#include "runtime/module.h"
+
+namespace oocobol::doubleByte {
+
+// The process-wide byte that `readyforapplicationstart` sets: 0 not known yet, 1 single-byte, 2 double-byte.
+inline bool isSingleByteEnvironment() noexcept {
+    static const auto *const status = host::externalByte("DBCSENVIRONMENTSTATUS");
+    return status != nullptr && __atomic_load_n(status, __ATOMIC_RELAXED) == 1;
+}
+
+inline bool hasTextClass() noexcept {
+    static const bool found = programExists("dbcsarry");
+    return found;
+}
+inline Ref textClass() noexcept { return CLASS("dbcsarry"); }
+
+// Whether text has to be looked at. A library without the class for it sees no double-byte characters.
+inline bool mayOccur() noexcept { return !isSingleByteEnvironment() && hasTextClass(); }
+
+// Whether such characters are among the first `count` characters; within `length` bytes.
+inline bool amongCharacters(Index count, Bytes value) {
+    return mayOccur() && send<bool>(SITE("isdbcsstringlengthvalue"), textClass(), count, value);
+}
+inline bool amongBytes(Index length, Bytes value) {
+    return mayOccur() && send<bool>(SITE("isdbcsstringbytelengthvalue"), textClass(), length, value);
+}
+// Whether an object says that it holds some.
+inline bool areIn(Ref object) {
+    return mayOccur() && send<bool>(SITE("containsdbcscharacters"), object);
+}
+
+// The bytes that the first `count` characters take; the bytes of the character at the start.
+inline Index lengthInBytes(Bytes value, Index count) {
+    return mayOccur() ? send<Index>(SITE("stringlengthinbytes"), textClass(), value, count) : count;
+}
+inline Count characterLength(Bytes character) {
+    return mayOccur() ? send<Count>(SITE("charlengthinbytes"), textClass(), character) : 1;
+}
+
+// Self turns into the replacement, which is then finalized with what self was.
+inline void turnInto(const Receiver &self, Ref replacement) {
+    const Temporary former(replacement);
+    if (replacement) sendSelf(SITE("becomes"), self, replacement);
+}
+
+} // namespace oocobol::doubleByte

@@ -1,0 +1,92 @@
+#include "classes/text/operand.h"
+
+#include <algorithm>
+
+#include "classes/intrinsics/intrinsic.h"
+#include "classes/text/strings.h"
+
+namespace oocobol {
+
+namespace {
+
+// Nothing that the library holds is longer.
+constexpr Count longestValue = 0x7FFFFFFF;
+
+bool understands(Ref object, std::string_view message) noexcept {
+    const auto *behaviour = behaviourOfObject(object);
+    const auto selector = findSelector(message);
+    return behaviour != nullptr && selector != 0 && lookUp(*behaviour, selector) != nullptr;
+}
+
+std::string_view dataOf(Ref object) noexcept {
+    auto *body = bodyOf(object);
+    if (body == nullptr) return {};
+    return {reinterpret_cast<const char *>(body), headerOf(body)->size};
+}
+
+} // namespace
+
+std::optional<std::string_view> nativeValue(Ref object) noexcept {
+    const auto *behaviour = behaviourOfObject(object);
+    if (behaviour == nullptr || behaviour->classSide) return {};
+    if (!isPristine(*behaviour, {"sizeinbytes", "getvalue", "getaddress"})) return {};
+    if (isTextFamily(*behaviour->family)) return charactersOf(*reinterpret_cast<CollectionFields *>(bodyOf(object)));
+    if (isPlainItemFamily(*behaviour->family)) return dataOf(object);
+    return {};
+}
+
+std::size_t valueCapacity(Ref object, Count claimed) noexcept {
+    std::size_t held = 0;
+    if (const auto *fields = fieldsOf<CollectionFields>(object))
+        held = fields->storageLength;
+    else
+        held = dataOf(object).size();
+    return std::max<std::size_t>(held, claimed);
+}
+
+Operand::Operand(Ref argument, Access access) : object(argument) {
+    if (const auto value = nativeValue(object)) {
+        if (access == Access::borrowed) return;
+        length = static_cast<Count>(value->size());
+        copy.emplace(value->size());
+        if (!*copy)
+            problem = raise(Error::noWorkArea);
+        else if (!value->empty())
+            std::memcpy(copy->bytes(), value->data(), value->size());
+        return;
+    }
+    take();
+}
+
+void Operand::take() {
+    length = send<Count>(SITE("sizeinbytes"), object);
+    if (length > longestValue) {
+        length = 0;
+        problem = raise(Error::badAnswer);
+    }
+    copy.emplace(valueCapacity(object, length));
+    if (!*copy) {
+        length = 0;
+        problem = raise(Error::noWorkArea);
+        return;
+    }
+    if (problem) return;
+    if (understands(object, "getvalue")) {
+        send(SITE("getvalue"), object, copy->returning());
+    } else if (understands(object, "getaddress")) { // it shows its bytes and does not give them
+        const auto *address = send<Address>(SITE("getaddress"), object);
+        if (address == nullptr) length = 0;
+        if (length != 0) std::memcpy(copy->bytes(), address, length);
+    } else {
+        length = 0;
+        send(SITE("getvalue"), object, copy->returning()); // raises what the object deserves
+    }
+}
+
+std::string_view Operand::bytes() const noexcept {
+    if (!copy) return nativeValue(object).value_or(std::string_view());
+    if (problem) return {};
+    return {reinterpret_cast<const char *>(copy->bytes()), length};
+}
+
+} // namespace oocobol

@@ -1,0 +1,41 @@
+// The argument of a message that takes another object's bytes: a text, a data item, or anything else that answers
+// `sizeinbytes` and `getvalue`.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "runtime/module.h"
+
+namespace oocobol {
+
+// The bytes of a library text or data item whose value methods are the library's; good until the next message.
+std::optional<std::string_view> nativeValue(Ref object) noexcept;
+
+// How large an area must be for what `getvalue` of the object stores when it claims that many bytes: the library's
+// own getvalue stores what the object holds, whatever a subclass's `sizeinbytes` says.
+std::size_t valueCapacity(Ref object, Count claimed) noexcept;
+
+class Operand {
+  public:
+    // Borrowed bytes stay where they are and are looked up at each use; copied ones may be shown to user code.
+    enum class Access { borrowed, copied };
+
+    explicit Operand(Ref object, Access access = Access::borrowed);
+
+    // What is to be raised when the value could not be had.
+    Failure failure() const noexcept { return problem; }
+    // Empty once a borrowed object is gone.
+    std::string_view bytes() const noexcept;
+    Element element() noexcept { return copy ? copy->element() : Element{}; } // of a copied value
+
+  private:
+    void take();
+
+    Ref object;
+    Count length = 0;
+    mutable std::optional<WorkArea> copy;
+    Failure problem;
+};
+
+} // namespace oocobol

@@ -1,0 +1,151 @@
+// Mutexes behind handles and the threads that use them.
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "host/host.h"
+
+namespace oocobol::host::tests {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Whether another thread gets the mutex within the time.
+bool othersGet(MutexHandle mutex, std::chrono::milliseconds time) {
+    auto acquired = std::make_shared<std::atomic<bool>>(false);
+    std::thread([=] {
+        acquireMutex(mutex);
+        *acquired = true;
+        releaseMutex(mutex);
+    }).detach();
+    for (auto waited = 0ms; waited < time && !*acquired; waited += 2ms) std::this_thread::sleep_for(2ms);
+    return *acquired;
+}
+
+TEST(Mutex, ownerMayAcquireAgainAndMustReleaseAsOften) {
+    const auto mutex = openMutex();
+    acquireMutex(mutex);
+    acquireMutex(mutex);
+    releaseMutex(mutex);
+    EXPECT_FALSE(othersGet(mutex, 50ms));
+    releaseMutex(mutex);
+    EXPECT_TRUE(othersGet(mutex, 5s));
+    closeMutex(mutex);
+}
+
+TEST(Mutex, otherThreadsCannotReleaseIt) {
+    const auto mutex = openMutex();
+    acquireMutex(mutex);
+    std::thread([=] { releaseMutex(mutex); }).join();
+    EXPECT_FALSE(othersGet(mutex, 50ms));
+    releaseMutex(mutex);
+    closeMutex(mutex);
+}
+
+TEST(Mutex, staleAndGarbageHandlesAreLetBe) {
+    const auto stale = openMutex();
+    acquireMutex(stale);
+    closeMutex(stale);
+    const auto fresh = openMutex(); // in the same place, and free although the old one was not
+    EXPECT_NE(stale, fresh);
+    acquireMutex(fresh);
+    acquireMutex(stale);
+    releaseMutex(stale);
+    closeMutex(stale);
+    EXPECT_FALSE(othersGet(fresh, 50ms));
+    releaseMutex(fresh);
+    EXPECT_TRUE(othersGet(fresh, 5s));
+    closeMutex(fresh);
+
+    std::mt19937_64 random(99);
+    for (int i = 0; i < 100'000; ++i) {
+        const MutexHandle garbage = i % 2 == 0 ? random() : random() % 1000;
+        acquireMutex(garbage);
+        releaseMutex(garbage);
+        closeMutex(garbage);
+    }
+}
+
+TEST(Mutex, closingSendsWaitingThreadsOn) {
+    const auto mutex = openMutex();
+    acquireMutex(mutex);
+    std::thread waiting([=] { acquireMutex(mutex); });
+    std::this_thread::sleep_for(20ms);
+    closeMutex(mutex);
+    waiting.join();
+}
+
+TEST(Mutex, endingThreadLeavesNoneBehind) {
+    const auto mutex = openMutex();
+    std::thread([=] { acquireMutex(mutex); }).join();
+    EXPECT_TRUE(othersGet(mutex, 5s));
+    closeMutex(mutex);
+}
+
+TEST(Mutex, excludesWhileOthersOpenAndClose) {
+    const auto mutex = openMutex();
+    int counter = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 20'000; ++i) {
+                const auto own = openMutex();
+                acquireMutex(mutex);
+                acquireMutex(own);
+                ++counter;
+                releaseMutex(mutex);
+                closeMutex(own);
+            }
+        });
+    for (auto &thread : threads) thread.join();
+    EXPECT_EQ(counter, 80'000);
+    closeMutex(mutex);
+}
+
+struct Block {
+    std::array<char, 64> text;
+    std::atomic<int> *done;
+    std::uint64_t *self;
+};
+
+TEST(Threads, getTheirOwnCopyOfTheBlockAndCleanUp) {
+    static std::atomic<int> cleaned{0};
+    std::atomic<int> done{0};
+    std::array<std::uint64_t, 8> selves{};
+    for (auto &self : selves) {
+        Block block{{"as it was"}, &done, &self};
+        ASSERT_TRUE(createThread(
+            [](void *address) {
+                const auto &mine = *static_cast<Block *>(address);
+                atThreadExit([](void *counter) { ++*static_cast<std::atomic<int> *>(counter); }, &cleaned);
+                *mine.self = std::string_view(mine.text.data()) == "as it was" ? threadSelf() : 0;
+                ++*mine.done;
+            },
+            &block, sizeof block));
+        block.text = {"changed"};
+    }
+    for (int i = 0; i < 2000 && (done < 8 || cleaned < 8); ++i) std::this_thread::sleep_for(1ms);
+    EXPECT_EQ(done, 8);
+    EXPECT_EQ(cleaned, 8);
+    std::set<std::uint64_t> distinct(selves.begin(), selves.end());
+    distinct.insert(threadSelf());
+    EXPECT_EQ(distinct.size(), 9U);
+    EXPECT_FALSE(distinct.contains(0));
+}
+
+TEST(Threads, exitActionsRunLatestFirstAndMayAskForMore) {
+    static std::string order;
+    std::thread([] {
+        atThreadExit([](void *) { order += "a"; }, nullptr);
+        atThreadExit([](void *) { order += "b", atThreadExit([](void *) { order += "c"; }, nullptr); }, nullptr);
+    }).join();
+    EXPECT_EQ(order, "bca");
+}
+
+} // namespace
+} // namespace oocobol::host::tests

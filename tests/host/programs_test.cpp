@@ -1,0 +1,107 @@
+// Dynamic calls by name: what is found, what must never be, and how it is called.
+#include <array>
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+#include "host/host.h"
+#include "temporary_folder.h"
+
+namespace oocobol::host::tests {
+namespace {
+
+using Arguments = std::array<void *, entryArguments>;
+
+std::int64_t countArguments(void *a1, void *a2, void *a3, void *a4, void *a5, void *a6, void *a7, void *a8, void *a9,
+                            void *a10, void *a11, void *a12, void *a13, void *a14, void *a15) {
+    std::int64_t result = 0x1'0000'0000; // wider than 4 bytes
+    for (const void *address : {a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, a12, a13, a14, a15})
+        result = result * 2 + (address != nullptr);
+    return result;
+}
+
+std::int64_t throwing(void *, void *, void *, void *, void *, void *, void *, void *, void *, void *, void *, void *,
+                      void *, void *, void *) {
+    throw std::runtime_error("out of user code");
+}
+
+TEST(Programs, registeredEntriesAreFoundInAnyCaseUntilWithdrawn) {
+    host_register_entry("Host-Test-Entry and more", countArguments);
+    for (const auto *name : {"host-test-entry", "HOST-TEST-ENTRY", "\"Host-Test-Entry\""})
+        EXPECT_EQ(findProgram(name).entry, countArguments) << name;
+    host_register_entry("HOST-TEST-ENTRY", throwing);
+    EXPECT_EQ(findProgram("host-test-entry").entry, throwing);
+    host_register_entry("host-test-entry", nullptr);
+    EXPECT_FALSE(findProgram("host-test-entry"));
+    host_register_entry(nullptr, countArguments);
+}
+
+TEST(Programs, runTimeFunctionsAndStartUpCodeAreNoPrograms) {
+    for (const auto *name : {"clock", "remove", "system", "abort", "CLOCK", "log", "environ", "malloc", "main", "_init",
+                             "_start", "dlopen", "oopscancel", "host_register_entry", "_ZSt9terminatev", "stdout"})
+        EXPECT_FALSE(findProgram(name)) << name;
+}
+
+TEST(Programs, whatIsNoNameIsNotFound) {
+    for (const auto *name : {"", "\"\"", "\"", " ", "a b", "../a", "/lib/x", "a\nb", "no-such-program"})
+        EXPECT_FALSE(findProgram(name)) << name;
+    EXPECT_FALSE(findProgram(std::string(81, 'x')));
+    EXPECT_FALSE(findProgram(std::string(100'000, 'x')));
+    EXPECT_FALSE(findProgram(std::string("a\0b", 3)));
+}
+
+TEST(Programs, modulesAreSearchedInTheLibraryPath) {
+    const TemporaryFolder folder;
+    folder.write("difftime.c", "long difftime(void *a) { return a ? 0x100000002 : 1; } long data = 1;");
+    folder.write("my-prog.c", "int my__prog(void) { return 5; }");
+    folder.write("empty.so", "no module at all");
+    for (const std::string name : {"difftime", "my-prog"}) {
+        const auto file = (folder.path / name).string();
+        ASSERT_EQ(std::system(("cc -w -shared -fPIC -o " + file + ".so " + file + ".c").c_str()), 0);
+    }
+    const Environment path("COB_LIBRARY_PATH", "/nowhere::" + folder.path.string());
+    Arguments arguments{};
+    const auto own = findProgram("DIFFTIME"); // the user's, not the C library's
+    ASSERT_TRUE(own);
+    EXPECT_EQ(call(own, arguments.data()), 1);
+    arguments[0] = &arguments;
+    EXPECT_EQ(call(own, arguments.data()), 0x100000002);
+    ASSERT_TRUE(findProgram("my-prog"));
+    EXPECT_FALSE(findProgram("empty"));
+}
+
+TEST(Programs, callPassesAllAddressesAndStopsExceptions) {
+    Arguments arguments{};
+    arguments[0] = arguments[7] = arguments[14] = &arguments;
+    bool threw = true;
+    EXPECT_EQ(call({.entry = countArguments}, arguments.data(), &threw), 0x8000'0000'4081);
+    EXPECT_FALSE(threw);
+    EXPECT_EQ(call({.entry = throwing}, arguments.data(), &threw), 0);
+    EXPECT_TRUE(threw);
+    EXPECT_EQ(call({.entry = throwing}, arguments.data()), 0);
+    EXPECT_EQ(call({}, arguments.data()), 0);
+}
+
+// A method is called with as many addresses as it declares, in registers and on the stack.
+std::array<void *, 18> seen;
+void methodOf18(void *a1, void *a2, void *a3, void *a4, void *a5, void *a6, void *a7, void *a8, void *a9, void *a10,
+                void *a11, void *a12, void *a13, void *a14, void *a15, void *a16, void *a17, void *a18) {
+    seen = {a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, a12, a13, a14, a15, a16, a17, a18};
+}
+void methodOf7(void *a1, void *a2, void *a3, void *a4, void *a5, void *a6, void *a7) {
+    seen = {a1, a2, a3, a4, a5, a6, a7};
+}
+void throwingMethod(void *, void *, void *) { throw 1; }
+
+TEST(Methods, getTheirAddressesInOrder) {
+    std::array<void *, 18> given;
+    for (std::size_t i = 0; i < given.size(); ++i) given[i] = &given[i];
+    EXPECT_TRUE(callMethod(reinterpret_cast<void *>(methodOf18), false, given.data(), given.size()));
+    EXPECT_EQ(seen, given);
+    EXPECT_TRUE(callMethod(reinterpret_cast<void *>(methodOf7), false, given.data(), 7));
+    EXPECT_EQ(seen[6], given[6]);
+    EXPECT_EQ(seen[7], nullptr);
+    EXPECT_FALSE(callMethod(reinterpret_cast<void *>(throwingMethod), false, given.data(), 3));
+}
+
+} // namespace
+} // namespace oocobol::host::tests
