@@ -39,6 +39,9 @@ std::int64_t call(const Program &program, void *const *arguments, bool *threw = 
 // Gives (or, with null, withdraws) a registered entry. Names are held without regard to case.
 void registerEntry(std::string_view name, host_entry entry) noexcept;
 
+// Rises whenever an entry is registered or withdrawn: what findProgram answered before may be otherwise now.
+std::uint64_t programsVersion() noexcept;
+
 // Whether the code at this address was compiled by a COBOL compiler, as far as its module shows: C code linked with a
 // COBOL run time counts as COBOL code and is called as such, which does it no harm. Never true without a COBOL run
 // time in the process.
@@ -121,6 +124,11 @@ void atThreadExit(void (*action)(void *argument), void *argument) noexcept;
 // ASCII letters converted in place, nothing else.
 void toUpper(char *text, std::size_t length) noexcept;
 void toLower(char *text, std::size_t length) noexcept;
+
+// A file name as programs hold it in the form that files are opened by, ended by a null byte: without spaces at its
+// end and quotes around it, cut to 255 bytes.
+inline constexpr std::size_t fileNameSize = 256;
+void toInternalFileName(std::string_view name, char (&internal)[fileNameSize]) noexcept;
 
 struct SystemInfo {
     std::uint8_t type;    // 128: file names in lower case

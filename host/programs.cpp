@@ -5,6 +5,7 @@
 // been found stays mapped, so that it may be remembered.
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
@@ -56,6 +57,8 @@ struct Names {
     std::map<std::string, host_entry, std::less<>> registered; // in lower case
     std::map<std::string, Program, std::less<>> found;         // as asked for
 };
+
+std::atomic<std::uint64_t> version{1};
 
 // Never destroyed: threads may look names up while the process ends.
 Names &names() {
@@ -206,6 +209,7 @@ void registerEntry(std::string_view name, host_entry entry) noexcept try {
     if (name.empty() || name.size() > nameLimit) return;
     const std::lock_guard lock(names().lock);
     names().found.clear();
+    ++version;
     if (entry)
         names().registered[lower(name)] = entry;
     else
@@ -213,6 +217,8 @@ void registerEntry(std::string_view name, host_entry entry) noexcept try {
 } catch (...) {
     report("oocobol: memory is short, a program entry was not registered\n");
 }
+
+std::uint64_t programsVersion() noexcept { return version.load(std::memory_order_acquire); }
 
 void pinModule(const void *address) noexcept try {
     const auto module = moduleOf(address);

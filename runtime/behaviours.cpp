@@ -10,6 +10,7 @@
 namespace oocobol {
 
 constinit Cell *cells = nullptr;
+constinit Behaviour *behaviours = nullptr;
 
 struct CellTable {
     std::uint32_t mask;
@@ -21,7 +22,6 @@ namespace {
 
 constexpr std::uint32_t behaviourCapacity = std::uint32_t{1} << 20;
 
-Behaviour *behaviours = nullptr;
 std::atomic<std::uint32_t> behaviourCount{1};
 std::recursive_mutex lock;
 CellNumber nextCell = 1;
@@ -132,8 +132,6 @@ Behaviour *makeBehaviour(const ClassFamily *family, bool classSide) noexcept {
     behaviourCount.store(id + 1, std::memory_order_release);
     return behaviour;
 }
-
-Behaviour &behaviourAt(std::uint32_t id) noexcept { return behaviours[id]; }
 
 const Method *lookUp(const Behaviour &behaviour, SelectorId selector) noexcept {
     const auto &roots = rootFamilies();

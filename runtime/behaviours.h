@@ -69,7 +69,7 @@ inline constexpr std::string_view guardedMessages[] = {
     "greaterthanbylengthvalue",     "equalbylengthvalue",             "lessthanorequal",
     "newclass",   "withvalue",      "new",           "newindexedinstance", "setlength", "initialize",
     "iscompatible", "dowithoutcopy", "makeroomatstart", "addnosort",  "replacecontentswith", "fixcollisionsfrom",
-    "setoccuppied", "setempty",     "privateat"};
+    "setoccuppied", "setempty",     "privateat",      "withlengthvalue"};
 static_assert(std::size(guardedMessages) <= 64);
 
 class Needs {
@@ -106,7 +106,8 @@ inline constexpr std::uint32_t nullBehaviour = 1;
 bool reserveBehaviours() noexcept;
 
 Behaviour *makeBehaviour(const ClassFamily *family, bool classSide) noexcept; // null when memory is short
-Behaviour &behaviourAt(std::uint32_t id) noexcept;
+extern constinit Behaviour *behaviours;
+inline Behaviour &behaviourAt(std::uint32_t id) noexcept { return behaviours[id]; }
 
 // The method that a message to a receiver of this behaviour runs, or null. Lookup order: the class's methods, then its
 // superclasses'; for class objects, after the class methods of all of these, the instance methods of `behavior` and

@@ -182,6 +182,10 @@ bool materialise(ClassFamily &family) {
     family.instances = makeBehaviour(&family, false);
     family.classSide = makeBehaviour(&family, true);
     if (family.instances == nullptr || family.classSide == nullptr) return false;
+    family.instancesId = family.instances->id;
+    const auto bodyClass = detail::bodyClassOf(family.instanceDataSize);
+    if (detail::hasBodyCaches && !family.anyInstanceInitialiser && bodyClass <= ThreadState::bodyClasses)
+        family.plainBodyClass = static_cast<std::uint32_t>(bodyClass);
     auto *data = allocateBody(family.classDataSize);
     if (data == nullptr) return false;
     headerOf(data)->marks = markClass | markLibrary;
@@ -304,16 +308,6 @@ bool ClassFamily::isBehavior() const noexcept { return this == rootFamilies().be
 bool ClassFamily::isNilObject() const noexcept { return this == rootFamilies().nilObject; }
 
 const RootFamilies &rootFamilies() noexcept { return registry().roots; }
-
-const Behaviour *behaviourOfObject(Ref object) noexcept {
-    const auto *entry = findEntry(object);
-    return entry != nullptr ? &behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire))) : nullptr;
-}
-
-const ClassFamily *familyOfClass(Ref classObject) noexcept {
-    const auto *behaviour = behaviourOfObject(classObject);
-    return behaviour != nullptr && behaviour->classSide ? behaviour->family : nullptr;
-}
 
 void ensureStarted() noexcept {
     if (started.load(std::memory_order_acquire)) [[likely]] return;

@@ -15,6 +15,7 @@
 
 #include "oocobol/oocobol.h"
 #include "runtime/behaviours.h"
+#include "runtime/object_table.h"
 #include "runtime/types.h"
 
 namespace oocobol {
@@ -100,6 +101,9 @@ struct ClassFamily {
 
     Behaviour *instances = nullptr;
     Behaviour *classSide = nullptr;
+    std::uint32_t instancesId = 0; // of the behaviour
+    // The size class of an instance's body when there is nothing to do but to make it; else 0.
+    std::uint32_t plainBodyClass = 0;
 
     std::atomic<const MethodDictionary *> instanceMethods{nullptr};
     std::atomic<const MethodDictionary *> classMethods{nullptr};
@@ -123,10 +127,16 @@ struct RootFamilies {
 };
 const RootFamilies &rootFamilies() noexcept;
 
+// The behaviour of a live object; null for anything else.
+inline const Behaviour *behaviourOfObject(Ref object) noexcept {
+    const auto *entry = findEntry(object);
+    return entry != nullptr ? &behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire))) : nullptr;
+}
 // The family whose class object (or a copy of it) this is; null for anything else.
-const ClassFamily *familyOfClass(Ref classObject) noexcept;
-// The family of the object's class; for a class object its own family too: see Behaviour::classSide.
-const Behaviour *behaviourOfObject(Ref object) noexcept;
+inline const ClassFamily *familyOfClass(Ref classObject) noexcept {
+    const auto *behaviour = behaviourOfObject(classObject);
+    return behaviour != nullptr && behaviour->classSide ? behaviour->family : nullptr;
+}
 
 // ---- The registry -----------------------------------------------------------------------------------------------
 

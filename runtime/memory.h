@@ -62,10 +62,12 @@ void freeBodySlowly(void *body) noexcept;
 
 // A handful of stores: for bodies' sizes a call of memset takes longer, and so does what compilers make of a plain loop.
 inline void clearSteps(std::byte *memory, std::size_t steps) {
-    for (std::size_t i = 0; i < steps; ++i) {
-        _mm_store_si128(reinterpret_cast<__m128i *>(memory + i * bodyStep), _mm_setzero_si128());
-        __asm__("" : "+r"(i));
-    }
+    auto *end = memory + steps * bodyStep;
+    do {
+        end -= bodyStep;
+        _mm_store_si128(reinterpret_cast<__m128i *>(end), _mm_setzero_si128());
+        __asm__("" : "+r"(end));
+    } while (end != memory);
 }
 
 } // namespace detail

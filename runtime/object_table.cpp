@@ -37,7 +37,7 @@ std::uint32_t refillIndexes() noexcept {
     if (waiting.size() > ThreadState::indexReserve) {
         const auto index = waiting.front();
         waiting.pop_front();
-        for (std::uint32_t i = 0; i < freshBatch && thread.indexCount < ThreadState::indexRing; ++i) {
+        for (std::uint32_t i = 0; i < freshBatch && thread.waitingIndexes() < ThreadState::indexRing; ++i) {
             putIndex(waiting.front());
             waiting.pop_front();
         }
@@ -56,7 +56,7 @@ std::uint32_t refillIndexes() noexcept {
         waiting.pop_front();
         return index;
     }
-    return thread.indexCount > 0 ? takeIndex() : 0;
+    return thread.waitingIndexes() > 0 ? takeIndex() : 0;
 }
 
 void shareIndexes() noexcept {
@@ -98,7 +98,7 @@ void closeGate(bool closed) noexcept {
 void returnIndexes() noexcept {
     const std::lock_guard guard(tableLock);
     auto &waiting = waitingIndexes();
-    while (thread.indexCount > 0) waiting.push_back(detail::takeIndex());
+    while (thread.waitingIndexes() > 0) waiting.push_back(detail::takeIndex());
     while (thread.freshIndex < thread.freshEnd) waiting.push_back(thread.freshIndex++);
 }
 

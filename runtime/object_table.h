@@ -48,7 +48,7 @@ inline Entry *findEntry(Ref ref) noexcept {
     if (index >= objects.limit.load(std::memory_order_acquire)) return nullptr;
     auto *entry = &objects.entries[index];
     const auto tag = entry->tag.load(std::memory_order_acquire);
-    const auto live = static_cast<std::uint32_t>(tag) == ref.generation() && (ref.generation() & 1) != 0;
+    const auto live = static_cast<std::uint32_t>(tag) == ref.generation() && (ref.bits >> 32 & 1) != 0;
     return live ? entry : nullptr;
 }
 inline bool isLive(Ref ref) noexcept { return findEntry(ref) != nullptr; }
@@ -70,12 +70,11 @@ void clearComponentSlot(std::uint32_t index) noexcept;
 
 inline std::uint32_t takeIndex() noexcept {
     auto &own = thread;
-    --own.indexCount;
     return own.freeIndexes[own.indexHead++ % ThreadState::indexRing];
 }
 inline void putIndex(std::uint32_t index) noexcept {
     auto &own = thread;
-    own.freeIndexes[(own.indexHead + own.indexCount++) % ThreadState::indexRing] = index;
+    own.freeIndexes[own.indexTail++ % ThreadState::indexRing] = index;
 }
 
 // Takes the entry from live to free; of several threads that try, one succeeds. The locked instruction costs more than
@@ -91,15 +90,8 @@ inline bool claim(Entry &entry, std::uint32_t generation) noexcept {
     return entry.tag.compare_exchange_strong(tag, ended, std::memory_order_acq_rel);
 }
 
-} // namespace detail
-
-// Makes an index the object's and publishes it: the reference, or null when the table is full.
-inline Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept {
-    const auto index = thread.indexCount > ThreadState::indexReserve ? detail::takeIndex()
-                       : thread.freshIndex < thread.freshEnd         ? thread.freshIndex++
-                                                                     : detail::refillIndexes();
-    if (index == 0) [[unlikely]]
-        return null;
+// Gives a free index to the object and makes it live.
+inline Ref publish(std::uint32_t index, std::byte *body, std::uint32_t behaviour) noexcept {
     auto &entry = objects.entries[index];
     const auto generation = static_cast<std::uint32_t>(entry.tag.load(std::memory_order_relaxed)) + 1;
     headerOf(body)->index = index;
@@ -108,16 +100,27 @@ inline Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept {
     return {index | std::uint64_t{generation} << 32};
 }
 
+} // namespace detail
+
+// Makes an index the object's and publishes it: the reference, or null when the table is full.
+inline Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept {
+    const auto index = thread.waitingIndexes() > ThreadState::indexReserve ? detail::takeIndex()
+                       : thread.freshIndex < thread.freshEnd         ? thread.freshIndex++
+                                                                     : detail::refillIndexes();
+    if (index == 0) [[unlikely]]
+        return null;
+    return detail::publish(index, body, behaviour);
+}
+
 // Ends the reference of a live object whose entry this is; answers the body, or null when another thread was first.
 inline std::byte *removeObject(Ref ref, Entry &entry) noexcept {
     if (!detail::claim(entry, ref.generation())) return nullptr;
     auto *body = entry.body.load(std::memory_order_relaxed);
-    entry.body.store(nullptr, std::memory_order_relaxed);
     if ((headerOf(body)->marks & markComponent) != 0) [[unlikely]]
         detail::clearComponentSlot(ref.index());
     ++thread.epoch;
     if (ref.generation() + 1 < detail::lastGeneration) [[likely]] {
-        if (thread.indexCount == ThreadState::indexRing) [[unlikely]]
+        if (thread.waitingIndexes() == ThreadState::indexRing) [[unlikely]]
             detail::shareIndexes();
         detail::putIndex(ref.index());
     }

@@ -51,11 +51,60 @@ bool isClassObject(const std::byte *body) {
     return (headerOf(const_cast<std::byte *>(body))->marks & markClass) != 0;
 }
 
+[[gnu::noinline]] Ref createSlowly(Ref classObject) {
+    const auto *family = familyOfClass(classObject);
+    return family != nullptr ? create(*family, classObject, family->instanceDataSize) : null;
+}
+
+[[gnu::noinline]] bool cancelSlowly(Ref object) {
+    auto *entry = findEntry(object);
+    if (entry == nullptr || isClassObject(entry->body.load(std::memory_order_relaxed))) return false;
+    auto *body = removeObject(object, *entry);
+    if (body == nullptr) return false;
+    freeBody(body);
+    return true;
+}
+
 } // namespace
+
+// The two below are the common case of the general ones, with everything asked before anything is changed: without a
+// call in them they need no registers saved, which is a good part of their time.
 
 Ref createInstance(Ref classObject) noexcept {
     const auto *family = familyOfClass(classObject);
-    return family != nullptr ? create(*family, classObject, family->instanceDataSize) : null;
+    if (family == nullptr || family->plainBodyClass == 0) return createSlowly(classObject);
+    auto &bodies = thread.bodies[family->plainBodyClass];
+    auto *memory = reinterpret_cast<std::byte *>(bodies.free);
+    if (memory == nullptr || thread.waitingIndexes() <= ThreadState::indexReserve) return createSlowly(classObject);
+    bodies.free = bodies.free->next;
+    --bodies.count;
+    detail::clearSteps(memory, family->plainBodyClass);
+    auto *body = memory + sizeof(BodyHeader);
+    headerOf(body)->size = family->instanceDataSize;
+    headerOf(body)->classIndex = classObject.index();
+    return detail::publish(detail::takeIndex(), body, family->instancesId);
+}
+
+bool cancelObject(Ref object) noexcept {
+    auto *entry = findEntry(object);
+    if (entry == nullptr) return false;
+    auto *body = entry->body.load(std::memory_order_relaxed);
+    auto *header = headerOf(body);
+    const auto sizeClass = detail::bodyClassOf(header->size);
+    auto &bodies = thread.bodies[sizeClass <= ThreadState::bodyClasses ? sizeClass : 0];
+    if (!detail::hasBodyCaches || (header->marks & (markClass | markComponent)) != 0 ||
+        __libc_single_threaded == 0 || object.generation() + 1 >= detail::lastGeneration ||
+        thread.waitingIndexes() == ThreadState::indexRing || sizeClass > ThreadState::bodyClasses ||
+        bodies.count >= detail::bodyCacheLimit)
+        return cancelSlowly(object);
+    entry->tag.store(makeTag(object.generation() + 1, 0), std::memory_order_release);
+    ++thread.epoch;
+    detail::putIndex(object.index());
+    auto *free = reinterpret_cast<FreeBody *>(header);
+    free->next = bodies.free;
+    bodies.free = free;
+    ++bodies.count;
+    return true;
 }
 
 Ref createIndexedInstance(Ref classObject, std::uint64_t count) noexcept {
@@ -113,15 +162,6 @@ bool exchangeIdentities(Ref one, Ref other) noexcept {
         setComponentSlot(other, firstComponent);
     }
     ++thread.epoch;
-    return true;
-}
-
-bool cancelObject(Ref object) noexcept {
-    auto *entry = findEntry(object);
-    if (entry == nullptr || isClassObject(entry->body.load(std::memory_order_relaxed))) return false;
-    auto *body = removeObject(object, *entry);
-    if (body == nullptr) return false;
-    freeBody(body);
     return true;
 }
 

@@ -18,6 +18,10 @@ namespace oocobol {
 
 // Which family lays out these fields: set when the class that declares them registers.
 template <class Fields> inline constinit const ClassFamily *layoutOf = nullptr;
+// Whether the objects of a family, or its class objects, start with these fields.
+template <class Fields> bool isLaidOutAs(const ClassFamily &family) noexcept {
+    return layoutOf<Fields> != nullptr && family.isKindOf(*layoutOf<Fields>);
+}
 
 class Receiver {
   public:

@@ -44,8 +44,11 @@ struct ThreadState {
     BodyCache bodies[bodyClasses + 1];
 
     std::uint32_t freeIndexes[indexRing] = {};
+    // Counted up for ever, taken modulo the ring: each end has a counter of its own, because a length that both ends
+    // change makes every create wait for the finalize before it (12.4 against 4.1 ns for the pair).
     std::uint32_t indexHead = 0; // next to hand out
-    std::uint32_t indexCount = 0;
+    std::uint32_t indexTail = 0; // next to be put
+    std::uint32_t waitingIndexes() const { return indexTail - indexHead; }
     std::uint32_t freshIndex = 0, freshEnd = 0;
 
     std::uintptr_t stackEnd = 0, stackBase = 0; // of the thread's stack: lowest address, and one above the highest

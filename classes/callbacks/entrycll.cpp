@@ -81,12 +81,11 @@ class Hold {
 // The entry that the name field names now.
 host::Program findEntry(const Self &self) {
     const auto version = host::programsVersion();
-    if (self->entry != nullptr && self->entryVersion == version) return {self->entry, self->entryIsCobol != 0};
+    if (const host::Program known = self->entry; known && self->entryVersion == version) return known;
     std::string_view name(self->name, callbackNameWidth);
     while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
     const auto found = host::findProgram(name);
-    self->entry = found.entry;
-    self->entryIsCobol = found.cobol ? 1 : 0;
+    self->entry = found;
     self->entryVersion = version;
     return found;
 }

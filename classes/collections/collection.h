@@ -102,7 +102,8 @@ class NativeElements {
     bool dynamic = false;
 };
 
-// Reads elements of one collection into an area of its own, as `at` answers them.
+// Reads elements of one collection into an area of its own, as `at` answers them: an index outside raises 3 and leaves
+// the area as it was.
 class ElementReader {
   public:
     // `other`: an object whose elements the area must hold as well.
@@ -114,6 +115,8 @@ class ElementReader {
     // False when the collection is gone, or its elements do not fit any more: then nothing can be read again.
     bool read(Index index) noexcept;
     Element element() noexcept { return area.element(); }
+    // Whether the area is enough for what that collection takes as an element.
+    bool fits(Ref target) const noexcept { return areaWidth(target) <= area.size(); }
     Ref reference() noexcept {
         Ref held;
         std::memcpy(&held, area.bytes(), sizeof held);
@@ -126,14 +129,40 @@ class ElementReader {
     WorkArea area;
 };
 
+// Gives a collection an element out of an area of the library. False when the area is not enough for it (any more).
+template <class Source> bool addElement(Ref collection, Source &source) noexcept {
+    if (!source.fits(collection)) return false;
+    send(SITE("add"), collection, source.element());
+    return true;
+}
+template <class Source> bool putElement(Ref collection, Index index, Source &source) noexcept {
+    if (!source.fits(collection)) return false;
+    send(SITE("atput"), collection, index, source.element());
+    return true;
+}
+
 // ---- Searching ------------------------------------------------------------------------------------------------------
 
-// The first (last) index in from .. to whose element `isat` says is the given one; 0 when there is none. The indexes
-// are tested one after the other.
+// Asks one collection whether an element is the one at an index, as its `isat` does. Nothing is, once the collection
+// has become one of wider elements.
+class ElementMatcher {
+  public:
+    explicit ElementMatcher(Ref wanted) noexcept
+        : collection(wanted), native(wanted, {"isat", "at", "atnogc"}), width(areaWidth(wanted)) {}
+    bool matches(Element element, Index index) noexcept;
+    // The elements, when comparing their bytes is all that asking would do.
+    std::optional<Run> values() noexcept;
+
+  private:
+    Ref collection;
+    NativeElements native;
+    std::size_t width;
+};
+
+// The first (last) index in from .. to at which the receiver has that element; 0 when there is none. From is at
+// least 1; the indexes are asked for one after the other.
 Index searchForward(const Receiver &self, Element element, std::int64_t from, std::int64_t to) noexcept;
 Index searchBackward(const Receiver &self, Element element, std::int64_t from, std::int64_t to) noexcept;
-// Whether `isat` of the collection says so for that one index.
-bool isElementAt(Ref collection, Element element, Index index) noexcept;
 
 // ---- Walking --------------------------------------------------------------------------------------------------------
 
@@ -154,6 +183,7 @@ class Block {
     }
     bool answered(Flag flag) noexcept { return std::to_integer<Flag>(*answer.bytes()) == flag; }
     Element element() noexcept { return answer.element(); }
+    bool fits(Ref target) const noexcept { return areaWidth(target) <= answer.size(); }
 
   private:
     Ref callback;

@@ -15,7 +15,7 @@ std::uint64_t numberOf(const Self &self) {
     const auto item = itemOf(self);
     return nativeNumber(item.data(), item.size());
 }
-std::uint64_t numberAt(Index length, Element value) { return nativeNumber(value.address, numberLength(length)); }
+std::uint64_t given(Index length, Element value) { return nativeNumber(value.address, numberLength(length)); }
 
 // ---- Classes ------------------------------------------------------------------------------------------------------
 
@@ -41,20 +41,15 @@ Count maximumSize(ClassSelf) { return longestNumber; }
 bool isComp5(ClassSelf) { return true; }
 
 // reset (). Finds the machine's byte order. testcomp5order () -> flag, whether it is the reverse of COMP-X.
-void reset(ClassSelf) {
-    constexpr std::uint32_t one = 1;
-    isReversed = bigEndianNumber(&one, sizeof one) != one;
-}
+void reset(ClassSelf) { isReversed = isReverseOfBigEndian(); }
 bool testComp5Order(ClassSelf) { return isReversed; }
 
 // ---- Comparing ----------------------------------------------------------------------------------------------------
 
 // equalbylengthvalue, lessthanbylengthvalue, greaterthanbylengthvalue (length, value) -> flag.
-bool equalByLengthValue(Self self, Index length, Element value) { return numberOf(self) == numberAt(length, value); }
-bool lessThanByLengthValue(Self self, Index length, Element value) { return numberOf(self) < numberAt(length, value); }
-bool greaterThanByLengthValue(Self self, Index length, Element value) {
-    return numberOf(self) > numberAt(length, value);
-}
+bool equalByLengthValue(Self self, Index length, Element value) { return numberOf(self) == given(length, value); }
+bool lessThanByLengthValue(Self self, Index length, Element value) { return numberOf(self) < given(length, value); }
+bool greaterThanByLengthValue(Self self, Index length, Element value) { return numberOf(self) > given(length, value); }
 
 // hash () -> count.
 Count hash(Self self) { return hashNumber(numberOf(self)); }

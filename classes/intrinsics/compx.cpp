@@ -13,7 +13,7 @@ std::uint64_t numberOf(const Self &self) {
     const auto item = itemOf(self);
     return bigEndianNumber(item.data(), item.size());
 }
-std::uint64_t numberAt(Index length, Element value) { return bigEndianNumber(value.address, numberLength(length)); }
+std::uint64_t given(Index length, Element value) { return bigEndianNumber(value.address, numberLength(length)); }
 
 // ---- Classes ------------------------------------------------------------------------------------------------------
 
@@ -36,11 +36,9 @@ Count maximumSize(ClassSelf) { return longestNumber; }
 // ---- Comparing ----------------------------------------------------------------------------------------------------
 
 // equalbylengthvalue, lessthanbylengthvalue, greaterthanbylengthvalue (length, value) -> flag.
-bool equalByLengthValue(Self self, Index length, Element value) { return numberOf(self) == numberAt(length, value); }
-bool lessThanByLengthValue(Self self, Index length, Element value) { return numberOf(self) < numberAt(length, value); }
-bool greaterThanByLengthValue(Self self, Index length, Element value) {
-    return numberOf(self) > numberAt(length, value);
-}
+bool equalByLengthValue(Self self, Index length, Element value) { return numberOf(self) == given(length, value); }
+bool lessThanByLengthValue(Self self, Index length, Element value) { return numberOf(self) < given(length, value); }
+bool greaterThanByLengthValue(Self self, Index length, Element value) { return numberOf(self) > given(length, value); }
 
 // hash () -> count. That of the same number in COMP-5.
 Count hash(Self self) { return hashNumber(numberOf(self)); }

@@ -26,17 +26,14 @@ struct [[gnu::packed]] PicXClassData : IntrinsicClassData {};
 struct [[gnu::packed]] Comp5ClassData : IntrinsicClassData {};
 struct [[gnu::packed]] CompXClassData : IntrinsicClassData {};
 
-template <class Layout> bool isLaidOutAs(const ClassFamily &family) noexcept {
-    return layoutOf<Layout> != nullptr && family.isKindOf(*layoutOf<Layout>);
-}
-
 // Whether the length of every instance is the one in the class data.
 inline bool hasFixedLength(const ClassFamily &family) noexcept {
     constexpr Needs needs{"sizeinbytes"};
     return isPristine(*family.instances, needs) && isPristine(*family.classSide, needs) &&
            !isLaidOutAs<DoubleByteClassData>(family);
 }
-// Whether such an instance is made, read and set by the plain methods of `intrinsic`, as long as they are the library's.
+// Whether such an instance is made, read and set by the plain methods of `intrinsic`, as long as they are the
+// library's.
 inline bool isPlainItemFamily(const ClassFamily &family) noexcept {
     return (isLaidOutAs<PicXClassData>(family) || isLaidOutAs<Comp5ClassData>(family) ||
             isLaidOutAs<CompXClassData>(family)) &&

@@ -2,10 +2,9 @@
 //
 // A class stands for one length, which is its class data; classes of other lengths are copies of the class object. The
 // value is the instance's whole storage, so the same methods run over an element's bytes in a collection.
-#include "classes/intrinsics/intrinsic.h"
-
 #include <algorithm>
 
+#include "classes/intrinsics/intrinsic.h"
 #include "classes/text/operand.h"
 
 namespace oocobol {
@@ -54,8 +53,11 @@ Answer<Ref> itemOfClass(Ref classObject, std::string_view value) {
     if (makesNatively(classObject)) {
         if (const auto made = makeItem(classObject, value)) return made;
     }
-    WorkArea copy(value.size());
+    // The class reads as many bytes as its items have, whatever was asked for when it was made.
+    const auto *data = classDataOf<IntrinsicClassData>(classObject);
+    WorkArea copy(std::max<std::size_t>(data != nullptr ? data->length : 0, value.size()));
     if (!copy) return raise(Error::noWorkArea);
+    std::memset(copy.bytes(), ' ', copy.size());
     if (!value.empty()) std::memcpy(copy.bytes(), value.data(), value.size());
     return send<Ref>(SITE("withvalue"), classObject, copy.text());
 }

@@ -30,6 +30,12 @@ inline std::uint64_t bigEndianNumber(const void *bytes, std::size_t length) noex
     return __builtin_bswap64(number) >> (8 * (longestNumber - used));
 }
 
+// Whether a native 1, read most significant byte first, is something else.
+inline bool isReverseOfBigEndian() noexcept {
+    constexpr std::uint32_t one = 1;
+    return bigEndianNumber(&one, sizeof one) != one;
+}
+
 // A length argument: what lies beyond the longest number is not read.
 inline std::size_t numberLength(Index length) noexcept {
     return static_cast<std::size_t>(std::clamp<Index>(length, 0, longestNumber));
@@ -46,7 +52,8 @@ inline NumberBytes inNativeOrder(std::uint64_t number) noexcept {
     return item;
 }
 inline NumberBytes inBigEndianOrder(std::uint64_t number, std::size_t length) noexcept {
-    return inNativeOrder(length == 0 ? 0 : __builtin_bswap64(number << (8 * (longestNumber - std::min(length, longestNumber)))));
+    return inNativeOrder(
+        length == 0 ? 0 : __builtin_bswap64(number << (8 * (longestNumber - std::min(length, longestNumber)))));
 }
 
 // The low half as a signed number, which is then made positive.

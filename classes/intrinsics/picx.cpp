@@ -19,7 +19,7 @@ using Self = Receiver;
 
 // A work area that holds a copy of these bytes; test it before use.
 class CopiedText : public WorkArea {
-  public:
+public:
     explicit CopiedText(std::string_view bytes) : WorkArea(bytes.size()) {
         if (*this && !bytes.empty()) std::memcpy(this->bytes(), bytes.data(), bytes.size());
     }
@@ -182,7 +182,7 @@ Answer<void> atPut(Self self, Index position, Bytes character) {
         const auto length = static_cast<Index>(own.size());
         const auto wide = send<Ref>(SITE("withlengthvalue"), CLASS("dbcspicx"), length, own.text());
         if (wide) send(SITE("atput"), wide, position, character);
-        doubleByte::turnInto(self, wide);
+        turnInto(self, wide);
         return {};
     }
     const auto item = itemOf(self);
@@ -195,7 +195,7 @@ Answer<void> atPut(Self self, Index position, Bytes character) {
 void setValue(Self self, Bytes value) {
     const auto length = static_cast<Index>(itemLength(self));
     if (doubleByte::amongCharacters(length, value)) {
-        doubleByte::turnInto(self, send<Ref>(SITE("withlengthvalue"), CLASS("dbcspicx"), length, value));
+        turnInto(self, send<Ref>(SITE("withlengthvalue"), CLASS("dbcspicx"), length, value));
         return;
     }
     const auto item = itemOf(self);

@@ -19,7 +19,7 @@ Index numberOf(const Self &self) {
     const auto item = itemOf(self);
     return signedNumber(item.data(), item.size());
 }
-Index numberAt(Index length, Element value) { return signedNumber(value.address, numberLength(length)); }
+Index given(Index length, Element value) { return signedNumber(value.address, numberLength(length)); }
 
 // baseclass () -> class.
 Ref baseClass(ClassSelf) { return CLASS("scomp5"); }
@@ -27,17 +27,12 @@ Ref baseClass(ClassSelf) { return CLASS("scomp5"); }
 constinit std::atomic<bool> isReversed{false};
 
 // reset (). testcomp5order () -> flag. As in `cobolcomp5`, for this class.
-void reset(ClassSelf) {
-    constexpr std::uint32_t one = 1;
-    isReversed = bigEndianNumber(&one, sizeof one) != one;
-}
+void reset(ClassSelf) { isReversed = isReverseOfBigEndian(); }
 bool testComp5Order(ClassSelf) { return isReversed; }
 
 // lessthanbylengthvalue, greaterthanbylengthvalue (length, value) -> flag.
-bool lessThanByLengthValue(Self self, Index length, Element value) { return numberOf(self) < numberAt(length, value); }
-bool greaterThanByLengthValue(Self self, Index length, Element value) {
-    return numberOf(self) > numberAt(length, value);
-}
+bool lessThanByLengthValue(Self self, Index length, Element value) { return numberOf(self) < given(length, value); }
+bool greaterThanByLengthValue(Self self, Index length, Element value) { return numberOf(self) > given(length, value); }
 
 // aspicx () -> item of `cobolpicx`. ascharacterarray () -> character array.
 Answer<Ref> asPicX(Self self) { return oocobol::asPicX(signedDecimalDigits(numberOf(self))); }

@@ -30,9 +30,7 @@ inline bool amongBytes(Index length, Bytes value) {
     return mayOccur() && send<bool>(SITE("isdbcsstringbytelengthvalue"), textClass(), length, value);
 }
 // Whether an object says that it holds some.
-inline bool areIn(Ref object) {
-    return mayOccur() && send<bool>(SITE("containsdbcscharacters"), object);
-}
+inline bool areIn(Ref object) { return mayOccur() && send<bool>(SITE("containsdbcscharacters"), object); }
 
 // The bytes that the first `count` characters take; the bytes of the character at the start.
 inline Index lengthInBytes(Bytes value, Index count) {
@@ -42,10 +40,14 @@ inline Count characterLength(Bytes character) {
     return mayOccur() ? send<Count>(SITE("charlengthinbytes"), textClass(), character) : 1;
 }
 
-// Self turns into the replacement, which is then finalized with what self was.
+} // namespace oocobol::doubleByte
+
+namespace oocobol {
+
+// Self turns into the replacement, whose reference is finalized with what self was before.
 inline void turnInto(const Receiver &self, Ref replacement) {
     const Temporary former(replacement);
     if (replacement) sendSelf(SITE("becomes"), self, replacement);
 }
 
-} // namespace oocobol::doubleByte
+} // namespace oocobol

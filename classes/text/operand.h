@@ -17,7 +17,7 @@ std::optional<std::string_view> nativeValue(Ref object) noexcept;
 std::size_t valueCapacity(Ref object, Count claimed) noexcept;
 
 class Operand {
-  public:
+public:
     // Borrowed bytes stay where they are and are looked up at each use; copied ones may be shown to user code.
     enum class Access { borrowed, copied };
 
@@ -29,7 +29,7 @@ class Operand {
     std::string_view bytes() const noexcept;
     Element element() noexcept { return copy ? copy->element() : Element{}; } // of a copied value
 
-  private:
+private:
     void take();
 
     Ref object;

@@ -1,10 +1,9 @@
 #include "classes/text/text_algorithms.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <emmintrin.h>
 
 #include "host/host.h"
 
@@ -90,7 +89,7 @@ bool equalPadded(std::string_view one, std::string_view other) noexcept {
 }
 
 bool equalPaddedIgnoringCase(std::string_view one, std::string_view other) noexcept {
-    constexpr std::size_t chunk = 256;
+    static constexpr std::size_t chunk = 256;
     char upper[2][chunk];
     const auto take = [](std::string_view &text, char *into) {
         const auto size = std::min(text.size(), chunk);

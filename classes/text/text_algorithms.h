@@ -49,11 +49,11 @@ Piece nextWord(std::string_view text, std::size_t from) noexcept;
 
 // Digits of a number, on the stack.
 class Digits {
-  public:
+public:
     std::string_view view() const noexcept { return {characters + first, sizeof characters - first}; }
     void prepend(char character) noexcept { characters[--first] = character; }
 
-  private:
+private:
     std::size_t first = 24;
     char characters[24];
 };

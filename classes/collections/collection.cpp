@@ -1,0 +1,101 @@
+#include "classes/collections/collection.h"
+
+namespace oocobol {
+
+// ---- Storage ------------------------------------------------------------------------------------------------------
+
+std::byte *allocateStorage(const Receiver &self, Count bytes) noexcept {
+    if (nativePath(self.ref(), {"malloc"})) return static_cast<std::byte *>(allocate(std::size_t{bytes} + 1));
+    return static_cast<std::byte *>(sendSelf<Address>(SITE("malloc"), self, Count{bytes + 1}));
+}
+
+void releaseStorage(const Receiver &self, std::byte *storage) noexcept {
+    if (storage == nullptr) return;
+    if (nativePath(self.ref(), {"dealloc"})) return release(storage);
+    sendSelf(SITE("dealloc"), self, Address{storage});
+}
+
+// ---- Reading elements ---------------------------------------------------------------------------------------------
+
+std::size_t areaWidth(Ref collection) noexcept {
+    const auto *fields = fieldsOf<CollectionFields>(collection);
+    const std::size_t width = fields != nullptr ? fields->elementSize : 0;
+    return std::max(width, sizeof(std::uint64_t));
+}
+
+void NativeElements::resolve() noexcept {
+    seen = thread.epoch;
+    fields = nativePath(collection, needs) ? fieldsOf<SequencedFields>(collection) : nullptr;
+    dynamic = fields != nullptr && fieldsOf<DynamicFields>(collection) != nullptr;
+}
+
+bool ElementReader::read(Index index) noexcept {
+    const auto all = native.run();
+    if (all && index >= 1 && static_cast<Count>(index) <= all->count) [[likely]] {
+        if (all->width > area.size()) return false;
+        copyElement(area.bytes(), all->start + (static_cast<std::size_t>(index) - 1) * all->width, all->width);
+        return true;
+    }
+    if (!isLive(collection) || areaWidth(collection) > area.size()) return false;
+    send(SITE("at"), collection, area.returning(), index);
+    return true;
+}
+
+// ---- Searching ------------------------------------------------------------------------------------------------------
+
+std::optional<Run> ElementMatcher::values() noexcept {
+    auto all = native.run();
+    if (native.ofReferences() || (all && all->width > width)) all.reset();
+    return all;
+}
+
+bool ElementMatcher::matches(Element element, Index index) noexcept {
+    const auto all = native.run();
+    if (!all || index < 1 || static_cast<Count>(index) > all->count)
+        return areaWidth(collection) <= width && send<bool>(SITE("isat"), collection, element, index);
+    if (all->width > width) return false;
+    const auto *stored = all->start + (static_cast<std::size_t>(index) - 1) * all->width;
+    if (!native.ofReferences()) return equalElements(stored, element.address, all->width);
+    Ref held{}, wanted{};
+    std::memcpy(&held, stored, std::min(sizeof held, std::size_t{all->width}));
+    std::memcpy(&wanted, element.address, sizeof wanted);
+    return send<bool>(SITE("equal"), held, wanted);
+}
+
+Index searchForward(const Receiver &self, Element element, std::int64_t from, std::int64_t to) noexcept {
+    ElementMatcher matcher(self.ref());
+    for (auto index = from; index <= to; ++index) {
+        const auto values = matcher.values();
+        if (values && index <= values->count) {
+            const auto last = std::min<std::int64_t>(to, values->count);
+            const auto wanted = static_cast<std::size_t>(last - index + 1);
+            const auto *start = values->start + static_cast<std::size_t>(index - 1) * values->width;
+            const auto found = findElement(start, wanted, element.address, values->width);
+            if (found < wanted) return static_cast<Index>(index + static_cast<std::int64_t>(found));
+            index = last;
+            continue;
+        }
+        if (!self.isAlive()) return 0;
+        if (matcher.matches(element, static_cast<Index>(index))) return static_cast<Index>(index);
+    }
+    return 0;
+}
+
+Index searchBackward(const Receiver &self, Element element, std::int64_t from, std::int64_t to) noexcept {
+    ElementMatcher matcher(self.ref());
+    for (auto index = to; index >= from; --index) {
+        if (!self.isAlive()) return 0;
+        if (matcher.matches(element, static_cast<Index>(index))) return static_cast<Index>(index);
+    }
+    return 0;
+}
+
+// ---- Writing --------------------------------------------------------------------------------------------------------
+
+bool runsMethodOf(Ref object, std::string_view message, std::string_view program) noexcept {
+    const auto *behaviour = behaviourOfObject(object);
+    const auto *method = behaviour != nullptr ? lookUp(*behaviour, findSelector(message)) : nullptr;
+    return method != nullptr && method->library && method->owner != nullptr && method->owner->program == program;
+}
+
+} // namespace oocobol

@@ -1,0 +1,83 @@
+// Byte array: raw bytes with the methods of text. Never anything but single bytes, whatever the environment.
+#include "classes/text/strings.h"
+
+namespace oocobol {
+namespace {
+
+constexpr char program[] = "bytearry";
+
+using strings::ClassSelf;
+
+// new (length) -> bytes. A negative length ends in invalidparameter.
+Answer<Ref> newInstance(ClassSelf self, Index length) {
+    if (length < 0) return pass(SITE("invalidparameter"));
+    if (const auto made = strings::blank(self.ref(), length)) return made;
+    return strings::initialized(sendSuper<Ref>(SUPER("new"), self), length);
+}
+
+constexpr std::array methods{
+    onClass<newInstance>("new"),
+    onClass<strings::withLength>("withlength"),
+    onClass<strings::ofValues>("ofvalues"),
+    onClass<strings::ofReferences>("ofreferences"),
+    onClass<strings::withAll>("withall"),
+    onClass<strings::withLengthValue>("withlengthvalue"),
+    onClass<strings::withByteLengthValue>("withbytelengthvalue"),
+    onClass<strings::fromBuffer>("frombuffer"),
+    onClass<strings::withValue>("withvalue"),
+    onClass<strings::withSpaceTerminator>("withspaceterminator"),
+    onClass<strings::withSpaceOrNullTerminator>("withspaceornullterminator"),
+    instance<strings::equal>("equal"),
+    instance<strings::lessThan>("lessthan"),
+    instance<strings::greaterThan>("greaterthan"),
+    instance<strings::lessThanOrEqual>("lessthanorequal"),
+    instance<strings::greaterThanOrEqual>("greaterthanorequal"),
+    instance<strings::equalByLengthValue>("equalbylengthvalue"),
+    instance<strings::lessThanByLengthValue>("lessthanbylengthvalue"),
+    instance<strings::greaterThanByLengthValue>("greaterthanbylengthvalue"),
+    instance<strings::equalsIgnoreCase>("equalsignorecase"),
+    instance<strings::equalsIgnoreCaseByLengthValue>("equalsignorecasebylengthvalue"),
+    instance<strings::compareTo>("compareto"),
+    instance<strings::setValue>("setvalue"),
+    instance<strings::moveValue>("movevalue"),
+    instance<strings::resetValue>("resetvalue"),
+    instance<strings::atPut>("atput"),
+    instance<strings::getValue>("getvalue"),
+    instance<strings::getValueZ>("getvaluez"),
+    instance<strings::asParameter>("asparameter"),
+    instance<strings::getValueWithSize>("getvaluewithsize"),
+    instance<strings::getValueWithSizeAtPosition>("getvaluewithsizeatposition"),
+    instance<strings::getAddress>("getaddress"),
+    instance<strings::sizeInBytes>("sizeinbytes"),
+    instance<strings::concat>("concat"),
+    instance<strings::concatZ>("concatz"),
+    instance<strings::copyFromTo>("copyfromto"),
+    instance<strings::indexOfSubcollection>("indexofsubcollection"),
+    instance<strings::growTo>("growto"),
+    instance<strings::trimBlanks>("trimblanks"),
+    instance<strings::asLowerCase>("aslowercase"),
+    instance<strings::asUpperCase>("asuppercase"),
+    instance<strings::asSeparateLines>("asseparatelines"),
+    instance<strings::asArrayOfSubstrings>("asarrayofsubstrings"),
+    instance<strings::asHex>("ashex"),
+    instance<strings::asComp5>("ascomp5"),
+    instance<strings::asComp5Object>("ascomp5object"),
+    instance<strings::asPicX>("aspicx"),
+    instance<strings::asInternalFileName>("asinternalfilename"),
+    instance<strings::description>("description"),
+    instance<strings::display>("display"),
+    instance<strings::hash>("hash"),
+    instance<strings::isCompatible>("iscompatible"),
+    instance<strings::containsCharacters>("containscharacters"),
+    instance<strings::asOwnKind>("asbytearray"),
+};
+
+constexpr ClassDef definition{.program = program,
+                              .name = "bytearray",
+                              .super = "array",
+                              .instanceData = fields<ByteArrayFields, collectionSize>(),
+                              .methods = methods};
+const Registered registered(definition);
+
+} // namespace
+} // namespace oocobol
