@@ -58,10 +58,10 @@ inline Cell &cellAt(CellNumber number) { return cells[number & (cellCapacity - 1
 // the library, so that a loop over a collection asks once: may I do natively what I would otherwise send?
 
 inline constexpr std::string_view guardedMessages[] = {
-    "at",         "atput",          "atnogc",        "isat",          "isatidentity",   "size",
+    "at",         "atput",          "atnogc",        "isat",          "getkey",   "size",
     "add",        "remove",         "copy",          "finalize",      "basicat",        "basicatnogc",
     "isemptyat",  "isoccuppiedat",  "findelement",   "findkey",       "grow",           "hash",
-    "equal",      "sizeinbytes",    "template",      "malloc",        "dealloc",        "raiseexception",
+    "equal",      "sizeinbytes",    "template",      "malloc",        "dealloc",        "getdata",
     "invoke",     "getvalue",       "setvalue",      "getaddress",    "species",        "copyempty",
     "do",         "basickeyat",     "basicdataat",   "firstindexof",  "allocateelement", "copyemptywithsize",
     "addfirst",   "makeroomatend",  "basicgrow",     "resort",        "sort",           "insertbeforeindex",
@@ -69,7 +69,7 @@ inline constexpr std::string_view guardedMessages[] = {
     "greaterthanbylengthvalue",     "equalbylengthvalue",             "lessthanorequal",
     "newclass",   "withvalue",      "new",           "newindexedinstance", "setlength", "initialize",
     "iscompatible", "dowithoutcopy", "makeroomatstart", "addnosort",  "replacecontentswith", "fixcollisionsfrom",
-    "setoccuppied", "setempty",     "privateat",      "withlengthvalue"};
+    "setdata", "keydata",     "privateat",      "withlengthvalue"};
 static_assert(std::size(guardedMessages) <= 64);
 
 class Needs {

@@ -7,6 +7,7 @@
 #include "host/gnucobol.h"
 #include "host/host.h"
 #include "runtime/dispatch.h"
+#include "runtime/environment.h"
 #include "runtime/memory.h"
 #include "runtime/object_table.h"
 #include "runtime/objects.h"
@@ -289,6 +290,7 @@ void start() {
         }
     }
     for (std::size_t i = 0; i < 3; ++i) initialise(*registry().families[i]);
+    applyEnvironment();
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 // What the callback classes share: the fields, and how an invocation's argument list is built.
 #pragma once
 
-#include "host/host.h"
 #include "runtime/module.h"
 
 namespace oocobol {
@@ -19,7 +18,8 @@ struct [[gnu::packed]] EntryCallbackFields {
     Count parameterCount;
     Count active; // invocations in progress
     // Where the entry was found the last time, for as long as no entry has been registered or withdrawn since.
-    host::Program entry;
+    host_entry entry;
+    Flag entryIsCobol, entryIsWide;
     std::uint64_t entryVersion;
 };
 

@@ -81,11 +81,14 @@ class Hold {
 // The entry that the name field names now.
 host::Program findEntry(const Self &self) {
     const auto version = host::programsVersion();
-    if (const host::Program known = self->entry; known && self->entryVersion == version) return known;
+    if (self->entry != nullptr && self->entryVersion == version)
+        return {.entry = self->entry, .cobol = self->entryIsCobol != 0, .wide = self->entryIsWide != 0};
     std::string_view name(self->name, callbackNameWidth);
     while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
     const auto found = host::findProgram(name);
-    self->entry = found;
+    self->entry = found.entry;
+    self->entryIsCobol = found.cobol ? 1 : 0;
+    self->entryIsWide = found.wide ? 1 : 0;
     self->entryVersion = version;
     return found;
 }

@@ -75,7 +75,7 @@ inline Run runOf(const DynamicFields &fields) {
 // The elements of a sequenced collection, reached natively as long as the messages that this stands for run the
 // library's own code, for that collection object and at that moment.
 class NativeElements {
-  public:
+public:
     NativeElements(Ref wanted, Needs messages) noexcept : collection(wanted), needs(messages) { resolve(); }
 
     // All of them; nothing when they must be asked for by message.
@@ -92,7 +92,7 @@ class NativeElements {
     }
     bool ofReferences() const noexcept { return fields != nullptr && holdsReferences(*fields); }
 
-  private:
+private:
     void resolve() noexcept;
 
     Ref collection;
@@ -105,7 +105,7 @@ class NativeElements {
 // Reads elements of one collection into an area of its own, as `at` answers them: an index outside raises 3 and leaves
 // the area as it was.
 class ElementReader {
-  public:
+public:
     // `other`: an object whose elements the area must hold as well.
     explicit ElementReader(Ref from, Ref other = null) noexcept
         : collection(from), native(from, {"at"}), area(std::max(areaWidth(from), areaWidth(other))) {}
@@ -123,7 +123,7 @@ class ElementReader {
         return held;
     }
 
-  private:
+private:
     Ref collection;
     NativeElements native;
     WorkArea area;
@@ -146,14 +146,14 @@ template <class Source> bool putElement(Ref collection, Index index, Source &sou
 // Asks one collection whether an element is the one at an index, as its `isat` does. Nothing is, once the collection
 // has become one of wider elements.
 class ElementMatcher {
-  public:
+public:
     explicit ElementMatcher(Ref wanted) noexcept
         : collection(wanted), native(wanted, {"isat", "at", "atnogc"}), width(areaWidth(wanted)) {}
     bool matches(Element element, Index index) noexcept;
     // The elements, when comparing their bytes is all that asking would do.
     std::optional<Run> values() noexcept;
 
-  private:
+private:
     Ref collection;
     NativeElements native;
     std::size_t width;
@@ -168,7 +168,7 @@ Index searchBackward(const Receiver &self, Element element, std::int64_t from, s
 
 // A block: what `invoke` runs. One that is gone ends the walk that uses it, once it has been tried.
 class Block {
-  public:
+public:
     // `width`: of the longest answer that is wanted; 8 bytes are answered by any.
     explicit Block(Ref wanted, std::size_t width = 0) noexcept
         : callback(wanted), answer(width < sizeof(std::uint64_t) ? sizeof(std::uint64_t) : width) {}
@@ -185,21 +185,21 @@ class Block {
     Element element() noexcept { return answer.element(); }
     bool fits(Ref target) const noexcept { return areaWidth(target) <= answer.size(); }
 
-  private:
+private:
     Ref callback;
     WorkArea answer;
 };
 
 // Clears the quit flag of the receiver now and when the iteration ends.
 template <class Self> class Iteration {
-  public:
+public:
     explicit Iteration(const Self &walked) noexcept : self(walked) { self->quit = 0; }
     ~Iteration() { self->quit = 0; }
     Iteration(const Iteration &) = delete;
     Iteration &operator=(const Iteration &) = delete;
     bool isOver() const noexcept { return self->quit == 1; }
 
-  private:
+private:
     const Self &self;
 };
 

@@ -4,7 +4,6 @@
 // Subclasses say how elements are found, added and walked; the iterations here hand `do` a callback on one of the
 // collection's own per-element methods (their names end in bm).
 #include "classes/collections/collection.h"
-
 #include "host/host.h"
 
 #if OOCOBOL_CHECKED
@@ -155,9 +154,7 @@ Ref copyEmptyWithSize(Self self, Index size) {
 }
 
 // copyemptysameclass () -> collection of the receiver's own class. copyemptysameclasswithsize (size) -> collection.
-Ref copyEmptySameClass(Self self) {
-    return sendSelf<Ref>(SITE("copyemptysameclasswithsize"), self, sizeOf(self));
-}
+Ref copyEmptySameClass(Self self) { return sendSelf<Ref>(SITE("copyemptysameclasswithsize"), self, sizeOf(self)); }
 Ref copyEmptySameClassWithSize(Self self, Index size) {
     return send<Ref>(SITE("ofvalues"), self.classObject(), templateOf(self), size);
 }
@@ -191,9 +188,7 @@ Ref deepFinalizeWithDepth(Self self, Count depth) {
 }
 
 // deepfinalizebm (depth, element).
-void deepFinalizeElement(Self, Count depth, Ref element) {
-    send<Ref>(SITE("deepfinalizewithdepth"), element, depth);
-}
+void deepFinalizeElement(Self, Count depth, Ref element) { send<Ref>(SITE("deepfinalizewithdepth"), element, depth); }
 
 // ---- Queries ----------------------------------------------------------------------------------------------------
 
@@ -427,8 +422,7 @@ Answer<Ref> asSeparatedString(Self self, Ref separator) {
     if (separators > INT32_MAX) return raise(Error::noStorage);
     Count total;
     {
-        const Temporary adder(
-            perElement(self.ref(), "calculateSizeBM ", asParameter(static_cast<Count>(separators))));
+        const Temporary adder(perElement(self.ref(), "calculateSizeBM ", asParameter(static_cast<Count>(separators))));
         sendSelf(SITE("do"), self, adder.ref());
         total = send<Count>(SITE("getparameter"), adder.ref(), Index{1});
     }

@@ -82,7 +82,7 @@ Answer<void> privateAt(Self self, Returning element, Index slot) {
 
 // isat (element, index) -> flag. Raises 3 outside.
 Answer<bool> isAt(Self self, Element element, Index index) {
-    if (slotAt(*self, index) == 0 && nativePath(self.ref(), {"at"})) return pass(SITE("errorinbounds"));
+    if (slotAt(*self, index) == 0 && runsMethodOf(self.ref(), "at", program)) return pass(SITE("errorinbounds"));
     WorkArea stored(areaWidth(self.ref()));
     if (!stored) return raise(Error::noWorkArea);
     sendSelf(SITE("at"), self, stored.returning(), index);
@@ -172,7 +172,7 @@ void appendElement(DynamicFields &fields, Element element) {
 // add (element). At the end.
 Answer<void> add(Self self, Element element) {
     auto &fields = *self;
-    if (!hasRoomAtEnd(fields) || fields.first == 0) [[unlikely]]
+    if (!hasRoomAtEnd(fields)) [[unlikely]]
         return addWithRoomMade(self, element);
     appendElement(fields, element);
     return {};
@@ -218,8 +218,8 @@ Answer<void> insertBeforeIndex(Self self, Element element, Index index) {
     copyElement(held.bytes(), element.address, self->elementSize);
     const auto position = std::uint64_t{self->first} + static_cast<Count>(index) - 1;
     const auto nearStart = 2 * position < std::uint64_t{self->first} + self->last;
-    const auto slot = nearStart || !hasRoomAtEnd(*self) ? openFrontAt(self, index)
-                                                        : openBackAt(*self, static_cast<Count>(position));
+    const auto slot =
+        nearStart || !hasRoomAtEnd(*self) ? openFrontAt(self, index) : openBackAt(*self, static_cast<Count>(position));
     if (slot != 0 && self->elementSize <= held.size())
         copyElement(slotOf(*self, slot), held.bytes(), self->elementSize);
     return {};
@@ -242,7 +242,10 @@ Answer<void> removeAtIndex(Self self, Returning element, Index index) {
 Answer<void> remove(Self self, Element element) {
     const auto found = sendSelf<Index>(SITE("firstindexof"), self, element, Index{1}, sizeOf(self));
     if (found == 0) return raise(Error::notFound);
-    sendSelf(SITE("removeatindex"), self, Returning{{const_cast<std::byte *>(element.address)}}, found);
+    WorkArea removed(areaWidth(self.ref()));
+    if (!removed) return raise(Error::noWorkArea);
+    sendSelf(SITE("removeatindex"), self, removed.returning(), found);
+    if (self->elementSize <= removed.size()) storeRemoved(element.address, removed.bytes(), self->elementSize);
     return {};
 }
 
@@ -250,14 +253,12 @@ bool canLose(const Self &self, Index count) { return count >= 0 && count <= size
 
 // removefirst, removelast (count). Raises 33 when there are not that many.
 Answer<void> removeFirst(Self self, Index count) {
-    if (!canLose(self, count) || static_cast<Count>(count) > runOf(*self).count)
-        return raise(Error::invalidParameter);
+    if (!canLose(self, count) || static_cast<Count>(count) > runOf(*self).count) return raise(Error::invalidParameter);
     if (count != 0) self->first += static_cast<Count>(count);
     return {};
 }
 Answer<void> removeLast(Self self, Index count) {
-    if (!canLose(self, count) || static_cast<Count>(count) > runOf(*self).count)
-        return raise(Error::invalidParameter);
+    if (!canLose(self, count) || static_cast<Count>(count) > runOf(*self).count) return raise(Error::invalidParameter);
     if (count != 0) self->last -= static_cast<Count>(count);
     return {};
 }

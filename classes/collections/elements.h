@@ -12,19 +12,40 @@ namespace oocobol {
 // The widths that elements mostly have get code of their own: a call of the general routine costs more than the copy.
 inline void copyElement(void *to, const void *from, std::size_t width) noexcept {
     switch (width) {
-    case 1: std::memcpy(to, from, 1); return;
-    case 4: std::memcpy(to, from, 4); return;
-    case 8: std::memcpy(to, from, 8); return;
-    case 10: std::memcpy(to, from, 10); return;
-    case 16: std::memcpy(to, from, 16); return;
-    case 20: std::memcpy(to, from, 20); return;
-    case 32: std::memcpy(to, from, 32); return;
-    default: std::memmove(to, from, width);
+    case 1:
+        std::memcpy(to, from, 1);
+        return;
+    case 4:
+        std::memcpy(to, from, 4);
+        return;
+    case 8:
+        std::memcpy(to, from, 8);
+        return;
+    case 10:
+        std::memcpy(to, from, 10);
+        return;
+    case 16:
+        std::memcpy(to, from, 16);
+        return;
+    case 20:
+        std::memcpy(to, from, 20);
+        return;
+    case 32:
+        std::memcpy(to, from, 32);
+        return;
+    default:
+        std::memmove(to, from, width);
     }
 }
 
 inline bool equalElements(const void *one, const void *other, std::size_t width) noexcept {
     return std::memcmp(one, other, width) == 0;
+}
+
+// Stores an element that was removed over the one it was found by. Mostly these are the same bytes, and then they may
+// lie where nothing can be written.
+inline void storeRemoved(const std::byte *given, const std::byte *removed, std::size_t width) noexcept {
+    if (!equalElements(given, removed, width)) copyElement(const_cast<std::byte *>(given), removed, width);
 }
 
 namespace detail {
@@ -57,17 +78,22 @@ inline std::size_t findWide(const std::byte *slots, std::size_t count, const std
 inline std::size_t findElement(const std::byte *slots, std::size_t count, const std::byte *wanted,
                                std::size_t width) noexcept {
     switch (width) {
-    case 0: return 0;
+    case 0:
+        return 0;
     case 1: {
         if (count == 0) return 0;
         const auto *found = static_cast<const std::byte *>(std::memchr(slots, std::to_integer<int>(*wanted), count));
         return found != nullptr ? static_cast<std::size_t>(found - slots) : count;
     }
-    case 2: return detail::findSlot(slots, count, wanted, 2);
-    case 4: return detail::findSlot(slots, count, wanted, 4);
-    case 8: return detail::findSlot(slots, count, wanted, 8);
-    default: return width < 8 ? detail::findSlot(slots, count, wanted, width)
-                              : detail::findWide(slots, count, wanted, width);
+    case 2:
+        return detail::findSlot(slots, count, wanted, 2);
+    case 4:
+        return detail::findSlot(slots, count, wanted, 4);
+    case 8:
+        return detail::findSlot(slots, count, wanted, 8);
+    default:
+        return width < 8 ? detail::findSlot(slots, count, wanted, width)
+                         : detail::findWide(slots, count, wanted, width);
     }
 }
 

@@ -79,12 +79,14 @@ Answer<void> addAllFirst(Self self, Ref source) {
 
 // What a range is read from: the source, or a copy when the receiver itself is.
 class RangeSource {
-  public:
+public:
     RangeSource(const Self &self, Ref source)
-        : copied(source == self.ref() ? sendSelf<Ref>(SITE("copy"), self) : null), given(source) {}
-    Ref ref() const { return copied ? copied.ref() : given; }
+        : isReceiver(source == self.ref()), copied(isReceiver ? sendSelf<Ref>(SITE("copy"), self) : null),
+          given(source) {}
+    Ref ref() const { return isReceiver ? copied.ref() : given; }
 
-  private:
+private:
+    bool isReceiver;
     Temporary copied;
     Ref given;
 };
@@ -94,6 +96,7 @@ Answer<void> addRange(const Self &self, oops_site &adding, Ref source, Index fro
     if (!isCompatible(self, source)) return pass(SITE("compatibilityerror"));
     if (!send<bool>(SITE("issequenced"), source)) return raise(Error::notSequenced);
     const RangeSource range(self, source);
+    if (!range.ref()) return {};
     ElementReader elements(range.ref(), self.ref());
     if (!elements) return raise(Error::noWorkArea);
     const auto count = sizeOf(range.ref());

@@ -216,12 +216,12 @@ Answer<void> remove(Self, Area) { return raise(Error::notRemovable); }
 
 // ---- Growing ----------------------------------------------------------------------------------------------------
 
-// What a collection that has shrunk can still reach.
+// A dynamic collection that has shrunk keeps what it can still reach.
 void dropCutElements(Ref collection) {
     auto *fields = changeableFields<DynamicFields>(collection);
-    if (fields == nullptr || fields->first == 0) return;
+    if (fields == nullptr) return;
     fields->last = std::min(Count{fields->last}, Count{fields->slotCount});
-    if (fields->first <= fields->last) return;
+    if (fields->first != 0 && fields->first <= fields->last + 1) return;
     fields->first = 1;
     fields->last = 0;
 }
@@ -332,8 +332,7 @@ Ref positionsOf(const Self &self, Ref old, std::int64_t length) {
     const auto positions = send<Ref>(SITE("ofvalues"), CLASS("ordrdcll"), CLASS("comp5"), Index{4});
     std::int64_t start = 1;
     while (positions && start <= INT32_MAX && self.isAlive()) {
-        const auto found =
-            sendSelf<Index>(SITE("indexofsubcollection"), self, old, static_cast<Index>(start));
+        const auto found = sendSelf<Index>(SITE("indexofsubcollection"), self, old, static_cast<Index>(start));
         if (found < start) break;
         send(SITE("add"), positions, found);
         start = found + std::max<std::int64_t>(length, 1);

@@ -19,8 +19,10 @@ inline constexpr std::uint32_t itemDataSize = 1; // as registered: what a class 
 
 inline constexpr Index longestItem = 0x0FFFFFFF;
 
-// Of the class whose lengths depend on the characters that a value holds.
-struct DoubleByteClassData;
+// Of the class whose lengths depend on the characters that a value holds; there the length is that of the longest one.
+struct [[gnu::packed]] DoubleByteClassData : IntrinsicClassData {
+    Count characters;
+};
 // Of the classes whose instances are nothing but their bytes: text and numbers.
 struct [[gnu::packed]] PicXClassData : IntrinsicClassData {};
 struct [[gnu::packed]] Comp5ClassData : IntrinsicClassData {};

@@ -13,14 +13,20 @@ inline bool isSingleByteEnvironment() noexcept {
     return status != nullptr && __atomic_load_n(status, __ATOMIC_RELAXED) == 1;
 }
 
-inline bool hasTextClass() noexcept {
-    static const bool found = programExists("dbcsarry");
-    return found;
-}
 inline Ref textClass() noexcept { return CLASS("dbcsarry"); }
 
-// Whether text has to be looked at. A library without the class for it sees no double-byte characters.
-inline bool mayOccur() noexcept { return !isSingleByteEnvironment() && hasTextClass(); }
+// Whether that class can tell what double-byte characters are.
+inline bool areKnown() noexcept {
+    static const bool known = [] {
+        const auto *family = familyOfClass(textClass());
+        const auto selector = findSelector("isdbcsstringlengthvalue");
+        return family != nullptr && selector != 0 && family->methods(true).find(selector) != nullptr;
+    }();
+    return known;
+}
+
+// Whether text has to be looked at.
+inline bool mayOccur() noexcept { return !isSingleByteEnvironment() && areKnown(); }
 
 // Whether such characters are among the first `count` characters; within `length` bytes.
 inline bool amongCharacters(Index count, Bytes value) {

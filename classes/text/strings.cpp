@@ -105,8 +105,11 @@ Ref blank(Ref classObject, Index length) noexcept {
 }
 
 Ref initialized(Ref made, Index length) {
-    if (made) send(SITE("initialize"), made, length, CLASS("picx"), Count{1});
-    return made;
+    if (!made) return null;
+    send(SITE("initialize"), made, length, CLASS("picx"), Count{1});
+    const auto *fields = fieldsOf<SequencedFields>(made);
+    if (fields == nullptr || fields->slotCount == static_cast<Count>(length)) return made;
+    return send<Ref>(SITE("finalize"), made); // without storage; that has been raised
 }
 
 Ref withLength(ClassSelf self, Index length) { return sendSelf<Ref>(SITE("new"), self, length); }
@@ -336,35 +339,40 @@ Answer<Ref> asUpperCase(Self self) {
 
 namespace {
 
-// Adds a text for each piece that next() answers, up to an empty one, to a list. When memory is short, what has been
-// made goes again.
-template <class Next> Failure addPieces(Ref list, Ref ofClass, Next next) {
+// A list with a text for each piece that next() answers, up to an empty one. When memory is short there is no list, and
+// what has been made is gone again.
+template <class Next> Answer<Ref> listOfPieces(Index capacity, Ref ofClass, Next next) {
+    const auto list = send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), capacity);
+    if (!list) return null;
+    Count size = 0;
     for (auto piece = next(); !piece.empty(); piece = next()) {
         const auto made = textOfClass(ofClass, piece);
-        if (made.failure) {
-            send<Ref>(SITE("deepfinalize"), list);
-            return made.failure;
-        }
         if (made.value) send(SITE("add"), list, made.value);
+        if (made.value && send<Count>(SITE("size"), list) == ++size) continue;
+        if (made.value) send<Ref>(SITE("finalize"), made.value);
+        send<Ref>(SITE("deepfinalize"), list);
+        if (made.failure) return made.failure;
+        return null; // whoever could not do it has raised it
     }
-    return {};
+    return list;
 }
-
-Ref newList(Index capacity) { return send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), capacity); }
 
 } // namespace
 
 Answer<Ref> asSeparateLines(Self self) {
-    const auto lines = newList(5);
-    if (!lines) return null;
     Piece line;
-    const auto failure = addPieces(lines, self.classObject(), [&] {
+    return listOfPieces(5, self.classObject(), [&] {
         const auto text = charactersOf(self);
         line = nextLine(text, line.end);
         return text.substr(line.begin, line.size());
     });
-    if (failure) return failure;
-    return lines;
+}
+
+// Whether the array was filled to the end of the list.
+static bool endsLike(Ref array, Ref list) {
+    const auto size = send<Index>(SITE("size"), list);
+    if (send<Index>(SITE("size"), array) != size) return false;
+    return size == 0 || send<Ref>(SITE("at"), array, size) == send<Ref>(SITE("at"), list, size);
 }
 
 // Of a copy of the characters, as the program gets it.
@@ -375,18 +383,17 @@ Answer<Ref> asArrayOfSubstrings(Self self) {
     sendSelf(SITE("getvalue"), self, copy.returning());
     const std::string_view text(copy.text().address, length);
 
-    Temporary words(newList(10));
-    if (!words) return null;
     Piece word;
-    const auto failure = addPieces(words.ref(), self.classObject(), [&] {
+    const auto words = listOfPieces(10, self.classObject(), [&] {
         word = nextWord(text, word.end);
         return text.substr(word.begin, word.size());
     });
-    if (failure) {
-        words.giveAway();
-        return failure;
-    }
-    return send<Ref>(SITE("asarray"), words.ref());
+    if (!words.value) return words;
+    const auto array = send<Ref>(SITE("asarray"), words.value);
+    const auto isWhole = array && endsLike(array, words.value);
+    send<Ref>(isWhole ? SITE("finalize") : SITE("deepfinalize"), words.value);
+    if (isWhole || !array) return array;
+    return send<Ref>(SITE("finalize"), array); // memory was short on the way, which has been raised
 }
 
 // ---- Conversions and queries ----------------------------------------------------------------------------------------

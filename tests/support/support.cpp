@@ -134,9 +134,9 @@ OutsideClass &OutsideClass::method(const char *name, oops_method code, int param
     return *this;
 }
 Ref OutsideClass::registerIt() {
-    Ref made{};
-    oopsnewclass2(record.data(), &made.bits);
-    return made;
+    oops_ref made = 0;
+    oopsnewclass2(record.data(), &made);
+    return Ref{made};
 }
 void OutsideClass::extend() { oopsextendclass2(record.data()); }
 

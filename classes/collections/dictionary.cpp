@@ -1,0 +1,143 @@
+#include "classes/collections/dictionary.h"
+
+namespace oocobol {
+
+bool haveSameAssociations(Ref one, Ref other) noexcept {
+    const auto *first = fieldsOf<DictionaryFields>(one);
+    const auto *second = fieldsOf<DictionaryFields>(other);
+    return first != nullptr && second != nullptr && holdsObjects(*first) == holdsObjects(*second) &&
+           first->keyTemplate == second->keyTemplate && first->elementTemplate == second->elementTemplate &&
+           first->keySize == second->keySize && first->dataSize == second->dataSize &&
+           first->elementSize == second->elementSize;
+}
+
+// ---- Parts of associations ----------------------------------------------------------------------------------------
+
+namespace {
+
+struct PartOf {
+    std::size_t offset;
+    std::size_t size;
+    Ref itemTemplate;
+};
+
+PartOf partOf(const DictionaryFields &fields, Part part) {
+    if (part == Part::key) return {0, fields.keySize, fields.keyTemplate};
+    return {fields.keySize, fields.dataSize, fields.elementTemplate};
+}
+
+std::size_t sizeOfPart(Ref association, Part part) {
+    const auto *layout = classDataOf<AssociationClassData>(classOf(association));
+    if (layout == nullptr) return 0;
+    return part == Part::key ? layout->keySize : layout->dataSize;
+}
+
+} // namespace
+
+std::size_t partWidth(const DictionaryFields &fields, Part part) noexcept {
+    const auto wanted = partOf(fields, part);
+    return std::max({wanted.size, itemWidth(wanted.itemTemplate), sizeof(std::uint64_t)});
+}
+
+const std::byte *nativePart(const DictionaryFields &fields, const std::byte *slot, Part part) noexcept {
+    const auto wanted = partOf(fields, part);
+    if (!holdsObjects(fields)) return slot + wanted.offset;
+    const auto *association = nativeAssociation(referenceIn(slot), wanted.offset + wanted.size);
+    return association != nullptr ? association + wanted.offset : nullptr;
+}
+
+bool readPart(Ref association, Part part, std::byte *area, std::size_t room) {
+    if (!isLive(association) || sizeOfPart(association, part) > room) return false;
+    auto &message = part == Part::key ? SITE("getkey") : SITE("getdata");
+    send(message, association, Returning{{area}});
+    return true;
+}
+
+bool readPartAt(Ref dictionary, Count slot, Part part, std::byte *area, std::size_t room) {
+    const auto *fields = fieldsOf<DictionaryFields>(dictionary);
+    if (fields == nullptr || partOf(*fields, part).size > room) return false;
+    if (!nativePath(dictionary, {"basickeyat", "basicdataat"})) {
+        auto &message = part == Part::key ? SITE("basickeyat") : SITE("basicdataat");
+        send(message, dictionary, Returning{{area}}, static_cast<Index>(slot));
+        return true;
+    }
+    const auto slots = slotsOf(*fields);
+    if (!slots.has(slot)) return false;
+    if (const auto *bytes = nativePart(*fields, slots.at(slot), part)) {
+        copyElement(area, bytes, partOf(*fields, part).size);
+        return true;
+    }
+    return readPart(referenceIn(slots.at(slot)), part, area, room);
+}
+
+// ---- Finding keys -------------------------------------------------------------------------------------------------
+
+namespace {
+
+using Self = Instance<DictionaryFields>;
+
+// Compares the keys in the slots with a given one, by message.
+class KeyMatcher {
+  public:
+    KeyMatcher(const Self &searched, const std::byte *given, Matching how)
+        : self(searched), key(given), matching(how), stored(partWidth(*searched, Part::key)) {}
+    explicit operator bool() const { return static_cast<bool>(stored); }
+
+    bool operator()(Count slot) {
+        if (!readPartAt(self.ref(), slot, Part::key, stored.bytes(), stored.size())) return false;
+        if (matching == Matching::byIdentity) return equalElements(stored.bytes(), key, self->keySize);
+        if (self->keyTemplate)
+            return sendOver<bool>(SITE("equalbylengthvalue"), self->keyTemplate, stored.bytes(), self->keySize,
+                                  Element{key});
+        const auto object = referenceIn(stored.bytes());
+        return isLive(object) && send<bool>(SITE("equal"), object, referenceIn(key));
+    }
+
+  private:
+    const Self &self;
+    const std::byte *key;
+    Matching matching;
+    WorkArea stored;
+};
+
+// None for an object that is null or gone: asking it has raised 7 or 106.
+std::optional<Count> hashOfKey(const Self &self, const std::byte *key, Matching matching) {
+    if (matching == Matching::byIdentity)
+        return self->keyTemplate ? hashKeyBytes(key, self->keySize) : hashReference(key, sizeof(Ref));
+    if (self->keyTemplate) return sendOver<Count>(SITE("hash"), self->keyTemplate, key);
+    const auto object = referenceIn(key);
+    const auto hash = send<Count>(SITE("hash"), object);
+    return isLive(object) ? std::optional(hash) : std::nullopt;
+}
+
+Index findByMessages(const Self &self, const std::byte *key, Matching matching) {
+    const ElementBytes bytes(key, self->keySize, self->keyTemplate);
+    KeyMatcher matches(self, bytes.bytes(), matching);
+    if (!bytes || !matches) {
+        raiseUnsettled(self);
+        return 0;
+    }
+    const auto hash = hashOfKey(self, bytes.bytes(), matching);
+    if (!hash) return 0;
+    const auto isNative = nativePath(self.ref(), {"isemptyat"});
+    return findPlace(
+        self, *hash,
+        [&](Count slot) {
+            return isNative ? !slotsOf(*self).isOccupied(slot)
+                            : sendSelf<bool>(SITE("isemptyat"), self, static_cast<Index>(slot));
+        },
+        matches);
+}
+
+} // namespace
+
+Index findKey(const Self &self, Element key, Area found, Matching matching) {
+    const auto natively = findNatively(self, key.address, {"isemptyat", "basickeyat"});
+    const auto slot = natively ? *natively : findByMessages(self, key.address, matching);
+    const auto slots = slotsOf(*self);
+    const auto place = static_cast<Count>(slot);
+    found.put(Flag(slots.has(place) && slots.isOccupied(place)));
+    return slot;
+}
+
+} // namespace oocobol

@@ -1,0 +1,57 @@
+// What the dictionaries share: the fields.
+//
+// Slots hold associations, as values (key then datum) or as references to association objects that the dictionary
+// owns. The element template of `collection` is the data's, so that a dictionary seen as a collection is that of its
+// data; what the slots hold, the association template says.
+#pragma once
+
+#include "classes/collections/hash_table.h"
+#include "classes/intrinsics/association.h"
+
+namespace oocobol {
+
+struct [[gnu::packed]] DictionaryFields : HashedFields {
+    Ref keyTemplate;         // null: keys are references
+    Ref associationTemplate; // null: associations are objects
+    Count keySize;
+    Count dataSize;
+    Ref associationClass;
+};
+// Keys are matched by their bytes.
+struct [[gnu::packed]] IdentityDictionaryFields : DictionaryFields {};
+inline constexpr std::uint32_t dictionarySize = 128; // as registered
+
+inline bool holdsObjects(const DictionaryFields &fields) { return fields.associationTemplate.isNull(); }
+
+// The hash of a value key in an identity dictionary: h x 47 + byte from the first byte to the last, made positive.
+Count hashKeyBytes(const std::byte *key, std::size_t width) noexcept;
+// The hash of a reference that is matched by identity.
+Count hashReference(const std::byte *reference, std::size_t width) noexcept;
+
+// Whether both are dictionaries whose associations are held and laid out alike, so that one can take the other's.
+bool haveSameAssociations(Ref one, Ref other) noexcept;
+
+enum class Matching { byEquality, byIdentity };
+
+// findkey: the slot where the key is, or the empty one where it would go; `found` tells which. Raises 112 when the
+// table has no such slot or does not stop changing; answers 0 then, and for keys that have no hash.
+Index findKey(const Instance<DictionaryFields> &self, Element key, Area found, Matching matching);
+
+// ---- Parts of associations ----------------------------------------------------------------------------------------
+
+// A part of an association: the key or the datum.
+enum class Part { key, data };
+
+// Wide enough for the part, for what its template's methods take for one, and for a reference.
+std::size_t partWidth(const DictionaryFields &fields, Part part) noexcept;
+// An association's part where it lies natively, in a slot or in the object that the slot refers to; else null. Good
+// until the next message.
+const std::byte *nativePart(const DictionaryFields &fields, const std::byte *slot, Part part) noexcept;
+// Copies the part of an association object to an area of `room` bytes, by message. False when the object is gone or
+// its part does not fit.
+bool readPart(Ref association, Part part, std::byte *area, std::size_t room);
+// Copies the part in a slot of a dictionary, as `basickeyat` and `basicdataat` answer it. False when the dictionary or
+// the association is gone or the part does not fit.
+bool readPartAt(Ref dictionary, Count slot, Part part, std::byte *area, std::size_t room);
+
+} // namespace oocobol

@@ -1,0 +1,322 @@
+#include "classes/collections/hash_table.h"
+
+#include <bit>
+
+#include "classes/collections/dictionary.h"
+
+namespace oocobol {
+
+// ---- Slots --------------------------------------------------------------------------------------------------------
+
+Count Slots::nextOccupied(Count slot) const {
+    while (has(slot)) {
+        if (slot % 64 == 0 && slot + 63 <= capacity) {
+            std::uint64_t bits;
+            std::memcpy(&bits, bitmap + slot / 8, sizeof bits);
+            if (bits == 0) {
+                slot += 64;
+                continue;
+            }
+            return slot + static_cast<Count>(std::countr_zero(bits));
+        }
+        if (isOccupied(slot)) return slot;
+        ++slot;
+    }
+    return 0;
+}
+
+void occupy(HashedFields &fields, Count slot, const void *element) {
+    const auto slots = slotsOf(fields);
+    copyElement(slots.at(slot), element, slots.width);
+    slots.setOccupied(slot);
+    ++fields.slotCount;
+    ++fields.changes;
+}
+
+void vacate(HashedFields &fields, Count slot) {
+    const auto slots = slotsOf(fields);
+    std::memset(slots.at(slot), 0, slots.width);
+    slots.setEmpty(slot);
+    if (fields.slotCount != 0) --fields.slotCount;
+    ++fields.changes;
+}
+
+void clear(HashedFields &fields) {
+    if (fields.storage != nullptr)
+        std::memset(fields.storage, 0, std::size_t{fields.storageLength} + fields.bitmapLength);
+    fields.slotCount = 0;
+    ++fields.changes;
+}
+
+// ---- Storage ------------------------------------------------------------------------------------------------------
+
+std::optional<TableShape> shapeOf(std::uint64_t capacity, Count width) {
+    const auto bitmapBytes = capacity / 8 + 1;
+    if (capacity > UINT32_MAX - 1 || capacity * width + bitmapBytes > largestStorage) return {};
+    return TableShape{static_cast<Count>(capacity), static_cast<Count>(capacity * width),
+                      static_cast<Count>(bitmapBytes)};
+}
+
+std::byte *allocateTable(const Receiver &self, const TableShape &shape) noexcept {
+    const auto isCleared = nativePath(self.ref(), {"malloc"});
+    auto *storage = allocateStorage(self, shape.bytes());
+    if (storage != nullptr && !isCleared) std::memset(storage, 0, shape.bytes());
+    return storage;
+}
+
+std::byte *publish(HashedFields &fields, std::byte *storage, const TableShape &shape, Count elements) {
+    auto *old = fields.storage;
+    fields.storage = storage;
+    fields.capacity = shape.capacity;
+    fields.storageLength = shape.slotBytes;
+    fields.bitmapLength = shape.bitmapBytes;
+    fields.slotCount = elements;
+    fields.divisor = shape.capacity;
+    fields.magic = magicOf(shape.capacity);
+    ++fields.changes;
+    return old;
+}
+
+Ref withOwnStorage(const Instance<HashedFields> &original, Ref copy) noexcept {
+    auto *made = changeableFields<HashedFields>(copy);
+    if (made == nullptr) return null;
+    made->storage = nullptr; // the original's
+    if (made->capacity == 0 || original->storage == nullptr) return copy;
+    const auto elements = made->slotCount;
+    const TableShape shape{made->capacity, made->storageLength, made->bitmapLength};
+    auto *storage = allocateTable(original, shape);
+    const auto &source = *original;
+    if (storage == nullptr || source.storage == nullptr || source.capacity != shape.capacity ||
+        source.storageLength != shape.slotBytes) {
+        releaseStorage(original, storage);
+        send<Ref>(SITE("finalize"), copy);
+        return null;
+    }
+    std::memcpy(storage, source.storage, shape.bytes());
+    send(SITE("setcollptr"), copy, Address{storage});
+    made = changeableFields<HashedFields>(copy);
+    if (made != nullptr && made->storage != nullptr) made->slotCount = elements;
+    return copy;
+}
+
+void raiseUnsettled(const Receiver &self) {
+    sendSelf(SITE("raiseexception"), self, static_cast<Count>(Error::unsettledTable));
+}
+
+// ---- Keys natively --------------------------------------------------------------------------------------------------
+
+Count hashReference(const std::byte *reference, std::size_t) noexcept {
+    Count index;
+    std::memcpy(&index, reference, sizeof index);
+    return index;
+}
+
+Count hashKeyBytes(const std::byte *key, std::size_t width) noexcept {
+    Count hash = 0;
+    for (std::size_t i = 0; i < width; ++i) hash = hash * 47 + std::to_integer<Count>(key[i]);
+    return static_cast<Index>(hash) < 0 ? 0 - hash : hash;
+}
+
+NativeKeys::NativeKeys(Ref table) noexcept {
+    const auto *fields = fieldsOf<HashedFields>(table);
+    if (fields == nullptr) return;
+    if (const auto *dictionary = fieldsOf<DictionaryFields>(table)) {
+        keyWidth = dictionary->keySize;
+        if (holdsObjects(*dictionary))
+            associationSize = std::size_t{dictionary->keySize} + dictionary->dataSize;
+        else if (!nativeElements(dictionary->associationTemplate, {"hash", "equalbylengthvalue"}))
+            return;
+        if (fieldsOf<IdentityDictionaryFields>(table) != nullptr)
+            hashFunction = dictionary->keyTemplate ? hashKeyBytes : hashReference;
+        else if (dictionary->keyTemplate)
+            hashFunction = nativeElementHash(dictionary->keyTemplate, keyWidth);
+        return;
+    }
+    keyWidth = fields->elementSize;
+    if (fields->elementTemplate)
+        hashFunction = nativeElementHash(fields->elementTemplate, keyWidth);
+    else if (fieldsOf<IdentitySetFields>(table) != nullptr && keyWidth == sizeof(Ref))
+        hashFunction = hashReference;
+}
+
+const std::byte *NativeKeys::of(const std::byte *element) const {
+    return associationSize == 0 ? element : nativeAssociation(referenceIn(element), associationSize);
+}
+
+std::optional<Count> NativeKeys::find(const Slots &slots, const std::byte *key) const {
+    const auto hashed = hash(key);
+    if (associationSize == 0) return slots.find(hashed, [&](const std::byte *slot) { return matches(slot, key); });
+    auto isNative = true;
+    const auto found = slots.find(hashed, [&](const std::byte *slot) {
+        const auto *stored = of(slot);
+        isNative = stored != nullptr;
+        return !isNative || matches(stored, key);
+    });
+    if (!isNative) return {};
+    return found;
+}
+
+std::optional<Index> findNatively(const Receiver &self, const std::byte *keyBytes, Needs needs) {
+    if (!nativePath(self.ref(), needs)) return {};
+    const NativeKeys keys(self.ref());
+    if (!keys) return {};
+    const auto slots = slotsOf(*fieldsOf<HashedFields>(self.ref()));
+    const auto place = keys.find(slots, keyBytes);
+    if (!place) return {};
+    if (*place == 0 && slots.capacity != 0) raiseUnsettled(self);
+    return static_cast<Index>(*place);
+}
+
+// ---- Adding and removing --------------------------------------------------------------------------------------------
+
+bool makeRoom(const Instance<HashedFields> &self) {
+    if (!isFull(*self)) return true;
+    const auto growsAsExpected = nativePath(self.ref(), {"grow"});
+    sendSelf(SITE("grow"), self);
+    if (!isFull(*self)) return true;
+    if (!growsAsExpected && self.isAlive()) {
+        if (self->slotCount + 1 < slotsOf(*self).capacity) return true; // one slot stays empty: probing ends
+        raiseUnsettled(self);
+    }
+    self->lacking = 1;
+    return false;
+}
+
+Answer<void> store(const Instance<HashedFields> &self, Index slot, const std::byte *element) {
+    const auto found = lookAt(self, slot, {"findelement"});
+    if (found.failure) return found.failure;
+    const auto place = static_cast<Count>(slot);
+    if (!slotsOf(*self).has(place))
+        self->lacking = 1;
+    else if (!found.occupied)
+        occupy(*self, place, element);
+    return {};
+}
+
+Found lookAt(const Instance<HashedFields> &self, Index slot, Needs finder) {
+    const auto slots = slotsOf(*self);
+    if (slots.has(static_cast<Count>(slot))) return {slots.isOccupied(static_cast<Count>(slot)), {}};
+    const auto wasRaised = slots.capacity == 0 || nativePath(self.ref(), finder) || !self.isAlive();
+    return {false, wasRaised ? Failure{} : raise(Error::badAnswer)};
+}
+
+void removeSlot(const Instance<HashedFields> &self, Count slot) {
+    vacate(*self, slot);
+    sendSelf(SITE("fixcollisionsfrom"), self, static_cast<Index>(slot));
+}
+
+// ---- Growing and removing -------------------------------------------------------------------------------------------
+
+namespace {
+
+bool allNative(const Slots &slots, const NativeKeys &keys) {
+    for (auto slot = slots.nextOccupied(1); slot != 0; slot = slots.nextOccupied(slot + 1)) {
+        if (keys.of(slots.at(slot)) == nullptr) return false;
+    }
+    return true;
+}
+
+bool clusterIsNative(const Slots &slots, const NativeKeys &keys, Count hole) {
+    for (auto slot = slots.after(hole); slot != hole && slots.isOccupied(slot); slot = slots.after(slot)) {
+        if (keys.of(slots.at(slot)) == nullptr) return false;
+    }
+    return true;
+}
+
+// Elements are distinct: the first empty slot from home is an element's place.
+void placeAll(const Slots &from, const Slots &to, const NativeKeys &keys) {
+    for (auto slot = from.nextOccupied(1); slot != 0; slot = from.nextOccupied(slot + 1)) {
+        const auto *element = from.at(slot);
+        const auto place = to.find(keys.hash(keys.of(element)), [](const std::byte *) { return false; });
+        copyElement(to.at(place), element, from.width);
+        to.setOccupied(place);
+    }
+}
+
+// Exchanges the association objects for copies. False, and no copy left, when there is no memory.
+bool copyAssociations(const Slots &slots) {
+    for (auto slot = slots.nextOccupied(1); slot != 0; slot = slots.nextOccupied(slot + 1)) {
+        const auto copy = shallowCopy(referenceIn(slots.at(slot)));
+        if (!copy) {
+            for (auto made = slots.nextOccupied(1); made < slot; made = slots.nextOccupied(made + 1))
+                cancelObject(referenceIn(slots.at(made)));
+            return false;
+        }
+        std::memcpy(slots.at(slot), &copy, sizeof copy);
+    }
+    return true;
+}
+
+bool holdsAssociationObjects(Ref table) {
+    const auto *dictionary = fieldsOf<DictionaryFields>(table);
+    return dictionary != nullptr && holdsObjects(*dictionary);
+}
+
+} // namespace
+
+Rebuilt rebuildNatively(const Instance<HashedFields> &self, std::uint64_t capacity) {
+    constexpr Needs needs{"copy",      "finalize",      "replacecontentswith", "add",           "findelement", "isat",
+                          "isemptyat", "isoccuppiedat", "basicat",             "dowithoutcopy", "malloc",      "dealloc"};
+    const NativeKeys keys(self.ref());
+    const auto slots = slotsOf(*self);
+    if (!keys || !nativePath(self.ref(), needs) || !allNative(slots, keys)) return Rebuilt::byMessages;
+    const auto shape = shapeOf(capacity, self->elementSize);
+    auto *storage = shape ? allocateTable(self, *shape) : nullptr;
+    if (storage == nullptr) return Rebuilt::noStorage;
+    const Slots larger{storage, storage + shape->slotBytes, slots.width, shape->capacity, magicOf(shape->capacity)};
+    placeAll(slots, larger, keys);
+    if (holdsAssociationObjects(self.ref()) && !copyAssociations(larger)) {
+        release(storage);
+        return Rebuilt::noStorage;
+    }
+    auto *former = publish(*self, storage, *shape, self->slotCount);
+    finalizeAssociations(self.ref(), slots);
+    release(former);
+    return Rebuilt::done;
+}
+
+void finalizeAssociations(Ref table, const Slots &slots) {
+    if (!holdsAssociationObjects(table)) return;
+    for (auto slot = slots.nextOccupied(1); slot != 0; slot = slots.nextOccupied(slot + 1)) {
+        const auto association = referenceIn(slots.at(slot));
+        if (isLive(association)) send<Ref>(SITE("deepfinalizewithdepth"), association, Index{0});
+    }
+}
+
+bool closeGapNatively(HashedFields &fields, const NativeKeys &keys, Count hole) {
+    const auto slots = slotsOf(fields);
+    if (!clusterIsNative(slots, keys, hole)) return false;
+    for (auto slot = slots.after(hole); slot != hole && slots.isOccupied(slot); slot = slots.after(slot)) {
+        auto *element = slots.at(slot);
+        const auto place =
+            slots.find(keys.hash(keys.of(element)), [&](const std::byte *probed) { return probed == element; });
+        if (place == slot || place == 0) continue;
+        copyElement(slots.at(place), element, slots.width);
+        slots.setOccupied(place);
+        std::memset(element, 0, slots.width);
+        slots.setEmpty(slot);
+    }
+    ++fields.changes;
+    return true;
+}
+
+// ---- Elements -------------------------------------------------------------------------------------------------------
+
+std::size_t elementWidth(const HashedFields &fields) noexcept {
+    return std::max({std::size_t{fields.elementSize}, itemWidth(fields.elementTemplate), sizeof(std::uint64_t)});
+}
+
+bool readElement(Ref table, Count slot, std::byte *area, std::size_t room) {
+    const auto *fields = fieldsOf<HashedFields>(table);
+    if (fields == nullptr || fields->elementSize > room) return false;
+    if (!nativePath(table, {"basicat"})) {
+        send(SITE("basicat"), table, Returning{{area}}, static_cast<Index>(slot));
+        return true;
+    }
+    const auto slots = slotsOf(*fields);
+    if (!slots.has(slot)) return false;
+    copyElement(area, slots.at(slot), slots.width);
+    return true;
+}
+
+} // namespace oocobol

@@ -1,0 +1,269 @@
+// The table underneath sets and dictionaries: slots of one width, one bit a slot that tells whether it is occupied,
+// and no marks of what was removed.
+//
+// An element lies in its home slot, (hash mod capacity) + 1, or behind it with no empty slot between; behind the last
+// slot comes the first. What is removed leaves a hole, so the elements behind it are placed again. Hashing and matching
+// may run user code, which may change the very table: whoever looks for a place compares stamps and starts again.
+//
+// What the classes do differently is where the key of an element lies, how it is hashed and when two keys are equal.
+// As long as no message with code of the program's own would be left out, that is known here (NativeKeys), and the
+// table works on its bytes alone.
+#pragma once
+
+#include "classes/collections/collection.h"
+#include "classes/intrinsics/native_element.h"
+#include "runtime/module.h"
+
+namespace oocobol {
+
+// The slot count is the number of occupied slots, storage length that of the slots without the bits.
+struct [[gnu::packed]] HashedFields : CollectionFields {
+    Count bitmapLength;
+    Count capacity;
+    // For the library only:
+    Count changes;       // rises with every change of the table
+    Count divisor;       // the capacity that `magic` belongs to
+    std::uint64_t magic; // finds the remainder of a division by it
+    Flag lacking;        // an element could not be added for want of memory or of a settled table
+};
+struct [[gnu::packed]] IdentitySetFields : HashedFields {};
+inline constexpr std::uint32_t hashedSize = 68; // as registered
+
+// ---- Slots --------------------------------------------------------------------------------------------------------
+
+// Division by a number that stays the same, as two multiplications.
+constexpr std::uint64_t magicOf(Count divisor) { return divisor == 0 ? 0 : UINT64_MAX / divisor + 1; }
+inline Count remainder(Count number, Count divisor, std::uint64_t magic) {
+    __extension__ using Wide = unsigned __int128;
+    return static_cast<Count>((Wide{magic * number} * divisor) >> 64);
+}
+
+// The slots of a table as they lie now, numbered from 1. Good until the next message.
+struct Slots {
+    std::byte *start = nullptr;
+    std::byte *bitmap = nullptr;
+    Count width = 0;
+    Count capacity = 0; // 0 without storage
+    std::uint64_t magic = 0;
+
+    bool has(Count slot) const { return slot - 1 < capacity; }
+    std::byte *at(Count slot) const { return start + std::size_t{slot - 1} * width; }
+    Count after(Count slot) const { return slot == capacity ? 1 : slot + 1; }
+    Count home(Count hash) const { return remainder(hash, capacity, magic) + 1; }
+
+    bool isOccupied(Count slot) const { return (bitmap[slot / 8] & bit(slot)) != std::byte{0}; }
+    void setOccupied(Count slot) const { bitmap[slot / 8] |= bit(slot); }
+    void setEmpty(Count slot) const { bitmap[slot / 8] &= ~bit(slot); }
+    // The first occupied slot from this one on; 0 when there is none.
+    Count nextOccupied(Count slot) const;
+
+    // The slot where an element of that hash is, or where it would go: the first one that is empty or matches. 0 when
+    // there is no such slot.
+    template <class Matches> Count find(Count hash, Matches matches) const {
+        if (capacity == 0) return 0;
+        auto slot = home(hash);
+        for (Count probed = 0; probed < capacity; ++probed, slot = after(slot)) {
+            if (!isOccupied(slot) || matches(at(slot))) return slot;
+        }
+        return 0;
+    }
+
+  private:
+    static std::byte bit(Count slot) { return std::byte{1} << (slot % 8); }
+};
+
+inline Slots slotsOf(const HashedFields &fields) {
+    if (fields.storage == nullptr || fields.capacity == 0) return {};
+    const auto known = fields.divisor == fields.capacity;
+    return {fields.storage, fields.storage + fields.storageLength, fields.elementSize, fields.capacity,
+            known ? std::uint64_t{fields.magic} : magicOf(fields.capacity)};
+}
+
+// Puts an element into an empty slot; empties an occupied one. Neither looks at what lies behind.
+// `clear` empties all.
+void occupy(HashedFields &fields, Count slot, const void *element);
+void vacate(HashedFields &fields, Count slot);
+void clear(HashedFields &fields);
+
+// The number of elements from which on a table grows before it takes another.
+inline Count threshold(Count capacity) { return static_cast<Count>(std::uint64_t{7} * capacity / 10); }
+inline bool isFull(const HashedFields &fields) {
+    return fields.slotCount >= threshold(slotsOf(fields).capacity);
+}
+
+// ---- Storage ------------------------------------------------------------------------------------------------------
+
+// How long the parts of a table are.
+struct TableShape {
+    Count capacity = 0;
+    Count slotBytes = 0;
+    Count bitmapBytes = 0;
+    Count bytes() const { return slotBytes + bitmapBytes; }
+};
+// None when the lengths do not fit their fields.
+std::optional<TableShape> shapeOf(std::uint64_t capacity, Count width);
+inline std::uint64_t grownCapacity(Count capacity) { return (std::uint64_t{capacity} + 5) * 2; }
+
+// All empty; null when there is no memory.
+std::byte *allocateTable(const Receiver &self, const TableShape &shape) noexcept;
+// Makes this the storage of the table, with so many elements in it; answers the storage that it had.
+[[nodiscard]] std::byte *publish(HashedFields &fields, std::byte *storage, const TableShape &shape, Count elements);
+
+// Gives a byte copy of the table, whose storage is still the original's, storage of its own with the same contents.
+// Null, and the copy finalized, when there is no memory.
+Ref withOwnStorage(const Instance<HashedFields> &original, Ref copy) noexcept;
+
+// The receiver of a subclass's method as that of a table.
+template <class Self> Instance<HashedFields> asTable(const Self &self) { return {self.ref(), &*self}; }
+
+// ---- Looking for a place --------------------------------------------------------------------------------------------
+
+inline constexpr unsigned mostRestarts = 8;
+
+// Tells whether a table is still the one that was looked at.
+struct Stamp {
+    Count changes;
+    Count capacity;
+    friend bool operator==(const Stamp &, const Stamp &) = default;
+};
+inline Stamp stampOf(const HashedFields &fields) { return {fields.changes, fields.capacity}; }
+
+// Raises 112: the table changes while it is looked at, or has no empty slot. The handler's answer is no slot number.
+void raiseUnsettled(const Receiver &self);
+
+// As Slots::find, where `isEmpty` and `matches`, which get a slot number, may run user code. When there is no such slot
+// answers 0 and raises 112, unless there are no slots at all.
+template <class Self, class IsEmpty, class Matches>
+Index findPlace(const Self &self, Count hash, IsEmpty isEmpty, Matches matches) {
+    for (unsigned attempt = 0; attempt <= mostRestarts; ++attempt) {
+        const auto stamp = stampOf(*self);
+        const auto slots = slotsOf(*self);
+        if (slots.capacity == 0) return 0;
+        auto slot = slots.home(hash);
+        auto isSettled = true;
+        for (Count probed = 0; isSettled && probed < slots.capacity; ++probed, slot = slots.after(slot)) {
+            const auto ends = isEmpty(slot) || matches(slot);
+            isSettled = stampOf(*self) == stamp && slotsOf(*self).capacity == slots.capacity;
+            if (isSettled && ends) return static_cast<Index>(slot);
+        }
+        if (isSettled) break;
+    }
+    if (self.isAlive()) raiseUnsettled(self);
+    return 0;
+}
+
+// ---- Keys natively --------------------------------------------------------------------------------------------------
+
+// Where a table's elements have their keys, and how these are hashed; keys are equal exactly when their bytes are.
+class NativeKeys {
+  public:
+    NativeKeys() = default;
+    // None when finding a key takes messages other than those that the caller answers for.
+    explicit NativeKeys(Ref table) noexcept;
+
+    explicit operator bool() const { return hashFunction != nullptr; }
+    Count width() const { return keyWidth; }
+    // The key of an element; null when it must be asked for by message.
+    const std::byte *of(const std::byte *element) const;
+    Count hash(const std::byte *key) const { return hashFunction(key, keyWidth); }
+    bool matches(const std::byte *stored, const std::byte *key) const {
+        return equalElements(stored, key, keyWidth);
+    }
+
+    // The place of a key, see Slots::find. None when a key on the way must be asked for by message.
+    std::optional<Count> find(const Slots &slots, const std::byte *key) const;
+
+  private:
+    ElementHash hashFunction = nullptr;
+    std::size_t keyWidth = 0;
+    std::size_t associationSize = 0; // when elements are association objects
+};
+
+// ---- Growing and removing -------------------------------------------------------------------------------------------
+
+enum class Rebuilt { done, noStorage, byMessages };
+// Gives the table that capacity and places its elements anew, in slot order: all of them, or nothing has changed.
+// Association objects are replaced by copies. `byMessages`: it must be done by messages.
+Rebuilt rebuildNatively(const Instance<HashedFields> &self, std::uint64_t capacity);
+
+// Places the elements behind a hole again. False when that must be done by messages.
+bool closeGapNatively(HashedFields &fields, const NativeKeys &keys, Count hole);
+
+// Finalizes the association objects in the slots of a dictionary that holds such; of any other table, nothing. The
+// slots must not be those of an object that user code can reach.
+void finalizeAssociations(Ref table, const Slots &slots);
+
+// The place of an element (or, in a dictionary, of one with that key) without a message. None when it takes some.
+std::optional<Index> findNatively(const Receiver &self, const std::byte *keyBytes, Needs needs);
+
+// ---- Adding and removing --------------------------------------------------------------------------------------------
+
+// Grows a table that has reached its threshold. False when there is no room for another element; that has been raised.
+bool makeRoom(const Instance<HashedFields> &self);
+// Stores an element in a slot that `findelement` answered, unless that is occupied. Raises 113 for what is no slot,
+// when the answer was not the library's.
+Answer<void> store(const Instance<HashedFields> &self, Index slot, const std::byte *element);
+// Empties a slot and places the elements behind it again.
+void removeSlot(const Instance<HashedFields> &self, Count slot);
+// Whether a slot that `findelement` or `findkey` answered is occupied; when it is none at all, what to raise.
+struct Found {
+    bool occupied = false;
+    Failure failure;
+};
+Found lookAt(const Instance<HashedFields> &self, Index slot, Needs finder);
+
+// ---- Elements -------------------------------------------------------------------------------------------------------
+
+// Wide enough for an element of the table, for what its template's methods take for one, and for a reference.
+std::size_t elementWidth(const HashedFields &fields) noexcept;
+
+// An element for the methods of its template: the caller's, or a copy that is as long as they take an element to be.
+class ElementBytes {
+  public:
+    ElementBytes(const std::byte *given, std::size_t size, Ref elementTemplate) noexcept
+        : address(given), longer(itemWidth(elementTemplate) > size ? itemWidth(elementTemplate) : 0) {
+        if (longer.size() == 0 || !longer) return;
+        std::memcpy(longer.bytes(), given, size);
+        address = longer.bytes();
+    }
+    explicit operator bool() const { return static_cast<bool>(longer); }
+    const std::byte *bytes() const { return address; }
+
+  private:
+    const std::byte *address;
+    WorkArea longer;
+};
+
+// The reference that a slot or an area holds, as far as the width goes.
+inline Ref referenceIn(const std::byte *bytes, std::size_t width = sizeof(Ref)) {
+    Ref held{};
+    std::memcpy(&held, bytes, std::min(width, sizeof held));
+    return held;
+}
+
+// ---- Walking --------------------------------------------------------------------------------------------------------
+
+// Visits the occupied slots of a table in order, `most` of them at most, until `visit(slot)` answers false. Whatever
+// `visit` runs, slots are looked up where the table then is.
+template <class Visit> void visitOccupied(Ref table, Count most, Visit visit) {
+    Count visited = 0;
+    for (Count slot = 1; visited < most; ++slot) {
+        const auto *fields = fieldsOf<HashedFields>(table);
+        if (fields == nullptr) return;
+        const auto slots = slotsOf(*fields);
+        if (slot > slots.capacity) return;
+        if (nativePath(table, {"isoccuppiedat"})) {
+            slot = slots.nextOccupied(slot);
+            if (slot == 0) return;
+        } else if (!send<bool>(SITE("isoccuppiedat"), table, slot)) {
+            continue;
+        }
+        ++visited;
+        if (!visit(slot)) return;
+    }
+}
+
+// Copies a slot's element to an area of `room` bytes, as `basicat` answers it. False when the table is gone.
+bool readElement(Ref table, Count slot, std::byte *area, std::size_t room);
+
+} // namespace oocobol

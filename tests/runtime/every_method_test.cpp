@@ -1,0 +1,131 @@
+// Every method of the library, sent with what it needs left out, and with values that make no sense: an error or an
+// answer, never a crash.
+#include <map>
+#include <set>
+
+#include "tests/support/support.h"
+
+namespace oocobol::test {
+namespace {
+
+// Methods that take or keep a raw address by contract, that end or stop the run, or that speak to a person.
+const std::set<std::string> takesRawAddresses = {"dealloc", "setcollptr", "fillstringbm", "collectbm", "detectbm",
+                                                 "sort",    "dobm",       "atandbytelength"};
+const std::set<std::string> speaksToPeople = {"defaulthandler", "levelsofrecursion", "settracelevel"};
+
+// A fresh instance of a class, made the way its class says.
+Ref sample(const ClassFamily &family) {
+    const std::string program = family.program;
+    const auto self = family.classObject;
+    if (program == "base" || program == "dependnt") return createInstance(self);
+    if (family.methods(true).find(findSelector("ofvaluesauto")) != nullptr)
+        return send<Ref>(SITE("ofvaluesauto"), self, comp5(), comp5(), Index{3});
+    if (program == "idictnry") return send<Ref>(SITE("ofvaluesauto"), self, comp5(), comp5(), Index{3});
+    if (program == "symbtab") return send<Ref>(SITE("new"), self);
+    if (program == "chararry" || program == "bytearry" || program == "dbcsarry")
+        return send<Ref>(SITE("withlengthvalue"), self, Index{3}, Bytes{"abc"});
+    if (program == "callback" || program == "mcallbck")
+        return send<Ref>(SITE("new"), self, self, Bytes{"isclass"});
+    if (program == "entrycll") return send<Ref>(SITE("new"), self, Bytes{"nosuchentry"});
+    if (program == "event") return send<Ref>(SITE("withobjecteventid"), self, null, Count{1});
+    const auto *collections = familyOfClass(classForProgram("collectn"));
+    if (family.isKindOf(*collections) && program != "collectn")
+        return send<Ref>(SITE("ofvalues"), self, comp5(), Index{3});
+    return createInstance(self);
+}
+
+struct Area {
+    alignas(16) std::byte bytes[4096];
+    explicit Area(int filler) { std::memset(bytes, filler, sizeof bytes); }
+};
+
+// Sends the message over the given areas, the one at `leftOut` omitted (0: the returning item, none: all given).
+void sendOver(const char *name, Ref receiver, unsigned parameters, int filler, unsigned leftOut) {
+    static Area returning(0);
+    std::vector<Area> areas(parameters, Area(filler));
+    void *arguments[maximumArguments] = {};
+    for (unsigned i = 0; i < parameters; ++i) {
+        if (i == leftOut) continue;
+        arguments[i] = i == 0 ? returning.bytes : areas[i].bytes;
+        if (i != 0) areas[i].bytes[sizeof areas[i].bytes - 1] = std::byte{0};
+    }
+    sendByName(receiver, name, nullptr, nullptr, arguments, parameters);
+}
+
+template <class Action> void forEveryMethod(Action action) {
+    for (const auto *definition : libraryClasses()) {
+        const auto *family = familyOfClass(classForProgram(definition->program));
+        ASSERT_NE(family, nullptr) << definition->program;
+        for (const auto onClass : {true, false}) {
+            for (const auto &method : family->methods(onClass).inOrder()) {
+                const std::string name = selectorOf(method.selector).name;
+                if (speaksToPeople.contains(name)) continue;
+                if (onClass && name == "finalize") continue;
+                action(*family, onClass, name, method.parameters);
+            }
+        }
+    }
+}
+
+// Errors are expected; what matters is that the run gets through and the errors have numbers.
+class Expected {
+  public:
+    ~Expected() {
+        for (const auto &raised : errors.all) EXPECT_TRUE(raised.number >= 1 && raised.number <= 113) << raised.number;
+    }
+    RaisedErrors errors;
+};
+
+Ref receiverFor(const ClassFamily &family, bool onClass) { return onClass ? family.classObject : sample(family); }
+
+void endSample(Ref receiver, bool onClass) {
+    if (!onClass && isLive(receiver)) send<Ref>(SITE("finalize"), receiver);
+}
+
+TEST(EveryMethod, SurvivesEachArgumentLeftOut) {
+    const Expected errors;
+    ::testing::internal::CaptureStdout();
+    forEveryMethod([&](const ClassFamily &family, bool onClass, const std::string &name, unsigned parameters) {
+        for (unsigned leftOut = 0; leftOut < parameters; ++leftOut) {
+            if (takesRawAddresses.contains(name) && leftOut != 1) continue;
+            const auto receiver = receiverFor(family, onClass);
+            sendOver(name.c_str(), receiver, parameters, 0, leftOut);
+            endSample(receiver, onClass);
+        }
+        const auto receiver = receiverFor(family, onClass);
+        void *nothing[maximumArguments] = {};
+        sendByName(receiver, name.c_str(), nullptr, nullptr, nothing, 1);
+        endSample(receiver, onClass);
+    });
+    ::testing::internal::GetCapturedStdout();
+}
+
+TEST(EveryMethod, SurvivesValuesThatMakeNoSense) {
+    const Expected errors;
+    ::testing::internal::CaptureStdout();
+    for (const int filler : {0x20, 0xFF, 0x01}) {
+        forEveryMethod([&](const ClassFamily &family, bool onClass, const std::string &name, unsigned parameters) {
+            if (takesRawAddresses.contains(name)) return;
+            const auto receiver = receiverFor(family, onClass);
+            sendOver(name.c_str(), receiver, parameters, filler, maximumArguments);
+            endSample(receiver, onClass);
+        });
+    }
+    ::testing::internal::GetCapturedStdout();
+}
+
+TEST(EveryMethod, SurvivesANullAndAStaleReceiver) {
+    const Expected errors;
+    const auto stale = createInstance(classForProgram("base"));
+    cancelObject(stale);
+    ::testing::internal::CaptureStdout();
+    forEveryMethod([&](const ClassFamily &, bool, const std::string &name, unsigned parameters) {
+        if (takesRawAddresses.contains(name)) return;
+        sendOver(name.c_str(), null, parameters, 0, maximumArguments);
+        sendOver(name.c_str(), stale, parameters, 0, maximumArguments);
+    });
+    ::testing::internal::GetCapturedStdout();
+}
+
+} // namespace
+} // namespace oocobol::test
