@@ -101,6 +101,8 @@ void oopsresolvestatic(oops_site *site, oops_ref class_object, void *data, int32
 }
 
 void oopsresolvelist(oops_site *site, oops_ref receiver, int32_t count, void *const *arguments) {
+    if (arguments != nullptr && static_cast<std::uint32_t>(count) - 1 < maximumArguments) [[likely]]
+        return send(*site, Ref{receiver}, arguments, static_cast<std::uint32_t>(count));
     const ListGuard list(arguments, count);
     send(*site, Ref{receiver}, list.addresses, list.count);
 }

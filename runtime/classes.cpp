@@ -105,13 +105,13 @@ Method methodFrom(const MethodDef &definition, const ClassFamily &owner) {
 
 Method methodFrom(const Registration::Entry &entry, const ClassFamily &owner) {
     Method method;
-    method.entry = runMethodFromOutside;
     method.code = entry.code;
     method.owner = &owner;
     method.selector = internSelector(entry.name);
     method.parameters = entry.parameters;
     method.attributes = entry.attributes;
     method.cobol = host::isCobolCode(entry.code);
+    method.entry = entryForOutside(entry.parameters, method.cobol);
     method.dataOffset = (entry.attributes & OOPS_CLASS_METHOD) != 0 ? owner.classDataOffset : owner.instanceDataOffset;
     host::pinModule(entry.code);
     return method;

@@ -1,6 +1,7 @@
 #include "runtime/dispatch.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdio>
 #include <cstring>
@@ -350,26 +351,91 @@ void sendByLiteral(Ref receiver, const char *name, std::size_t length, void *con
 
 // ---- Code from outside --------------------------------------------------------------------------------------------
 
-void runMethodFromOutside(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
-    const auto *method = cell->method.load(std::memory_order_acquire);
-    Ref own = self;
-    void *addresses[maximumArguments + 2];
-    const std::size_t parameters = method->parameters;
-    const auto *data = static_cast<std::byte *>(body);
-    addresses[0] = &own;
-    addresses[1] = body == nullptr || self.isStatic() ? body : const_cast<std::byte *>(data) + method->dataOffset;
-    std::copy(arguments, arguments + parameters, addresses + 2);
-    const StaticFrame frame{self, body, thread.staticFrames};
-    if (self.isStatic()) thread.staticFrames = &frame;
-    const auto finished = host::callMethod(method->code, method->cobol, addresses, parameters + 2);
-    thread.staticFrames = frame.outer;
+namespace {
+
+void *ownData(Ref self, void *body, const Method &method) {
+    if (body == nullptr || self.isStatic()) return body;
+    return static_cast<std::byte *>(body) + method.dataOffset;
+}
+
+void reportException(Ref self, const Method &method) {
+    raiseOn(self, static_cast<Count>(Error::exceptionEscaped), selectorOf(method.selector).name);
+}
+
+// While it stands, messages to the marked self of a static send reach its data.
+class StaticScope {
+  public:
+    StaticScope(Ref self, void *data) : frame{self, data, thread.staticFrames}, entered(self.isStatic()) {
+        if (entered) [[unlikely]]
+            thread.staticFrames = &frame;
+    }
+    ~StaticScope() {
+        if (entered) [[unlikely]]
+            thread.staticFrames = frame.outer;
+    }
+    StaticScope(const StaticScope &) = delete;
+    StaticScope &operator=(const StaticScope &) = delete;
+
+  private:
+    StaticFrame frame;
+    bool entered;
+};
+
+// C code takes addresses, whatever the types of its parameters: the returning item's and the arguments'.
+template <std::size_t> using AnyAddress = void *;
+
+template <std::size_t... at>
+void callC(void *code, const Ref *self, void *data, void *const *arguments, std::index_sequence<at...>) {
+    reinterpret_cast<void (*)(const Ref *, void *, AnyAddress<at>...)>(code)(self, data, arguments[at]...);
+}
+
+template <std::size_t parameters>
+void runC(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
+    const auto &method = *cell->method.load(std::memory_order_acquire);
+    const Ref own = self;
+    bool threw = false;
+    {
+        const StaticScope scope(self, body);
+        try {
+            callC(method.code, &own, ownData(self, body, method), arguments, std::make_index_sequence<parameters>());
+        } catch (...) { // the frames above belong to the runtime and to COBOL programs, which no exception may pass
+            threw = true;
+        }
+    }
     afterUserCode();
-    if (!finished)
-        raiseOn(self, static_cast<Count>(Error::exceptionEscaped), selectorOf(method->selector).name);
+    if (threw) [[unlikely]]
+        reportException(self, method);
+}
+
+void runCobol(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
+    const auto &method = *cell->method.load(std::memory_order_acquire);
+    Ref own = self;
+    void *addresses[maximumArguments + 2] = {&own, ownData(self, body, method)};
+    std::copy(arguments, arguments + method.parameters, addresses + 2);
+    const StaticScope scope(self, body);
+    const auto finished = host::callMethod(method.code, true, addresses, std::size_t{method.parameters} + 2);
+    afterUserCode();
+    if (!finished) reportException(self, method);
+}
+
+template <std::size_t... at> constexpr auto entriesForC(std::index_sequence<at...>) {
+    return std::array<MethodEntry, sizeof...(at)>{runC<at>...};
+}
+
+} // namespace
+
+MethodEntry entryForOutside(std::uint32_t parameters, bool cobol) noexcept {
+    static constexpr auto entries = entriesForC(std::make_index_sequence<maximumArguments + 1>());
+    return cobol ? runCobol : entries[parameters];
 }
 
 void notUnderstood(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
     runUnknown(self, body, cell->selector->name, arguments, notUnderstoodParameters);
+}
+
+void *staticDataOf(Ref self) noexcept {
+    const auto *frame = findStaticFrame(self);
+    return frame != nullptr ? frame->data : nullptr;
 }
 
 std::string_view lastNotUnderstood(Ref object) noexcept {

@@ -35,10 +35,13 @@ void sendByLiteral(Ref receiver, const char *name, std::size_t length, void *con
 
 inline constexpr std::uint32_t notUnderstoodParameters = 8; // the returning item and the seven that are forwarded
 
-// Runs code registered from outside.
-void runMethodFromOutside(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept;
+// Runs code registered from outside: one entry for each number of parameters of C code, one for all COBOL code.
+MethodEntry entryForOutside(std::uint32_t parameters, bool cobol) noexcept;
 // Notes the message and sends `doesnotunderstand` to the receiver.
 void notUnderstood(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept;
+
+// The data that the innermost static send with this marked self runs over; null when there is none.
+void *staticDataOf(Ref self) noexcept;
 
 // The name of the last message that the object did not understand on this thread; empty when there was none.
 std::string_view lastNotUnderstood(Ref object) noexcept;

@@ -102,11 +102,26 @@ void giveShared(ThreadState::BodyCache &cache, std::size_t sizeClass) {
 
 } // namespace
 
+// The C library hands small areas that were released out again at once to malloc, not to calloc.
+constexpr std::size_t smallArea = 1024;
+
 void *allocate(std::size_t size) noexcept {
     if (!mayAllocate()) return nullptr;
-    auto *memory = std::calloc(size == 0 ? 1 : size, 1);
+    void *memory = nullptr;
+    if (size > smallArea)
+        memory = std::calloc(size, 1);
+    else if ((memory = std::malloc(size == 0 ? 1 : size)) != nullptr)
+        std::memset(memory, 0, size);
     if (memory != nullptr) countAllocated(memory);
     return memory;
+}
+
+void *reallocate(void *memory, std::size_t size) noexcept {
+    if (!mayAllocate()) return nullptr;
+    if (memory != nullptr) countReleased(memory);
+    auto *resized = std::realloc(memory, size == 0 ? 1 : size);
+    if (resized != nullptr || memory != nullptr) countAllocated(resized != nullptr ? resized : memory);
+    return resized;
 }
 
 void release(void *memory) noexcept {

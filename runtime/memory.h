@@ -17,6 +17,8 @@ namespace oocobol {
 
 // Zero-filled, aligned to 16 bytes; null when it cannot be had. Size 0 gives an area too.
 void *allocate(std::size_t size) noexcept;
+// Resizes an area, which may move; what is new holds anything. Null, and the area stays, when it cannot be done.
+void *reallocate(void *memory, std::size_t size) noexcept;
 void release(void *memory) noexcept;
 
 // Stands before an object's data. 16 bytes.

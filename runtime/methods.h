@@ -2,7 +2,8 @@
 //
 // Parameter count, returning item and conversions come from the signature: `Answer<Ref> ofValues(ClassSelf self,
 // Ref elementTemplate, Index size)` is a method of three parameters, the returning item included. A function whose
-// second parameter is a Returning takes the returning item as an area.
+// second parameter is a Returning takes the returning item as an area. Self is taken by value, or by constant reference
+// by functions that stand in another module than the table: there a copy would be made through memory.
 #pragma once
 
 #include <new>
@@ -27,9 +28,7 @@ template <class T> struct Answered<Answer<T>> {
     static constexpr bool mayFail = true;
 };
 
-template <class First = void, class...> struct FirstOf {
-    using Type = First;
-};
+template <class First = void, class...> struct FirstOf { using Type = First; };
 
 void refuseOmitted(Ref self, void *body, void *returning, std::size_t width) noexcept;
 void refuseForMemory(Ref self, void *body, void *returning, std::size_t width) noexcept;
@@ -65,15 +64,17 @@ struct Thunk<function, Result (*)(Self, Parameters...)> {
         if (((isRequired<Parameters> && arguments[at + shift] == nullptr) || ...)) [[unlikely]]
             return refuseOmitted(self, body, arguments[0], width());
         if constexpr (Answered<Result>::mayFail) {
-            const auto answer = function(Self(self, body), Load<Parameters>::from(arguments[at + shift])...);
+            const auto answer =
+                function(std::remove_cvref_t<Self>(self, body), Load<Parameters>::from(arguments[at + shift])...);
             if (answer.failure) [[unlikely]]
                 return deliver(answer.failure, self, body, arguments[0],
                                std::is_void_v<Value> ? answer.failure.width() : width());
             if constexpr (!std::is_void_v<Value>) store(arguments[0], answer.value);
         } else if constexpr (std::is_void_v<Value>) {
-            function(Self(self, body), Load<Parameters>::from(arguments[at + shift])...);
+            function(std::remove_cvref_t<Self>(self, body), Load<Parameters>::from(arguments[at + shift])...);
         } else {
-            store(arguments[0], function(Self(self, body), Load<Parameters>::from(arguments[at + shift])...));
+            store(arguments[0],
+                  function(std::remove_cvref_t<Self>(self, body), Load<Parameters>::from(arguments[at + shift])...));
         }
     }
 

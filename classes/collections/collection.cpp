@@ -15,6 +15,16 @@ void releaseStorage(const Receiver &self, std::byte *storage) noexcept {
     sendSelf(SITE("dealloc"), self, Address{storage});
 }
 
+bool stretchStorage(CollectionFields &fields, Count bytes) noexcept {
+    const auto kept = std::min(bytes, Count{fields.storageLength});
+    const auto length = std::size_t{std::max(bytes, Count{fields.storageLength})} + 1;
+    auto *storage = static_cast<std::byte *>(reallocate(fields.storage, length));
+    if (storage == nullptr) return false;
+    std::memset(storage + kept, ' ', length - kept);
+    fields.storage = storage;
+    return true;
+}
+
 // ---- Reading elements ---------------------------------------------------------------------------------------------
 
 std::size_t areaWidth(Ref collection) noexcept {

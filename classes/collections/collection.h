@@ -51,6 +51,10 @@ inline constexpr Index sizeLimit = 0x20202020;                  // four spaces: 
 std::byte *allocateStorage(const Receiver &self, Count bytes) noexcept;
 void releaseStorage(const Receiver &self, std::byte *storage) noexcept;
 
+// What `basicgrow` does, for a length that is not negative, where it, `malloc` and `dealloc` are the library's own: a
+// block of many pages is stretched without being copied.
+bool stretchStorage(CollectionFields &fields, Count bytes) noexcept;
+
 // A number of slots as a size argument; one that no collection can have becomes -1, which every creation refuses.
 inline Index asSize(std::int64_t slots) { return slots < 0 || slots > INT32_MAX ? -1 : static_cast<Index>(slots); }
 
@@ -166,6 +170,15 @@ Index searchBackward(const Receiver &self, Element element, std::int64_t from, s
 
 // ---- Walking --------------------------------------------------------------------------------------------------------
 
+// Sends `invoke` with all the arguments that it may have: one that lacks some takes a longer road.
+template <class... Arguments> void sendInvoke(Ref callback, Returning answer, const Arguments &...arguments) noexcept {
+    constexpr std::size_t most = 10;
+    [&]<std::size_t... left>(std::index_sequence<left...>) {
+        send(SITE("invoke"), callback, answer, arguments..., (static_cast<void>(left), omitted)...);
+    }
+    (std::make_index_sequence<most - sizeof...(Arguments)>{});
+}
+
 // A block: what `invoke` runs. One that is gone ends the walk that uses it, once it has been tried.
 class Block {
 public:
@@ -178,7 +191,7 @@ public:
     template <class... Arguments> bool invoke(const Arguments &...arguments) noexcept {
         std::memset(answer.bytes(), 0, answer.size());
         const auto alive = isLive(callback);
-        send(SITE("invoke"), callback, answer.returning(), arguments...);
+        sendInvoke(callback, answer.returning(), arguments...);
         return alive;
     }
     bool answered(Flag flag) noexcept { return std::to_integer<Flag>(*answer.bytes()) == flag; }

@@ -266,7 +266,11 @@ void doEach(Self self, Ref block) {
 }
 
 // The block's answer to an element.
-Flag ask(Ref block, Element element) { return send<Flag>(SITE("invoke"), block, element); }
+Flag ask(Ref block, Element element) {
+    std::uint64_t answer = 0;
+    sendInvoke(block, Returning{{reinterpret_cast<std::byte *>(&answer)}}, element);
+    return static_cast<Flag>(answer);
+}
 
 // collect (callback) -> collection of what the block answers.
 Answer<Ref> collect(Self self, Ref block) {
@@ -283,7 +287,7 @@ Answer<Ref> collect(Self self, Ref block) {
 Answer<void> collectElement(Self, Ref block, Ref target, Address result, Element element) {
     if (result == nullptr) return pass(SITE("invalidparameter"));
     const Area area{static_cast<std::byte *>(result)};
-    send(SITE("invoke"), block, Returning{area}, element);
+    sendInvoke(block, Returning{area}, element);
     send(SITE("add"), target, Element{area.address});
     return {};
 }

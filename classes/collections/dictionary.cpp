@@ -119,14 +119,13 @@ Index findByMessages(const Self &self, const std::byte *key, Matching matching) 
     }
     const auto hash = hashOfKey(self, bytes.bytes(), matching);
     if (!hash) return 0;
-    const auto isNative = nativePath(self.ref(), {"isemptyat"});
     return findPlace(
         self, *hash,
         [&](Count slot) {
-            return isNative ? !slotsOf(*self).isOccupied(slot)
-                            : sendSelf<bool>(SITE("isemptyat"), self, static_cast<Index>(slot));
+            if (nativePath(self.ref(), {"isemptyat"})) return !slotsOf(*self).isOccupied(slot);
+            return sendSelf<bool>(SITE("isemptyat"), self, static_cast<Index>(slot));
         },
-        matches);
+        [&](Count slot) { return matches(slot); });
 }
 
 } // namespace
@@ -138,6 +137,19 @@ Index findKey(const Self &self, Element key, Area found, Matching matching) {
     const auto place = static_cast<Count>(slot);
     found.put(Flag(slots.has(place) && slots.isOccupied(place)));
     return slot;
+}
+
+std::optional<std::byte *> nativeDatum(Ref dictionary, const std::byte *key) noexcept {
+    constexpr Needs needs{"findkey", "isemptyat", "basickeyat", "basicdataat", "at", "atput", "privateat"};
+    const auto *fields = fieldsOf<DictionaryFields>(dictionary);
+    if (fields == nullptr || !nativePath(dictionary, needs)) return {};
+    const NativeKeys keys(dictionary);
+    if (!keys) return {};
+    const auto slots = slotsOf(*fields);
+    const auto slot = keys.find(slots, key);
+    if (!slot || !slots.has(*slot)) return {};
+    if (!slots.isOccupied(*slot)) return nullptr;
+    return const_cast<std::byte *>(nativePart(*fields, slots.at(*slot), Part::data));
 }
 
 } // namespace oocobol

@@ -68,7 +68,7 @@ struct Slots {
         return 0;
     }
 
-  private:
+private:
     static std::byte bit(Count slot) { return std::byte{1} << (slot % 8); }
 };
 
@@ -87,9 +87,7 @@ void clear(HashedFields &fields);
 
 // The number of elements from which on a table grows before it takes another.
 inline Count threshold(Count capacity) { return static_cast<Count>(std::uint64_t{7} * capacity / 10); }
-inline bool isFull(const HashedFields &fields) {
-    return fields.slotCount >= threshold(slotsOf(fields).capacity);
-}
+inline bool isFull(const HashedFields &fields) { return fields.slotCount >= threshold(slotsOf(fields).capacity); }
 
 // ---- Storage ------------------------------------------------------------------------------------------------------
 
@@ -156,7 +154,7 @@ Index findPlace(const Self &self, Count hash, IsEmpty isEmpty, Matches matches) 
 
 // Where a table's elements have their keys, and how these are hashed; keys are equal exactly when their bytes are.
 class NativeKeys {
-  public:
+public:
     NativeKeys() = default;
     // None when finding a key takes messages other than those that the caller answers for.
     explicit NativeKeys(Ref table) noexcept;
@@ -166,14 +164,12 @@ class NativeKeys {
     // The key of an element; null when it must be asked for by message.
     const std::byte *of(const std::byte *element) const;
     Count hash(const std::byte *key) const { return hashFunction(key, keyWidth); }
-    bool matches(const std::byte *stored, const std::byte *key) const {
-        return equalElements(stored, key, keyWidth);
-    }
+    bool matches(const std::byte *stored, const std::byte *key) const { return equalElements(stored, key, keyWidth); }
 
     // The place of a key, see Slots::find. None when a key on the way must be asked for by message.
     std::optional<Count> find(const Slots &slots, const std::byte *key) const;
 
-  private:
+private:
     ElementHash hashFunction = nullptr;
     std::size_t keyWidth = 0;
     std::size_t associationSize = 0; // when elements are association objects
@@ -219,7 +215,7 @@ std::size_t elementWidth(const HashedFields &fields) noexcept;
 
 // An element for the methods of its template: the caller's, or a copy that is as long as they take an element to be.
 class ElementBytes {
-  public:
+public:
     ElementBytes(const std::byte *given, std::size_t size, Ref elementTemplate) noexcept
         : address(given), longer(itemWidth(elementTemplate) > size ? itemWidth(elementTemplate) : 0) {
         if (longer.size() == 0 || !longer) return;
@@ -229,7 +225,7 @@ class ElementBytes {
     explicit operator bool() const { return static_cast<bool>(longer); }
     const std::byte *bytes() const { return address; }
 
-  private:
+private:
     const std::byte *address;
     WorkArea longer;
 };

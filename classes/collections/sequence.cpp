@@ -226,16 +226,21 @@ void dropCutElements(Ref collection) {
     fields->last = 0;
 }
 
+// Sends `basicgrow` and makes sure that it has done something: a handler may have answered in its place, or a subclass.
+bool growByMessage(const Self &self, Index bytes) {
+    const auto *before = self->storage;
+    const auto grown = sendSelf<bool>(SITE("basicgrow"), self, bytes);
+    return grown && bytes >= 0 && self->storage != before && self->storage != nullptr;
+}
+
 // Gives the receiver that many slots. False when it could not be done.
 bool resize(const Self &self, std::int64_t slots) {
     const Count width = self->elementSize;
     if (slots > 0 && width != 0 && static_cast<std::uint64_t>(slots) > largestStorage / width) return false;
     const auto bytes = slots * std::int64_t{width};
-    const auto *before = self->storage;
     const auto asked = slots < 0 ? Index{-1} : static_cast<Index>(bytes);
-    const auto grown = sendSelf<bool>(SITE("basicgrow"), self, asked);
-    // A handler may have answered in its place, or a subclass without doing anything.
-    if (!grown || asked < 0 || self->storage == before || self->storage == nullptr) return false;
+    const auto isNative = asked >= 0 && nativePath(self.ref(), {"basicgrow", "malloc", "dealloc"});
+    if (!(isNative ? stretchStorage(*self, static_cast<Count>(asked)) : growByMessage(self, asked))) return false;
     self->slotCount = static_cast<Count>(slots);
     self->storageLength = static_cast<Count>(bytes);
     dropCutElements(self.ref());

@@ -101,7 +101,7 @@ struct Columns {
     }
 };
 
-constexpr std::size_t widestByColumns = 16;
+constexpr std::size_t widestByColumns = 8;
 
 // `width` is a constant to the compiler where this is called with one.
 template <std::size_t constantWidth>
@@ -174,50 +174,74 @@ void sortByColumns(std::byte *records, std::size_t count, const Columns &columns
     if (from != records) std::memcpy(records, from, count * width);
 }
 
-// ---- Many wide records: by the columns of an 8-byte piece, then what is equal there by the next
-// -----------------------
+// ---- Many wide records: in place, by one byte column after the other ------------------------------------------------
+// Wide records are expensive to move and a second area for all of them is more so: each goes once to its bucket per
+// column, until the buckets are small enough for tags.
 
-constexpr std::size_t fewRecords = 2000;
+struct Buckets {
+    std::uint32_t ends[byteValues];
+    std::size_t largest = 0; // the one with the most records
+    bool isOne = false;      // that has all of them
 
-void sortTags(Tagged *tags, Tagged *moved, std::size_t count) {
-    Histogram counts[keyBytes] = {};
-    for (std::size_t i = 0; i < count; ++i) {
-        for (std::size_t column = 0; column < keyBytes; ++column)
-            ++counts[column][static_cast<std::uint8_t>(tags[i].key >> 8 * column)];
+    Buckets(const std::byte *records, std::size_t count, std::size_t width, std::size_t column) {
+        std::uint32_t counts[byteValues] = {};
+        for (std::size_t i = 0; i < count; ++i) ++counts[std::to_integer<std::uint8_t>(records[i * width + column])];
+        std::uint32_t end = 0;
+        for (std::size_t i = 0; i < byteValues; ++i) {
+            if (counts[i] > counts[largest]) largest = i;
+            ends[i] = end += counts[i];
+        }
+        isOne = counts[largest] == count;
     }
-    auto *from = tags;
-    auto *to = moved;
-    for (std::size_t column = 0; column < keyBytes; ++column) {
-        if (!makePlaces(counts[column], count)) continue;
-        for (std::size_t i = 0; i < count; ++i)
-            to[counts[column][static_cast<std::uint8_t>(from[i].key >> 8 * column)]++] = from[i];
-        std::swap(from, to);
+    std::uint32_t start(std::size_t bucket) const { return bucket == 0 ? 0 : ends[bucket - 1]; }
+    std::uint32_t count(std::size_t bucket) const { return ends[bucket] - start(bucket); }
+};
+
+// Moves every record into its bucket, round and round from the first that is not in its place.
+void distribute(std::byte *records, std::size_t width, std::size_t column, const Buckets &buckets, std::byte *held) {
+    std::uint32_t next[byteValues];
+    for (std::size_t i = 0; i < byteValues; ++i) next[i] = buckets.start(i);
+    const auto bucketOf = [column](const std::byte *record) { return std::to_integer<std::size_t>(record[column]); };
+    auto *other = held + width;
+    for (std::size_t bucket = 0; bucket < byteValues; ++bucket) {
+        while (next[bucket] < buckets.ends[bucket]) {
+            auto *home = records + std::size_t{next[bucket]} * width;
+            auto target = bucketOf(home);
+            if (target != bucket) {
+                copyElement(held, home, width);
+                do {
+                    auto *place = records + std::size_t{next[target]++} * width;
+                    copyElement(other, place, width);
+                    copyElement(place, held, width);
+                    std::swap(held, other);
+                    target = bucketOf(held);
+                } while (target != bucket);
+                copyElement(home, held, width);
+            }
+            ++next[bucket];
+        }
     }
-    if (from != tags) std::memcpy(tags, from, count * sizeof *tags);
 }
 
-// `tags` has room for twice as many as there are records.
-void sortByPieces(std::byte *records, std::size_t count, std::size_t width, Tagged *tags, std::byte *moved,
-                  std::size_t offset = 0) {
-    for (;;) {
-        if (count < 2 || offset >= width) return;
-        if (count < fewRecords) return sortByTags(records, count, width, offset, Order::bytes, tags, moved);
-        tag(tags, records, count, width, offset, Order::bytes);
-        sortTags(tags, tags + count, count);
-        gather(records, moved, tags, count, width);
-        const auto allEqual = tags[0].key == tags[count - 1].key;
-        offset += keyBytes;
-        if (!allEqual) break;
-    }
-    if (offset >= width) return;
-    const auto keyAt = [&](std::size_t position) {
-        return keyOf(records + position * width + offset - keyBytes, keyBytes, Order::bytes);
-    };
-    for (std::size_t start = 0; start < count;) {
-        auto end = start + 1;
-        while (end < count && keyAt(end) == keyAt(start)) ++end;
-        sortByPieces(records + start * width, end - start, width, tags, moved, offset);
-        start = end;
+constexpr std::size_t fewRecords = 2000;
+constexpr std::size_t smallBucket = 256;
+
+// The bytes before `column` are the same in all records. `tags` and `moved` have room for a small bucket, `held` for
+// two records.
+void sortByBuckets(std::byte *records, std::size_t count, std::size_t width, Tagged *tags, std::byte *moved,
+                   std::byte *held, std::size_t column = 0) {
+    for (; count > 1 && column < width; ++column) {
+        if (count <= smallBucket) return sortByTags(records, count, width, column, Order::bytes, tags, moved);
+        const Buckets buckets(records, count, width, column);
+        if (buckets.isOne) continue;
+        distribute(records, width, column, buckets, held);
+        for (std::size_t bucket = 0; bucket < byteValues; ++bucket) {
+            if (bucket == buckets.largest) continue; // the others are at most half: the recursion stays shallow
+            sortByBuckets(records + buckets.start(bucket) * width, buckets.count(bucket), width, tags, moved, held,
+                          column + 1);
+        }
+        records += buckets.start(buckets.largest) * width;
+        count = buckets.count(buckets.largest);
     }
 }
 
@@ -249,17 +273,20 @@ int compareInOrder(const std::byte *one, const std::byte *other, std::size_t wid
 void sortInOrder(std::byte *records, std::size_t count, std::size_t width, Order order) noexcept {
     if (count < 2 || width == 0) return;
     if (count <= veryFewRecords && width <= widestToInsert) return insertionSort(records, count, width, order);
+    // What the scratch area holds: all records again, or the tags and records of the largest part that needs them.
     const auto byColumns = count >= fewRecords && width <= widestByColumns;
-    const auto tags = byColumns ? 0 : count < fewRecords ? count : 2 * count;
-    auto *scratch = static_cast<std::byte *>(allocate(tags * sizeof(Tagged) + count * width));
+    const auto tagged = byColumns ? 0 : count < fewRecords ? count : smallBucket;
+    const auto copied = byColumns ? count : tagged + 2;
+    auto *scratch = static_cast<std::byte *>(allocate(tagged * sizeof(Tagged) + copied * width));
     if (scratch == nullptr) return heapSort(records, count, width, order);
-    auto *moved = scratch + tags * sizeof(Tagged);
+    auto *tags = reinterpret_cast<Tagged *>(scratch);
+    auto *moved = scratch + tagged * sizeof(Tagged);
     if (byColumns)
         sortByColumns(records, count, {width, order}, moved);
     else if (count < fewRecords)
-        sortByTags(records, count, width, 0, order, reinterpret_cast<Tagged *>(scratch), moved);
+        sortByTags(records, count, width, 0, order, tags, moved);
     else
-        sortByPieces(records, count, width, reinterpret_cast<Tagged *>(scratch), moved);
+        sortByBuckets(records, count, width, tags, moved, moved + smallBucket * width);
     release(scratch);
 }
 

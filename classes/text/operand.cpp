@@ -44,33 +44,34 @@ std::size_t valueCapacity(Ref object, Count claimed) noexcept {
     return std::max<std::size_t>(held, claimed);
 }
 
-Operand::Operand(Ref argument, Access access) : object(argument) {
-    if (const auto value = nativeValue(object)) {
-        if (access == Access::borrowed) return;
-        length = static_cast<Count>(value->size());
-        copy.emplace(value->size());
-        if (!*copy)
-            problem = raise(Error::noWorkArea);
-        else if (!value->empty())
-            std::memcpy(copy->bytes(), value->data(), value->size());
+Operand::Operand(Ref argument, Access access) : object(argument), seen(thread.epoch) {
+    const auto held = nativeValue(object);
+    if (!held) {
+        take();
         return;
     }
-    take();
-}
-
-void Operand::take() {
-    length = send<Count>(SITE("sizeinbytes"), object);
-    if (length > longestValue) {
-        length = 0;
-        problem = raise(Error::badAnswer);
-    }
-    copy.emplace(valueCapacity(object, length));
+    value = *held;
+    if (access == Access::borrowed) return;
+    copy.emplace(value.size());
     if (!*copy) {
-        length = 0;
         problem = raise(Error::noWorkArea);
         return;
     }
-    if (problem) return;
+    if (!value.empty()) std::memcpy(copy->bytes(), value.data(), value.size());
+    value = {copy->text().address, value.size()};
+}
+
+void Operand::take() {
+    auto length = send<Count>(SITE("sizeinbytes"), object);
+    if (length > longestValue) {
+        problem = raise(Error::badAnswer);
+        return;
+    }
+    copy.emplace(valueCapacity(object, length));
+    if (!*copy) {
+        problem = raise(Error::noWorkArea);
+        return;
+    }
     if (understands(object, "getvalue")) {
         send(SITE("getvalue"), object, copy->returning());
     } else if (understands(object, "getaddress")) { // it shows its bytes and does not give them
@@ -81,12 +82,12 @@ void Operand::take() {
         length = 0;
         send(SITE("getvalue"), object, copy->returning()); // raises what the object deserves
     }
+    value = {copy->text().address, length};
 }
 
-std::string_view Operand::bytes() const noexcept {
-    if (!copy) return nativeValue(object).value_or(std::string_view());
-    if (problem) return {};
-    return {reinterpret_cast<const char *>(copy->bytes()), length};
+void Operand::lookUpAgain() const noexcept {
+    seen = thread.epoch;
+    if (!copy && !problem) value = nativeValue(object).value_or(std::string_view());
 }
 
 } // namespace oocobol

@@ -26,15 +26,21 @@ public:
     // What is to be raised when the value could not be had.
     Failure failure() const noexcept { return problem; }
     // Empty once a borrowed object is gone.
-    std::string_view bytes() const noexcept;
+    std::string_view bytes() const noexcept {
+        if (seen != thread.epoch) [[unlikely]]
+            lookUpAgain();
+        return value;
+    }
     Element element() noexcept { return copy ? copy->element() : Element{}; } // of a copied value
 
 private:
     void take();
+    void lookUpAgain() const noexcept;
 
     Ref object;
-    Count length = 0;
-    mutable std::optional<WorkArea> copy;
+    mutable std::string_view value;
+    mutable std::uint64_t seen;
+    std::optional<WorkArea> copy;
     Failure problem;
 };
 

@@ -14,6 +14,9 @@ namespace oocobol {
 
 namespace {
 
+// The fields of an instance that has been made here.
+SequencedFields &fieldsOfMade(Ref made) noexcept { return *reinterpret_cast<SequencedFields *>(bodyOf(made)); }
+
 // Whether a text of the class may be made without running code from outside. Where double-byte characters may come, the
 // class for single bytes has to look at the text first.
 bool makesNatively(Ref classObject) noexcept {
@@ -30,52 +33,38 @@ bool makesNatively(Ref classObject) noexcept {
 // The object and its storage in one go; null when there is no memory.
 Ref makeText(Ref classObject, std::size_t size) noexcept {
     auto *storage = static_cast<std::byte *>(allocate(size + 1));
-    if (storage == nullptr) return null;
-    const auto made = createInstance(classObject);
-    auto *fields = changeableFields<SequencedFields>(made);
-    if (fields == nullptr) {
+    const auto made = storage != nullptr ? createInstance(classObject) : null;
+    if (!made) {
         release(storage);
         return null;
     }
-    fields->storage = storage;
-    fields->elementSize = 1;
-    fields->elementTemplate = CLASS("picx");
-    fields->slotCount = static_cast<Count>(size);
-    fields->storageLength = static_cast<Count>(size);
+    auto &fields = fieldsOfMade(made);
+    fields.storage = storage;
+    fields.elementSize = 1;
+    fields.elementTemplate = CLASS("picx");
+    fields.slotCount = static_cast<Count>(size);
+    fields.storageLength = static_cast<Count>(size);
     return made;
 }
 
 } // namespace
 
-NewText::NewText(Ref classObject, std::size_t wanted) noexcept
-    : ofClass(classObject),
-      made(wanted <= longestText && makesNatively(classObject) ? makeText(classObject, wanted) : null), size(wanted),
-      copy(made || wanted > longestText ? 0 : wanted) {}
-
-char *NewText::area() noexcept {
-    if (!made) return copy && copy.size() == size ? reinterpret_cast<char *>(copy.bytes()) : nullptr;
-    auto *fields = changeableFields<SequencedFields>(made);
-    return fields != nullptr && fields->slotCount == size ? reinterpret_cast<char *>(fields->storage) : nullptr;
-}
-
-NewText &NewText::append(std::string_view bytes) noexcept {
-    const auto taken = std::min(bytes.size(), size - filled);
-    auto *into = area();
-    if (into != nullptr && taken != 0) std::memcpy(into + filled, bytes.data(), taken);
-    filled += taken;
-    return *this;
-}
-
-NewText &NewText::convert(void (*conversion)(char *text, std::size_t length)) noexcept {
-    if (auto *text = area()) conversion(text, filled);
-    return *this;
+NewText::NewText(Ref classObject, std::size_t wanted) noexcept : ofClass(classObject), size(wanted) {
+    if (wanted > longestText) return;
+    if (makesNatively(classObject)) made = makeText(classObject, wanted);
+    if (made) {
+        area = reinterpret_cast<char *>(fieldsOfMade(made).storage);
+    } else {
+        copy.emplace(wanted);
+        if (*copy) area = reinterpret_cast<char *>(copy->bytes());
+    }
 }
 
 Answer<Ref> NewText::finish() noexcept {
     if (made) return made;
-    if (size > longestText) return raise(Error::noInstance);
-    if (!copy) return raise(Error::noWorkArea);
-    return send<Ref>(SITE("withlengthvalue"), ofClass, static_cast<Index>(size), copy.text());
+    if (!copy) return raise(Error::noInstance);
+    if (!*copy) return raise(Error::noWorkArea);
+    return send<Ref>(SITE("withlengthvalue"), ofClass, static_cast<Index>(size), copy->text());
 }
 
 Answer<Ref> textOfClass(Ref classObject, std::string_view bytes) noexcept {
@@ -112,17 +101,15 @@ Ref initialized(Ref made, Index length) {
     return send<Ref>(SITE("finalize"), made); // without storage; that has been raised
 }
 
-Ref withLength(ClassSelf self, Index length) { return sendSelf<Ref>(SITE("new"), self, length); }
-Ref ofValues(ClassSelf self, Ref, Index count) { return sendSelf<Ref>(SITE("new"), self, count); }
-Answer<Ref> ofReferences(ClassSelf, Index) { return pass(SITE("shouldnotimplement")); }
-Ref withAll(ClassSelf, Ref other) { return send<Ref>(SITE("copy"), other); }
+Ref withLength(const ClassSelf &self, Index length) { return sendSelf<Ref>(SITE("new"), self, length); }
+Ref ofValues(const ClassSelf &self, Ref, Index count) { return sendSelf<Ref>(SITE("new"), self, count); }
+Answer<Ref> ofReferences(const ClassSelf &, Index) { return pass(SITE("shouldnotimplement")); }
+Ref withAll(const ClassSelf &, Ref other) { return send<Ref>(SITE("copy"), other); }
 
-Answer<Ref> withLengthValue(ClassSelf self, Index length, Bytes value) {
+Answer<Ref> withLengthValue(const ClassSelf &self, Index length, Bytes value) {
     if (length >= 0) {
         if (const auto made = blank(self.ref(), length)) {
-            auto *fields = changeableFields<SequencedFields>(made);
-            if (fields != nullptr && length != 0)
-                std::memcpy(fields->storage, value.address, static_cast<std::size_t>(length));
+            if (length != 0) std::memcpy(fieldsOfMade(made).storage, value.address, static_cast<std::size_t>(length));
             return made;
         }
     }
@@ -131,24 +118,24 @@ Answer<Ref> withLengthValue(ClassSelf self, Index length, Bytes value) {
     return made;
 }
 
-Answer<Ref> withByteLengthValue(ClassSelf self, Index length, Bytes value) {
+Answer<Ref> withByteLengthValue(const ClassSelf &self, Index length, Bytes value) {
     return sendSelf<Ref>(SITE("withlengthvalue"), self, length, value);
 }
 
-Answer<Ref> fromBuffer(ClassSelf self, Index length, Bytes buffer) {
+Answer<Ref> fromBuffer(const ClassSelf &self, Index length, Bytes buffer) {
     while (length >= 1 && (buffer.address[length - 1] == ' ' || buffer.address[length - 1] == '\0')) --length;
     return sendSelf<Ref>(SITE("withlengthvalue"), self, length, buffer);
 }
 
 // What the caller gave has the terminator: there is no other bound.
-Answer<Ref> withValue(ClassSelf self, Bytes value) {
+Answer<Ref> withValue(const ClassSelf &self, Bytes value) {
     return textOfClass(self.ref(), {value.address, std::strlen(value.address)});
 }
-Answer<Ref> withSpaceTerminator(ClassSelf self, Bytes value) {
+Answer<Ref> withSpaceTerminator(const ClassSelf &self, Bytes value) {
     const auto *end = static_cast<const char *>(rawmemchr(value.address, ' '));
     return textOfClass(self.ref(), {value.address, static_cast<std::size_t>(end - value.address)});
 }
-Answer<Ref> withSpaceOrNullTerminator(ClassSelf self, Bytes value) {
+Answer<Ref> withSpaceOrNullTerminator(const ClassSelf &self, Bytes value) {
     const auto *end = strchrnul(value.address, ' ');
     return textOfClass(self.ref(), {value.address, static_cast<std::size_t>(end - value.address)});
 }
@@ -165,57 +152,57 @@ template <class Decide> auto compareWith(const Self &self, Ref other, Decide dec
 
 } // namespace
 
-Answer<bool> equal(Self self, Ref other) {
+Answer<bool> equal(const Self &self, Ref other) {
     if (!send<bool>(SITE("containscharacters"), other)) return false;
     const Operand value(other);
     if (value.failure()) return value.failure();
     return equalPadded(charactersOf(self), value.bytes());
 }
 
-Answer<bool> lessThan(Self self, Ref other) {
+Answer<bool> lessThan(const Self &self, Ref other) {
     return compareWith(self, other, [](int order) { return order < 0; });
 }
-Answer<bool> greaterThan(Self self, Ref other) {
+Answer<bool> greaterThan(const Self &self, Ref other) {
     return compareWith(self, other, [](int order) { return order > 0; });
 }
-Answer<bool> lessThanOrEqual(Self self, Ref other) {
+Answer<bool> lessThanOrEqual(const Self &self, Ref other) {
     return compareWith(self, other, [](int order) { return order <= 0; });
 }
-Answer<bool> greaterThanOrEqual(Self self, Ref other) {
+Answer<bool> greaterThanOrEqual(const Self &self, Ref other) {
     return compareWith(self, other, [](int order) { return order >= 0; });
 }
-Answer<Index> compareTo(Self self, Ref other) {
+Answer<Index> compareTo(const Self &self, Ref other) {
     return compareWith(self, other, [](int order) -> Index { return (order > 0) - (order < 0); });
 }
 
-bool equalByLengthValue(Self self, Index length, Bytes value) {
+bool equalByLengthValue(const Self &self, Index length, Bytes value) {
     return equalPadded(charactersOf(self), textAt(length, value));
 }
-bool lessThanByLengthValue(Self self, Index length, Bytes value) {
+bool lessThanByLengthValue(const Self &self, Index length, Bytes value) {
     return comparePadded(charactersOf(self), textAt(length, value)) < 0;
 }
-bool greaterThanByLengthValue(Self self, Index length, Bytes value) {
+bool greaterThanByLengthValue(const Self &self, Index length, Bytes value) {
     return comparePadded(charactersOf(self), textAt(length, value)) > 0;
 }
 
-bool equalsIgnoreCase(Self self, Ref other) {
+bool equalsIgnoreCase(const Self &self, Ref other) {
     const Temporary own(sendSelf<Ref>(SITE("asuppercase"), self));
     const Temporary given(send<Ref>(SITE("asuppercase"), other));
     return send<bool>(SITE("equal"), own.ref(), given.ref());
 }
 
-bool equalsIgnoreCaseByLengthValue(Self self, Index length, Bytes value) {
+bool equalsIgnoreCaseByLengthValue(const Self &self, Index length, Bytes value) {
     const Temporary given(send<Ref>(SITE("withlengthvalue"), self.classObject(), length, value));
     return sendSelf<bool>(SITE("equalsignorecase"), self, given.ref());
 }
 
 // ---- Reading and writing --------------------------------------------------------------------------------------------
 
-void setValue(Self self, Bytes value) {
+void setValue(const Self &self, Bytes value) {
     if (self->slotCount != 0) std::memmove(self->storage, value.address, self->slotCount);
 }
 
-Answer<void> moveValue(Self self, Ref other) {
+Answer<void> moveValue(const Self &self, Ref other) {
     const Operand value(other);
     if (value.failure()) return value.failure();
     const auto bytes = value.bytes();
@@ -226,24 +213,24 @@ Answer<void> moveValue(Self self, Ref other) {
     return {};
 }
 
-void resetValue(Self self, Ref other) { turnInto(self, send<Ref>(SITE("copy"), other)); }
+void resetValue(const Self &self, Ref other) { turnInto(self, send<Ref>(SITE("copy"), other)); }
 
-Answer<void> atPut(Self self, Index position, Bytes character) {
+Answer<void> atPut(const Self &self, Index position, Bytes character) {
     if (!isPosition(position, self->slotCount)) return pass(SITE("errorinbounds"));
     std::memcpy(slotOf(*self, static_cast<Count>(position)), character.address, 1);
     return {};
 }
 
-void getValue(Self self, Returning value) {
+void getValue(const Self &self, Returning value) {
     const auto text = charactersOf(self);
     value.store(text.data(), text.size());
 }
-void getValueZ(Self self, Returning value) {
+void getValueZ(const Self &self, Returning value) {
     const auto size = charactersOf(self).size();
     getValue(self, value);
     if (value) value.address[size] = std::byte{0};
 }
-void asParameter(Self self, Returning value) {
+void asParameter(const Self &self, Returning value) {
     if (self->storage != nullptr) value.store(self->storage, std::size_t{self->slotCount} + 1);
 }
 
@@ -259,11 +246,11 @@ void fill(Returning value, std::string_view text, std::size_t from, std::size_t 
 
 } // namespace
 
-void getValueWithSize(Self self, Returning value, Index size) {
+void getValueWithSize(const Self &self, Returning value, Index size) {
     if (size > 0) fill(value, charactersOf(self), 0, static_cast<std::size_t>(size));
 }
 
-Answer<void> getValueWithSizeAtPosition(Self self, Returning value, Index position, Index size) {
+Answer<void> getValueWithSizeAtPosition(const Self &self, Returning value, Index position, Index size) {
     if (size <= 0) return {};
     const auto text = charactersOf(self);
     const auto width = static_cast<std::size_t>(size);
@@ -275,12 +262,12 @@ Answer<void> getValueWithSizeAtPosition(Self self, Returning value, Index positi
     return {};
 }
 
-Address getAddress(Self self) { return self->storage; }
-Count sizeInBytes(Self self) { return self->slotCount; }
+Address getAddress(const Self &self) { return self->storage; }
+Count sizeInBytes(const Self &self) { return self->slotCount; }
 
 // ---- Other texts made of it -----------------------------------------------------------------------------------------
 
-Answer<Ref> concat(Self self, Ref other) {
+Answer<Ref> concat(const Self &self, Ref other) {
     const Operand value(other);
     if (value.failure()) return value.failure();
     const auto size = charactersOf(self).size();
@@ -288,19 +275,19 @@ Answer<Ref> concat(Self self, Ref other) {
     return joined.append(charactersOf(self).substr(0, size)).append(value.bytes()).finish();
 }
 
-Ref concatZ(Self self, Bytes value) {
+Ref concatZ(const Self &self, Bytes value) {
     const Temporary added(send<Ref>(SITE("withvalue"), self.classObject(), value));
     return sendSelf<Ref>(SITE("concat"), self, added.ref());
 }
 
-Answer<Ref> copyFromTo(Self self, Index from, Index to) {
+Answer<Ref> copyFromTo(const Self &self, Index from, Index to) {
     const auto text = charactersOf(self);
     if (to < from || !isPosition(from, text.size()) || !isPosition(to, text.size())) return pass(SITE("errorinbounds"));
     const auto start = static_cast<std::size_t>(from) - 1;
     return textOfClass(self.classObject(), text.substr(start, static_cast<std::size_t>(to) - start));
 }
 
-Answer<Count> indexOfSubcollection(Self self, Ref wanted, Index start) {
+Answer<Count> indexOfSubcollection(const Self &self, Ref wanted, Index start) {
     if (!sendSelf<bool>(SITE("iscompatible"), self, wanted)) return pass(SITE("compatibilityerror"));
     const auto count = send<Count>(SITE("size"), wanted);
     if (count == 0) return raise(Error::emptySubcollection);
@@ -313,26 +300,44 @@ Answer<Count> indexOfSubcollection(Self self, Ref wanted, Index start) {
     return static_cast<Count>(found + 1);
 }
 
-// A `basicgrow` that says it grew the storage and left it where it was has not.
-Answer<Ref> growTo(Self self, Index size) {
+namespace {
+
+// Moves the characters to an area that is known to hold `length` of them. False when there is no memory.
+bool moveCharacters(const Self &self, Count length) {
+    auto *storage = allocateStorage(self, length);
+    if (storage == nullptr) return false;
+    const auto kept = std::min(self->slotCount, length);
+    if (kept != 0) std::memcpy(storage, self->storage, kept);
+    std::memset(storage + kept, ' ', std::size_t{length} + 1 - kept);
+    auto *old = self->storage;
+    self->storage = storage;
+    releaseStorage(self, old);
+    return true;
+}
+
+} // namespace
+
+// How long an area a redefined `basicgrow` leaves behind is not known.
+Answer<Ref> growTo(const Self &self, Index size) {
     if (size < 0) return pass(SITE("invalidparameter"));
     if (static_cast<std::size_t>(size) > longestText) return raise(Error::noStorage);
-    const auto *before = self->storage;
-    if (!sendSelf<bool>(SITE("basicgrow"), self, size + 1)) return raise(Error::noStorage);
     const auto length = static_cast<Count>(size);
-    if (self->storage == before && length > self->slotCount) return raise(Error::noStorage);
+    if (!sendSelf<bool>(SITE("basicgrow"), self, size + 1)) return raise(Error::noStorage);
+    if (!nativePath(self.ref(), {"basicgrow"}) && !moveCharacters(self, length)) return raise(Error::noStorage);
     self->slotCount = length;
     self->storageLength = length;
     return self.ref();
 }
 
-Answer<Ref> trimBlanks(Self self) { return textOfClass(self.classObject(), withoutSpacesAround(charactersOf(self))); }
+Answer<Ref> trimBlanks(const Self &self) {
+    return textOfClass(self.classObject(), withoutSpacesAround(charactersOf(self)));
+}
 
-Answer<Ref> asLowerCase(Self self) {
+Answer<Ref> asLowerCase(const Self &self) {
     const auto size = charactersOf(self).size();
     return NewText(self.classObject(), size).append(charactersOf(self)).convert(host::toLower).finish();
 }
-Answer<Ref> asUpperCase(Self self) {
+Answer<Ref> asUpperCase(const Self &self) {
     const auto size = charactersOf(self).size();
     return NewText(self.classObject(), size).append(charactersOf(self)).convert(host::toUpper).finish();
 }
@@ -359,7 +364,7 @@ template <class Next> Answer<Ref> listOfPieces(Index capacity, Ref ofClass, Next
 
 } // namespace
 
-Answer<Ref> asSeparateLines(Self self) {
+Answer<Ref> asSeparateLines(const Self &self) {
     Piece line;
     return listOfPieces(5, self.classObject(), [&] {
         const auto text = charactersOf(self);
@@ -376,7 +381,7 @@ static bool endsLike(Ref array, Ref list) {
 }
 
 // Of a copy of the characters, as the program gets it.
-Answer<Ref> asArrayOfSubstrings(Self self) {
+Answer<Ref> asArrayOfSubstrings(const Self &self) {
     const auto length = sendSelf<Count>(SITE("sizeinbytes"), self);
     WorkArea copy(valueCapacity(self.ref(), length));
     if (!copy) return raise(Error::noWorkArea);
@@ -398,38 +403,38 @@ Answer<Ref> asArrayOfSubstrings(Self self) {
 
 // ---- Conversions and queries ----------------------------------------------------------------------------------------
 
-Count asHex(Self self) { return hexadecimalValue(charactersOf(self)); }
-Count asComp5(Self self) { return decimalValue(charactersOf(self)); }
+Count asHex(const Self &self) { return hexadecimalValue(charactersOf(self)); }
+Count asComp5(const Self &self) { return decimalValue(charactersOf(self)); }
 
-Ref asComp5Object(Self self) {
+Ref asComp5Object(const Self &self) {
     return send<Ref>(SITE("withvalue"), CLASS("comp5"), sendSelf<Count>(SITE("ascomp5"), self));
 }
 
-Answer<Ref> asPicX(Self self) {
+Answer<Ref> asPicX(const Self &self) {
     const auto made = send<Ref>(SITE("newclass"), CLASS("picx"), sendSelf<Index>(SITE("size"), self));
     if (!made) return null;
     return itemOfClass(made, charactersOf(self));
 }
 
-Ref asOwnKind(Self self) { return sendSelf<Ref>(SITE("copy"), self); }
+Ref asOwnKind(const Self &self) { return sendSelf<Ref>(SITE("copy"), self); }
 
-Ref asInternalFileName(Self self) {
+Ref asInternalFileName(const Self &self) {
     char name[host::fileNameSize];
     host::toInternalFileName(charactersOf(self), name);
     return send<Ref>(SITE("withvalue"), self.classObject(), Bytes{name});
 }
 
-Answer<Ref> description(Self self) {
+Answer<Ref> description(const Self &self) {
     NewText quoted(self.classObject(), charactersOf(self).size() + 2);
     return quoted.append("\"").append(charactersOf(self)).append("\"").finish();
 }
 
-void display(Self self) { host::display(charactersOf(self)); }
+void display(const Self &self) { host::display(charactersOf(self)); }
 
-Count hash(Self self) { return hashText(charactersOf(self)); }
+Count hash(const Self &self) { return hashText(charactersOf(self)); }
 
-bool isCompatible(Self, Ref other) { return send<bool>(SITE("containscharacters"), other); }
-bool containsCharacters(Self) { return true; }
+bool isCompatible(const Self &, Ref other) { return send<bool>(SITE("containscharacters"), other); }
+bool containsCharacters(const Self &) { return true; }
 
 } // namespace strings
 } // namespace oocobol

@@ -237,6 +237,18 @@ OOCOBOL_PUBLIC int ooclasses(void *slots);
 OOCOBOL_PUBLIC int oosend(const char *name, const void *receiver, ...);
 /* CALL "oofinalize" USING reference: sends `finalize` and sets the reference to null. */
 OOCOBOL_PUBLIC int oofinalize(void *reference);
+/* CALL "oosuper" USING "program.method" self [returning-item [argument ...]]: a message to self whose lookup starts above
+ * the class of that class program. */
+OOCOBOL_PUBLIC int oosuper(const char *name, const void *self, ...);
+/* A class in COBOL. CALL "ooclassbegin" USING class-program class-name superclass class-data-size instance-data-size
+ * (4-byte COMP-5 items), then CALL "oomethod" USING "C" or "I" (class or instance method) name program-pointer
+ * parameter-count (the returning item included), CALL "ooinitializer" USING "C" or "I" program-pointer where there is one,
+ * and CALL "ooclassend" USING class-object, which registers the class; null and error 107 when it cannot be. */
+OOCOBOL_PUBLIC int ooclassbegin(const char *class_program, const char *class_name, const void *superclass,
+                                const void *class_data_size, const void *instance_data_size);
+OOCOBOL_PUBLIC int oomethod(const char *kind, const char *name, const void *entry, const void *parameter_count);
+OOCOBOL_PUBLIC int ooinitializer(const char *kind, const void *entry);
+OOCOBOL_PUBLIC int ooclassend(void *class_object);
 /* CALL "oolive" USING reference flag: 1 when it reaches a live object. */
 OOCOBOL_PUBLIC int oolive(const void *reference, void *flag);
 /* CALL "oocount" USING class-object count: its live instances; with a null reference all objects that the program owns. */

@@ -47,7 +47,7 @@ void sendOver(const char *name, Ref receiver, unsigned parameters, int filler, u
     for (unsigned i = 0; i < parameters; ++i) {
         if (i == leftOut) continue;
         arguments[i] = i == 0 ? returning.bytes : areas[i].bytes;
-        if (i != 0) areas[i].bytes[sizeof areas[i].bytes - 1] = std::byte{0};
+        if (i != 0) std::memcpy(areas[i].bytes + sizeof areas[i].bytes - 2, " ", 2); // texts end somewhere
     }
     sendByName(receiver, name, nullptr, nullptr, arguments, parameters);
 }
