@@ -15,6 +15,7 @@ struct Ratio {
     double bar;
 };
 constexpr Ratio ratios[] = {
+    {"send/library_method", "objc/send", 1.0},
     {"send/one_class", "objc/send", 1.0},
     {"send/four_classes", "send/one_class", 1.2},
     {"send/sixteen_classes", "send/one_class", 0},

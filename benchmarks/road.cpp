@@ -103,12 +103,12 @@ BENCHMARK(objcSend)->Name("objc/send");
 void sendTo(benchmark::State &state, const std::vector<oops_ref> &receivers) {
     static oops_site site = OOPS_SITE("bump");
     site.cell = 0;
-    int32_t sum = 0;
+    int32_t sum = 0, number = 0;
     for (auto _ : state) {
         for (const auto receiver : receivers) {
-            int32_t x = sum & 1023, r;
+            int32_t x = ++number & 1023, r;
             void *arguments[] = {&r, &x};
-            oopsresolvelist(&site, receiver, 2, arguments);
+            oopsresolvelist(receiver, &site, arguments, 2);
             sum += r;
         }
     }
@@ -117,6 +117,22 @@ void sendTo(benchmark::State &state, const std::vector<oops_ref> &receivers) {
 }
 void sendOneClass(benchmark::State &state) { sendTo(state, std::vector<oops_ref>(batch, objects()[0])); }
 BENCHMARK(sendOneClass)->Name("send/one_class");
+
+// A method of the library's own: what most sends of a program are.
+void sendLibrary(benchmark::State &state) {
+    static oops_site site = OOPS_SITE("equal");
+    const std::vector<oops_ref> receivers(batch, objects()[0]);
+    for (auto _ : state) {
+        for (auto receiver : receivers) {
+            unsigned char same;
+            void *arguments[] = {&same, &receiver};
+            oopsresolvelist(receiver, &site, arguments, 2);
+            benchmark::DoNotOptimize(same);
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * batch);
+}
+BENCHMARK(sendLibrary)->Name("send/library_method");
 
 void sendVariadic(benchmark::State &state) {
     static oops_site site = OOPS_SITE("bump");
@@ -169,7 +185,7 @@ void sendSuper(benchmark::State &state) {
         for (int i = 0; i < batch; ++i) {
             int32_t x = i, r;
             void *arguments[] = {&r, &x};
-            oopsresolvelist(&site, leaf, 2, arguments);
+            oopsresolvelist(leaf, &site, arguments, 2);
             benchmark::DoNotOptimize(r);
         }
     }
@@ -222,8 +238,8 @@ void newFinalize(benchmark::State &state) {
         for (int i = 0; i < batch; ++i) {
             oops_ref made = 0;
             void *arguments[] = {&made};
-            oopsresolvelist(&make, classObject, 1, arguments);
-            oopsresolvelist(&end, made, 1, arguments);
+            oopsresolvelist(classObject, &make, arguments, 1);
+            oopsresolvelist(made, &end, arguments, 1);
         }
     }
     state.SetItemsProcessed(state.iterations() * batch);
@@ -248,7 +264,7 @@ BENCHMARK(mallocFree)->Name("object/malloc_free");
 
 template <class... Arguments> void tell(oops_site &site, oops_ref receiver, Arguments *...arguments) {
     void *list[] = {const_cast<void *>(static_cast<const void *>(arguments))...};
-    oopsresolvelist(&site, receiver, static_cast<int32_t>(sizeof...(arguments)), list);
+    oopsresolvelist(receiver, &site, list, static_cast<int32_t>(sizeof...(arguments)));
 }
 char nothing; // stands for a returning item that is not wanted
 oops_site newList = OOPS_SITE("ofvalues"), add = OOPS_SITE("add"), at = OOPS_SITE("at"), end = OOPS_SITE("finalize"),

@@ -12,31 +12,20 @@ namespace oocobol {
 constinit Cell *cells = nullptr;
 constinit Behaviour *behaviours = nullptr;
 
-struct CellTable {
-    std::uint32_t mask;
-    std::uint32_t used;
-    std::atomic<std::uint64_t> slots[1]; // selector above cell number
-};
-
 namespace {
 
 constexpr std::uint32_t behaviourCapacity = std::uint32_t{1} << 20;
 
 std::atomic<std::uint32_t> behaviourCount{1};
 std::recursive_mutex lock;
-CellNumber nextCell = 1;
+std::uint32_t nextCell = 1;
 std::atomic<bool> nativeAllowed{true};
 
 // What no object's tag and no class's can match, for sites that have not been resolved.
 constexpr std::uint32_t noBehaviour = UINT32_MAX - 1;
 
 CellNumber findCell(const CellTable *table, SelectorId selector) {
-    if (table == nullptr) return 0;
-    for (auto slot = selector & table->mask;; slot = (slot + 1) & table->mask) {
-        const auto held = table->slots[slot].load(std::memory_order_acquire);
-        if (held == 0) return 0;
-        if (static_cast<SelectorId>(held >> 32) == selector) return static_cast<CellNumber>(held);
-    }
+    return table != nullptr ? table->find(selector) : 0;
 }
 
 void placeCell(CellTable &table, SelectorId selector, CellNumber number) {
@@ -101,7 +90,7 @@ void refresh(Behaviour &behaviour) {
         for (std::uint32_t i = 0; i <= table->mask; ++i) {
             const auto held = table->slots[i].load(std::memory_order_relaxed);
             if (held == 0) continue;
-            auto &cell = cells[static_cast<CellNumber>(held)];
+            auto &cell = cellAt(static_cast<CellNumber>(held));
             const auto *method = lookUp(behaviour, cell.selector->id);
             if (method != cell.method.load(std::memory_order_relaxed)) link(cell, method);
         }
@@ -145,17 +134,16 @@ const Method *lookUp(const Behaviour &behaviour, SelectorId selector) noexcept {
 }
 
 const Cell *cellFor(Behaviour &behaviour, SelectorId selector) noexcept {
-    if (const auto number = findCell(behaviour.cells.load(std::memory_order_acquire), selector)) return &cells[number];
+    if (const auto number = findCell(behaviour.cells.load(std::memory_order_acquire), selector)) return &cellAt(number);
     const std::lock_guard guard(lock);
-    if (const auto number = findCell(behaviour.cells.load(std::memory_order_relaxed), selector)) return &cells[number];
-    const auto number = nextCell;
-    if (number == cellCapacity || !makeRoom(behaviour)) return nullptr;
-    auto *cell = new (&cells[number]) Cell;
+    if (const auto number = findCell(behaviour.cells.load(std::memory_order_relaxed), selector)) return &cellAt(number);
+    if (nextCell == cellCapacity || !makeRoom(behaviour)) return nullptr;
+    auto *cell = new (&cells[nextCell]) Cell;
     cell->behaviour = behaviour.id;
     cell->selector = &selectorOf(selector);
     link(*cell, lookUp(behaviour, selector));
     ++nextCell;
-    placeCell(*behaviour.cells.load(std::memory_order_relaxed), selector, number);
+    placeCell(*behaviour.cells.load(std::memory_order_relaxed), selector, numberOf(cell));
     return cell;
 }
 

@@ -22,7 +22,7 @@ struct ClassFamily;
 
 // What a send ends in: the receiver, its data, the argument addresses (the returning item's first, at least as many
 // as the cell's parameter count), and the cell it was found through.
-using MethodEntry = void (*)(Ref self, void *body, void *const *arguments, const Cell *cell);
+using MethodEntry = void (*)(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept;
 
 struct Method {
     MethodEntry entry = nullptr; // for code registered from outside, the bridge to it
@@ -46,12 +46,15 @@ struct alignas(32) Cell {
 };
 static_assert(sizeof(Cell) == 32);
 
-using CellNumber = std::uint32_t; // 0: none; cell 0 matches no object
-extern constinit Cell *cells;
+using CellNumber = std::uint32_t; // how many bytes into the range of cells; 0: none, a cell that matches no object
+OOCOBOL_LOCAL extern constinit Cell *cells;
 // The range is reserved whole, and what has not been used yet is zero and matches no object: whatever a cell number
 // that comes from outside holds, the masked one names a cell that may be looked at.
 inline constexpr std::uint32_t cellCapacity = std::uint32_t{1} << 22;
-inline Cell &cellAt(CellNumber number) { return cells[number & (cellCapacity - 1)]; }
+inline Cell &cellAt(CellNumber number) {
+    constexpr CellNumber mask = (cellCapacity - 1) * CellNumber{sizeof(Cell)};
+    return *reinterpret_cast<Cell *>(reinterpret_cast<std::byte *>(cells) + (number & mask));
+}
 
 // ---- Needs ------------------------------------------------------------------------------------------------------
 // Messages whose library code a native loop may stand for. A behaviour's mask tells which of them still resolve to
@@ -90,7 +93,20 @@ class Needs {
 
 // ---- Behaviours -------------------------------------------------------------------------------------------------
 
-struct CellTable;
+// A behaviour's cells by selector, open-addressed. Readers take no lock: a grown table is published whole.
+struct CellTable {
+    std::uint32_t mask;
+    std::uint32_t used;
+    std::atomic<std::uint64_t> slots[1]; // selector above cell number, 0 where free
+
+    CellNumber find(SelectorId selector) const noexcept {
+        for (auto slot = selector & mask;; slot = (slot + 1) & mask) {
+            const auto held = slots[slot].load(std::memory_order_acquire);
+            if (static_cast<SelectorId>(held >> 32) == selector) return static_cast<CellNumber>(held);
+            if (held == 0) return 0;
+        }
+    }
+};
 
 struct Behaviour {
     const ClassFamily *family = nullptr; // none for the behaviour of null
@@ -106,7 +122,7 @@ inline constexpr std::uint32_t nullBehaviour = 1;
 bool reserveBehaviours() noexcept;
 
 Behaviour *makeBehaviour(const ClassFamily *family, bool classSide) noexcept; // null when memory is short
-extern constinit Behaviour *behaviours;
+OOCOBOL_LOCAL extern constinit Behaviour *behaviours;
 inline Behaviour &behaviourAt(std::uint32_t id) noexcept { return behaviours[id]; }
 
 // The method that a message to a receiver of this behaviour runs, or null. Lookup order: the class's methods, then its
@@ -117,7 +133,9 @@ const Method *lookUp(const Behaviour &behaviour, SelectorId selector) noexcept;
 // The cell of that message, made when it does not exist; for a message not understood, a cell that says so. Null only
 // when memory is short.
 const Cell *cellFor(Behaviour &behaviour, SelectorId selector) noexcept;
-inline CellNumber numberOf(const Cell *cell) { return static_cast<CellNumber>(cell - cells); }
+inline CellNumber numberOf(const Cell *cell) {
+    return static_cast<CellNumber>(reinterpret_cast<const std::byte *>(cell) - reinterpret_cast<const std::byte *>(cells));
+}
 
 // Brings cells and masks up to date after `family` gained methods.
 void methodsChanged(const ClassFamily &family) noexcept;

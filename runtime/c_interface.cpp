@@ -8,6 +8,7 @@
 #include "runtime/errors.h"
 #include "runtime/objects.h"
 #include "runtime/records.h"
+#include "runtime/send_fast.h"
 
 using namespace oocobol;
 
@@ -37,17 +38,22 @@ std::uint32_t boundedCount(int32_t count) {
     return count > static_cast<int32_t>(maximumArguments) ? maximumArguments : static_cast<std::uint32_t>(count);
 }
 
-// A list without a returning item's address is one of a caller that has no arguments either.
-struct ListGuard {
-    void *const *addresses;
-    std::uint32_t count;
-    void *nothing[1] = {nullptr};
-    ListGuard(void *const *given, int32_t wanted) : addresses(given), count(boundedCount(wanted)) {
-        if (given != nullptr) return;
-        addresses = nothing;
-        count = 1;
-    }
-};
+// Whether a list may be handed on as it is. Counts out of range, and a list that is not there, are put right slowly.
+bool isSound(void *const *arguments, int32_t count) {
+    return arguments != nullptr && static_cast<std::uint32_t>(count) - 1 < maximumArguments;
+}
+template <class Send> [[gnu::noinline]] void sendPutRight(void *const *arguments, int32_t count, Send performSend) {
+    void *nothing[] = {nullptr};
+    if (arguments == nullptr)
+        performSend(nothing, 1U);
+    else
+        performSend(arguments, boundedCount(count));
+}
+template <class Send> void sendList(void *const *arguments, int32_t count, Send performSend) {
+    if (isSound(arguments, count)) [[likely]]
+        return performSend(arguments, static_cast<std::uint32_t>(count));
+    sendPutRight(arguments, count, performSend);
+}
 
 Ref selfOf(const oops_ref *self) { return self != nullptr ? Ref{*self} : null; }
 
@@ -82,7 +88,7 @@ extern "C" {
 
 void oopsresolve(oops_site *site, oops_ref receiver, int32_t count, void *returning, ...) {
     COLLECT(list, count, returning);
-    send(*site, Ref{receiver}, list.addresses, list.count);
+    sendFast(Ref{receiver}, *site, list.addresses, list.count);
 }
 
 void oopsresolveself(oops_site *site, const oops_ref *self, void *data, int32_t count, void *returning, ...) {
@@ -100,27 +106,29 @@ void oopsresolvestatic(oops_site *site, oops_ref class_object, void *data, int32
     sendStatic(*site, Ref{class_object}, data, list.addresses, list.count);
 }
 
-void oopsresolvelist(oops_site *site, oops_ref receiver, int32_t count, void *const *arguments) {
-    if (arguments != nullptr && static_cast<std::uint32_t>(count) - 1 < maximumArguments) [[likely]]
-        return send(*site, Ref{receiver}, arguments, static_cast<std::uint32_t>(count));
-    const ListGuard list(arguments, count);
-    send(*site, Ref{receiver}, list.addresses, list.count);
+void oopsresolvelist(oops_ref receiver, oops_site *site, void *const *arguments, int32_t count) {
+    if (arguments == nullptr) [[unlikely]]
+        return oopsresolve(site, receiver, 1, nullptr);
+    sendFast(Ref{receiver}, *site, arguments, static_cast<std::uint32_t>(count));
 }
 
 void oopsresolveselflist(oops_site *site, const oops_ref *self, void *data, int32_t count, void *const *arguments) {
-    const ListGuard list(arguments, count);
-    sendToSelf(*site, selfOf(self), data, list.addresses, list.count);
+    sendList(arguments, count, [=](void *const *list, std::uint32_t length) {
+        sendToSelf(*site, selfOf(self), data, list, length);
+    });
 }
 
 void oopsresolvetosuperlist(oops_super_site *site, const oops_ref *self, void *data, int32_t count,
                             void *const *arguments) {
-    const ListGuard list(arguments, count);
-    sendToSuper(*site, selfOf(self), dataOf(selfOf(self), data), list.addresses, list.count);
+    sendList(arguments, count, [=](void *const *list, std::uint32_t length) {
+        sendToSuper(*site, selfOf(self), dataOf(selfOf(self), data), list, length);
+    });
 }
 
 void oopsresolvestaticlist(oops_site *site, oops_ref class_object, void *data, int32_t count, void *const *arguments) {
-    const ListGuard list(arguments, count);
-    sendStatic(*site, Ref{class_object}, data, list.addresses, list.count);
+    sendList(arguments, count, [=](void *const *list, std::uint32_t length) {
+        sendStatic(*site, Ref{class_object}, data, list, length);
+    });
 }
 
 void cobinvoke2(oops_ref receiver, const char *method, void *second_cache_word, void *cache_word, int32_t count,

@@ -206,7 +206,7 @@ void initialise(ClassFamily &family) {
     }
     static constinit oops_site site = OOPS_SITE("initializeclass");
     void *arguments[1] = {nullptr};
-    send(site, family.classObject, arguments, 1);
+    send(family.classObject, site, arguments, 1);
 }
 
 void enter(ClassFamily *family) {

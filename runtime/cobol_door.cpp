@@ -98,7 +98,7 @@ int oofinalize(void *reference) {
     static constinit oops_site site = OOPS_SITE("finalize");
     Ref answer;
     void *arguments[] = {&answer};
-    send(site, item(reference), arguments, 1);
+    send(item(reference), site, arguments, 1);
     put(reference, &answer, sizeof answer);
     return 0;
 }

@@ -14,9 +14,14 @@
 #include "runtime/object_table.h"
 #include "runtime/objects.h"
 #include "runtime/receiver.h"
+#include "runtime/send_fast.h"
 #include "runtime/thread_state.h"
 
 namespace oocobol {
+
+using detail::cellOf;
+using detail::gateOpen;
+using detail::stackPosition;
 
 namespace {
 
@@ -25,15 +30,6 @@ std::atomic<std::uint32_t> level{0};
 constexpr std::uint32_t missesToRelink = 16; // a power of two
 
 // ---- Sites --------------------------------------------------------------------------------------------------------
-
-CellNumber cellNumberOf(const oops_site &site) {
-    return std::atomic_ref<const std::uint32_t>(site.cell).load(std::memory_order_acquire);
-}
-
-// Whoever made the site may have left anything in it.
-const Cell &cellOf(const oops_site &site) {
-    return cellAt(cellNumberOf(site));
-}
 
 SelectorId selectorOfSite(oops_site &site) {
     const std::atomic_ref<std::uint32_t> selector(site.reserved);
@@ -51,17 +47,6 @@ void relink(oops_site &site, const Cell *cell) {
 }
 
 // ---- The stack ----------------------------------------------------------------------------------------------------
-
-// The stack pointer itself: asking for the frame's address would make every send set up a frame.
-std::uintptr_t stackPosition() {
-#if defined(__x86_64__)
-    std::uintptr_t position;
-    __asm__("mov %%rsp, %0" : "=r"(position));
-    return position;
-#else
-    return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-#endif
-}
 
 bool tooDeep() {
     const auto position = stackPosition();
@@ -109,6 +94,7 @@ void traceSend(Ref receiver, const Behaviour &behaviour, std::string_view name, 
 void run(const Cell &cell, Ref receiver, void *body, void *const *arguments, std::uint32_t count) {
     void *padded[maximumArguments];
     const auto parameters = std::min<std::size_t>(cell.parameters.load(std::memory_order_acquire), maximumArguments);
+    count = arguments == nullptr || static_cast<std::int32_t>(count) < 0 ? 0 : count;
     if (count < parameters) {
         std::copy(arguments, arguments + count, padded);
         std::fill(padded + count, padded + parameters, nullptr);
@@ -144,7 +130,7 @@ const StaticFrame *findStaticFrame(Ref self) {
 // Everything that the fast road does not cover: first sends, other classes than last time, null, stale and garbage
 // receivers, a deep stack, tracing, too few arguments.
 [[gnu::noinline]] void sendSlowly(oops_site *site, const char *name, SelectorId selector, Ref receiver,
-                                  void *const *arguments, std::uint32_t count) {
+                                  void *const *arguments, std::uint32_t count) noexcept {
     ensureStarted();
     if (tooDeep()) return raiseStackExhausted(receiver, name);
     if (site != nullptr) selector = selectorOfSite(*site);
@@ -162,8 +148,6 @@ const StaticFrame *findStaticFrame(Ref self) {
     auto &behaviour = behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire)));
     forward(receiver, entry->body.load(std::memory_order_relaxed), behaviour, selector, name, site, arguments, count);
 }
-
-bool gateOpen(std::uint32_t index) { return index < objects.gate.load(std::memory_order_relaxed); }
 
 // ---- Messages not understood --------------------------------------------------------------------------------------
 
@@ -184,15 +168,19 @@ void runUnknown(Ref receiver, void *body, std::string_view name, void *const *ar
 
 } // namespace
 
-// ---- The four sends -----------------------------------------------------------------------------------------------
+namespace detail {
 
-void send(oops_site &site, Ref receiver, void *const *arguments, std::uint32_t count) noexcept {
-    if (gateOpen(receiver.index())) [[likely]] {
-        const auto &entry = objects.entries[receiver.index()];
-        const auto &cell = cellOf(site);
-        if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
-            count >= cell.parameters.load(std::memory_order_relaxed) && stackPosition() >= thread.stackLimit)
-            [[likely]] {
+// Another behaviour than last time, as at a site that meets many classes: its own table of cells knows the message.
+void sendToAnother(Ref receiver, oops_site &site, void *const *arguments, std::uint32_t count) noexcept {
+    const auto &entry = objects.entries[receiver.index()];
+    const auto tag = entry.tag.load(std::memory_order_acquire);
+    const auto selector = std::atomic_ref<std::uint32_t>(site.reserved).load(std::memory_order_relaxed);
+    if (static_cast<std::uint32_t>(tag) == receiver.generation() && (tag & 1) != 0) [[likely]] {
+        const auto *table = behaviourAt(behaviourOf(tag)).cells.load(std::memory_order_acquire);
+        const auto number = table != nullptr && selector != 0 ? table->find(selector) : 0;
+        const auto &cell = cellAt(number);
+        if (number != 0 && detail::isEnough(count, cell) && stackPosition() >= thread.stackLimit) [[likely]] {
+            relink(site, &cell);
             return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed),
                                                               arguments, &cell);
         }
@@ -200,10 +188,22 @@ void send(oops_site &site, Ref receiver, void *const *arguments, std::uint32_t c
     sendSlowly(&site, site.method, 0, receiver, arguments, count);
 }
 
+void sendUnusually(Ref receiver, oops_site &site, void *const *arguments, std::uint32_t count) noexcept {
+    sendSlowly(&site, site.method, 0, receiver, arguments, count);
+}
+
+} // namespace detail
+
+// ---- The four sends -----------------------------------------------------------------------------------------------
+
+void send(Ref receiver, oops_site &site, void *const *arguments, std::uint32_t count) noexcept {
+    sendFast(receiver, site, arguments, count);
+}
+
 void sendToSelf(oops_site &site, Ref self, void *body, void *const *arguments, std::uint32_t count) noexcept {
     if (self.isStatic()) [[unlikely]]
         return sendStatic(site, self.withoutStatic(), body, arguments, count);
-    send(site, self, arguments, count);
+    send(self, site, arguments, count);
 }
 
 // Instances' behaviours are even and the class side's the odd numbers above, so the class object's tag tells whether
@@ -221,7 +221,7 @@ void sendStatic(oops_site &site, Ref classObject, void *data, void *const *argum
     }
     ensureStarted();
     if (tooDeep()) return raiseStackExhausted(null, site.method);
-    if (classObject.isNull()) return send(site, null, arguments, count);
+    if (classObject.isNull()) return send(null, site, arguments, count);
     const auto *family = familyOfClass(classObject);
     if (family == nullptr) return raiseOn(null, static_cast<Count>(Error::staleReference), nameView(site.method));
     forward(self, data, *family->instances, selectorOfSite(site), site.method, &site, arguments, count);
@@ -319,7 +319,7 @@ void sendByLiteral(Ref receiver, const char *name, std::size_t length, void *con
     if (cells == nullptr) ensureStarted();
     const auto slot = slotOf(name);
     const auto number = literals.names[slot] == name ? literals.numbers[slot] : 0;
-    const auto &cell = cells[number];
+    const auto &cell = cellAt(number);
     const auto *known = cell.selector;
     const auto matches =
         number != 0 && (length == 0 ? sameName(*known, name) : sameName(*known, name, length));
@@ -353,9 +353,9 @@ void sendByLiteral(Ref receiver, const char *name, std::size_t length, void *con
 
 namespace {
 
+// Null reaches only methods of `base` and of the null object, whose data starts at 0.
 void *ownData(Ref self, void *body, const Method &method) {
-    if (body == nullptr || self.isStatic()) return body;
-    return static_cast<std::byte *>(body) + method.dataOffset;
+    return self.isStatic() ? body : static_cast<std::byte *>(body) + method.dataOffset;
 }
 
 void reportException(Ref self, const Method &method) {
@@ -390,21 +390,40 @@ void callC(void *code, const Ref *self, void *data, void *const *arguments, std:
 }
 
 template <std::size_t parameters>
-void runC(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
+[[gnu::noinline]] void runStaticC(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
     const auto &method = *cell->method.load(std::memory_order_acquire);
     const Ref own = self;
     bool threw = false;
     {
         const StaticScope scope(self, body);
         try {
-            callC(method.code, &own, ownData(self, body, method), arguments, std::make_index_sequence<parameters>());
-        } catch (...) { // the frames above belong to the runtime and to COBOL programs, which no exception may pass
+            callC(method.code, &own, body, arguments, std::make_index_sequence<parameters>());
+        } catch (...) {
             threw = true;
         }
     }
     afterUserCode();
-    if (threw) [[unlikely]]
-        reportException(self, method);
+    if (threw) reportException(self, method);
+}
+
+template <std::size_t parameters>
+void runC(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
+    if (self.isStatic()) [[unlikely]]
+        return runStaticC<parameters>(self, body, arguments, cell);
+    // In memory, where the method gets the address of its own reference anyway: nothing needs a saved register.
+    const struct {
+        Ref self;
+        const Cell *cell;
+    } frame{self, cell};
+    const auto &method = *cell->method.load(std::memory_order_acquire);
+    try {
+        callC(method.code, &frame.self, static_cast<std::byte *>(body) + method.dataOffset, arguments,
+              std::make_index_sequence<parameters>());
+    } catch (...) { // the frames above belong to the runtime and to COBOL programs, which no exception may pass
+        afterUserCode();
+        return reportException(frame.self, *frame.cell->method.load(std::memory_order_acquire));
+    }
+    afterUserCode();
 }
 
 void runCobol(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
@@ -457,7 +476,7 @@ void raiseOn(Ref object, Count error, std::string_view insert) noexcept {
     static constinit oops_site site = OOPS_SITE("raiseexceptionwithtextz");
     void *arguments[3] = {standIn, &error, text};
     if (object.isStatic()) object = null;
-    send(site, isLive(object) ? object : null, arguments, length == 0 ? 2 : 3);
+    send(isLive(object) ? object : null, site, arguments, length == 0 ? 2 : 3);
 }
 
 // ---- Tracing ------------------------------------------------------------------------------------------------------

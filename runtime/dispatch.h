@@ -15,7 +15,8 @@ namespace oocobol {
 
 // ---- The four sends. `arguments` holds `count` addresses (1 to 16), the returning item's first. -------------------
 
-void send(oops_site &site, Ref receiver, void *const *arguments, std::uint32_t count) noexcept;
+// Receiver and list stand where the method takes them: nothing is moved on the way.
+void send(Ref receiver, oops_site &site, void *const *arguments, std::uint32_t count) noexcept;
 // To the receiver of the running method; `body` is its data, which is all that a static self has.
 void sendToSelf(oops_site &site, Ref self, void *body, void *const *arguments, std::uint32_t count) noexcept;
 // Lookup starts above the class named in the site.

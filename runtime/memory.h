@@ -35,6 +35,8 @@ inline constexpr std::uint32_t markLibrary = 1;   // the library's own singleton
 inline constexpr std::uint32_t markClass = 2;     // a class object
 inline constexpr std::uint32_t markCopied = 4;    // a class object made by copying
 inline constexpr std::uint32_t markComponent = 8; // its component slot has been set
+// A class object that nobody has a reference to but its instances, and such an instance: see tieClass in objects.h.
+inline constexpr std::uint32_t markTied = 16;
 
 inline BodyHeader *headerOf(void *body) {
     return reinterpret_cast<BodyHeader *>(static_cast<std::byte *>(body) - sizeof(BodyHeader));

@@ -37,7 +37,7 @@ struct ObjectTable {
     std::atomic<std::uint32_t> gate{0};
     std::uint32_t capacity = 0;
 };
-extern constinit ObjectTable objects;
+OOCOBOL_LOCAL extern constinit ObjectTable objects;
 
 // Reserves the table. Called once, by the start of the runtime. False when there is no address space.
 bool reserveObjectTable() noexcept;

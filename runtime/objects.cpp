@@ -1,6 +1,7 @@
 #include "runtime/objects.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -56,11 +57,45 @@ bool isClassObject(const std::byte *body) {
     return family != nullptr ? create(*family, classObject, family->instanceDataSize) : null;
 }
 
+// A tied class object counts its instances where others note their class.
+std::atomic_ref<std::uint32_t> instancesOf(BodyHeader *classHeader) {
+    return std::atomic_ref<std::uint32_t>(classHeader->classIndex);
+}
+
+// The header of the class object of a tied instance, as long as that is tied too; else null.
+BodyHeader *tiedClassOf(const BodyHeader *instance) {
+    auto *body = bodyOf(referenceAt(instance->classIndex));
+    if (body == nullptr) return nullptr;
+    auto *header = headerOf(body);
+    return (std::atomic_ref(header->marks).load() & markTied) != 0 ? header : nullptr;
+}
+
+void joinTied(BodyHeader *instance) {
+    instance->marks |= markTied;
+    if (auto *header = tiedClassOf(instance)) ++instancesOf(header);
+}
+
+void removeClass(Ref classObject) {
+    auto *entry = findEntry(classObject);
+    if (auto *body = entry != nullptr ? removeObject(classObject, *entry) : nullptr) freeBody(body);
+}
+
+// With the last instance its class object goes.
+void leaveTied(const BodyHeader *instance) {
+    auto *header = tiedClassOf(instance);
+    if (header != nullptr && --instancesOf(header) == 0) removeClass(referenceAt(instance->classIndex));
+}
+
+void untie(Ref classObject) {
+    if (auto *body = bodyOf(classObject)) std::atomic_ref(headerOf(body)->marks).fetch_and(~markTied);
+}
+
 [[gnu::noinline]] bool cancelSlowly(Ref object) {
     auto *entry = findEntry(object);
     if (entry == nullptr || isClassObject(entry->body.load(std::memory_order_relaxed))) return false;
     auto *body = removeObject(object, *entry);
     if (body == nullptr) return false;
+    if ((headerOf(body)->marks & markTied) != 0) leaveTied(headerOf(body));
     freeBody(body);
     return true;
 }
@@ -92,7 +127,7 @@ bool cancelObject(Ref object) noexcept {
     auto *header = headerOf(body);
     const auto sizeClass = detail::bodyClassOf(header->size);
     auto &bodies = thread.bodies[sizeClass <= ThreadState::bodyClasses ? sizeClass : 0];
-    if (!detail::hasBodyCaches || (header->marks & (markClass | markComponent)) != 0 ||
+    if (!detail::hasBodyCaches || (header->marks & (markClass | markComponent | markTied)) != 0 ||
         __libc_single_threaded == 0 || object.generation() + 1 >= detail::lastGeneration ||
         thread.waitingIndexes() == ThreadState::indexRing || sizeClass > ThreadState::bodyClasses ||
         bodies.count >= detail::bodyCacheLimit)
@@ -126,7 +161,10 @@ Ref shallowCopy(Ref object) noexcept {
     header->classIndex = from->classIndex;
     if ((from->marks & markClass) != 0) header->marks = markClass | markCopied | markLibrary;
     const auto copy = enterObject(body, behaviour);
-    if (!copy) freeBody(body);
+    if (!copy)
+        freeBody(body);
+    else if ((from->marks & (markTied | markClass)) == markTied)
+        joinTied(header);
     return copy;
 }
 
@@ -171,7 +209,11 @@ Ref classOf(Ref object) noexcept {
     const auto *body = bodyOf(object);
     if (body == nullptr) return null;
     if (isClassObject(body)) return rootFamilies().behavior->classObject;
-    return referenceAt(headerOf(const_cast<std::byte *>(body))->classIndex);
+    const auto *header = headerOf(const_cast<std::byte *>(body));
+    const auto classObject = referenceAt(header->classIndex);
+    if ((header->marks & markTied) != 0) [[unlikely]]
+        untie(classObject);
+    return classObject;
 }
 
 Ref superclassOf(Ref classObject) noexcept {
@@ -198,6 +240,16 @@ bool resizeIndexed(Ref object, std::uint64_t count) noexcept {
     ++thread.epoch;
     freeBody(old);
     return true;
+}
+
+void tieClass(Ref classObject, Ref instance) noexcept {
+    auto *classBody = bodyOf(classObject);
+    auto *body = bodyOf(instance);
+    if (classBody == nullptr) return;
+    if (body == nullptr) return removeClass(classObject);
+    headerOf(classBody)->marks |= markTied;
+    headerOf(classBody)->classIndex = 1;
+    headerOf(body)->marks |= markTied;
 }
 
 void keepForLibrary(Ref object) noexcept {

@@ -35,6 +35,11 @@ Ref superclassOf(Ref classObject) noexcept;
 // Resizes the indexed data. False, and nothing changed, when it cannot be done.
 bool resizeIndexed(Ref object, std::uint64_t count) noexcept;
 
+// Ties a class object, fresh from shallowCopy, to the only instance that has been made of it: nobody else knows it. It
+// goes with that instance and its copies, unless its reference has been answered by then (by classOf). With a null
+// instance it goes at once.
+void tieClass(Ref classObject, Ref instance) noexcept;
+
 // Leaves the object out of the counts of what the program owns: a singleton that the library keeps for the run.
 void keepForLibrary(Ref object) noexcept;
 

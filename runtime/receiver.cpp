@@ -31,13 +31,11 @@ void jitter() {
     }
 }
 } // namespace
-#endif
 
 void afterUserCode() noexcept {
     ++thread.epoch;
-#if OOCOBOL_CHECKED
     jitter();
-#endif
 }
+#endif
 
 } // namespace oocobol

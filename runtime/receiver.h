@@ -98,10 +98,12 @@ template <class Fields> const Fields *classDataOf(Ref classObject) noexcept {
 
 // To be called whenever code from outside has run. In checked builds it also moves the storage of the receivers that
 // are active on this thread now and then, so that an address kept across user code shows up at once.
-void afterUserCode() noexcept;
 #if OOCOBOL_CHECKED
+void afterUserCode() noexcept;
 // Set by the module that knows how to move the storage of a collection.
 extern void (*moveStorage)(Ref object, void *body);
+#else
+inline void afterUserCode() noexcept { ++thread.epoch; }
 #endif
 
 // ---- Guards -----------------------------------------------------------------------------------------------------

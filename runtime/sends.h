@@ -91,7 +91,7 @@ template <class Result, class Transport, class... Sent> Result perform(Transport
 
 template <class Result = void, class... Sent> Result send(oops_site &site, Ref receiver, const Sent &...sent) {
     return detail::perform<Result>(
-        [&](void *const *arguments, std::uint32_t count) { send(site, receiver, arguments, count); }, sent...);
+        [&](void *const *arguments, std::uint32_t count) { send(receiver, site, arguments, count); }, sent...);
 }
 template <class Result = void, class... Sent>
 Result sendSelf(oops_site &site, const Receiver &self, const Sent &...sent) {

@@ -70,7 +70,7 @@ struct ThreadState {
 #endif
 };
 
-extern constinit thread_local ThreadState thread [[gnu::tls_model("initial-exec")]];
+OOCOBOL_LOCAL extern constinit thread_local ThreadState thread [[gnu::tls_model("initial-exec")]];
 
 // Finds the stack limit and arranges that the caches are handed back when the thread ends.
 void prepareThread() noexcept;

@@ -9,6 +9,9 @@
 #define OOCOBOL_CHECKED 0
 #endif
 
+// For variables that every send reads: known to be the library's own, they are addressed without a detour.
+#define OOCOBOL_LOCAL [[gnu::visibility("hidden")]]
+
 namespace oocobol {
 
 using Count = std::uint32_t; // lengths, sizes, counts, hashes: 4-byte items

@@ -168,7 +168,7 @@ Answer<void> doElement(Self self, Ref block, Address answer, Element element, In
     for (Index i = 0; i < count && !isOver(self); ++i) {
         if (!isLive(block)) break;
         copyElement(shown.bytes(), element.address, width);
-        send(SITE("invoke"), block, Returning{{static_cast<std::byte *>(answer)}}, shown.element());
+        sendInvoke(block, Returning{{static_cast<std::byte *>(answer)}}, shown.element());
     }
     if (isOver(self) || !isLive(block)) send(SITE("quititeration"), self->contents);
     return {};

@@ -4,6 +4,7 @@
 // Subclasses say how elements are found, added and walked; the iterations here hand `do` a callback on one of the
 // collection's own per-element methods (their names end in bm).
 #include "classes/collections/collection.h"
+#include "classes/collections/dictionary.h"
 #include "host/host.h"
 
 #if OOCOBOL_CHECKED
@@ -253,8 +254,11 @@ Answer<void> withEach(const Self &self, Ref source, const char *method) {
     return {};
 }
 
-// addall, removeall (source). An incompatible source ends in compatibilityerror (10).
-Answer<void> addAll(Self self, Ref source) { return withEach(self, source, "add"); }
+// addall, removeall (source). An incompatible source ends in compatibilityerror (10); a dictionary takes the
+// associations of one like it.
+Answer<void> addAll(Self self, Ref source) {
+    return isDictionary(self.ref()) ? addAssociations(self, source) : withEach(self, source, "add");
+}
 Answer<void> removeAll(Self self, Ref source) { return withEach(self, source, "remove"); }
 
 // ---- Iteration --------------------------------------------------------------------------------------------------
@@ -272,8 +276,10 @@ Flag ask(Ref block, Element element) {
     return static_cast<Flag>(answer);
 }
 
-// collect (callback) -> collection of what the block answers.
+// collect (callback) -> collection of what the block answers. Of a dictionary ends in compatibilityerror (10): answers
+// are no associations.
 Answer<Ref> collect(Self self, Ref block) {
+    if (isDictionary(self.ref())) return pass(SITE("compatibilityerror"));
     WorkArea result(areaWidth(self.ref()));
     if (!result) return raise(Error::noWorkArea);
     const auto made = sendSelf<Ref>(SITE("copyempty"), self);
@@ -310,8 +316,9 @@ template <Flag wanted> void addChosen(Self, Ref block, Ref target, Element eleme
 }
 
 // detect (callback) -> the first element to which the block answers 1. Raises 12 when there is none, the answer
-// cleared.
+// cleared. Of a dictionary ends in compatibilityerror (10): a datum is no association.
 Answer<void> detect(Self self, Returning answer, Ref block) {
+    if (isDictionary(self.ref())) return pass(SITE("compatibilityerror"));
     const auto width = self->elementSize;
     WorkArea found(areaWidth(self.ref()));
     if (!found) return raise(Error::noWorkArea).answering(width);

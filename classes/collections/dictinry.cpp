@@ -499,24 +499,29 @@ Answer<void> countDatum(Self self, Address wanted, InOut<Count> found, Element d
 
 // keyatdata, keyatdatabyidentity (datum) -> the key of the first association, in slot order, with that datum. Raise 12
 // when there is none, the answer zeroed.
-Answer<void> keyAtDataWith(const Self &self, Returning answer, const char *step, Element datum) {
+Answer<void> keyAtDataWith(const Self &self, Returning answer, oops_site &step, Element wanted) {
     const auto width = self->keySize;
-    WorkArea key(partWidth(*self, Part::key));
-    if (!key) return raise(Error::noWorkArea).answering(width);
-    answer.store(key.bytes(), width); // zeros
-    const Temporary searcher(
-        perElement(self.ref(), step, datum.address, notFoundYet, static_cast<const std::byte *>(key.bytes())));
-    sendSelf(SITE("keysanddatado"), self, searcher.ref());
-    if (!searcher || send<Count>(SITE("getparameter"), searcher.ref(), Index{2}) == 0)
-        return raise(Error::notFound).answering(width);
-    answer.store(key.bytes(), width);
+    WorkArea found(partWidth(*self, Part::key)), key(partWidth(*self, Part::key)), datum(partWidth(*self, Part::data));
+    if (!found || !key || !datum) return raise(Error::noWorkArea).answering(width);
+    answer.store(found.bytes(), width); // zeros
+    Count isFound = 0;
+    const Iteration iteration(self);
+    visitOccupied(self.ref(), self->slotCount, [&](Count slot) {
+        if (!readPartAt(self.ref(), slot, Part::key, key.bytes(), key.size()) ||
+            !readPartAt(self.ref(), slot, Part::data, datum.bytes(), datum.size()))
+            return false;
+        sendSelf(step, self, wanted.address, isFound, found.bytes(), key.element(), datum.element());
+        return !iteration.isOver();
+    });
+    if (isFound == 0) return raise(Error::notFound).answering(width);
+    answer.store(found.bytes(), width);
     return {};
 }
 Answer<void> keyAtData(Self self, Returning answer, Element datum) {
-    return keyAtDataWith(self, answer, "keyAtDataBM", datum);
+    return keyAtDataWith(self, answer, SITE("keyatdatabm"), datum);
 }
 Answer<void> keyAtDataByIdentity(Self self, Returning answer, Element datum) {
-    return keyAtDataWith(self, answer, "keyAtDataBMIdentity", datum);
+    return keyAtDataWith(self, answer, SITE("keyatdatabmidentity"), datum);
 }
 
 // keyatdatabm, keyatdatabmidentity (wanted datum's address, found, key area's address, key, datum). A null address ends

@@ -11,6 +11,13 @@ bool haveSameAssociations(Ref one, Ref other) noexcept {
            first->elementSize == second->elementSize;
 }
 
+Answer<void> addAssociations(const Receiver &self, Ref source) {
+    if (!haveSameAssociations(self.ref(), source)) return pass(SITE("compatibilityerror"));
+    const Temporary adder(perElement(self.ref(), "add"));
+    send(SITE("associationsdo"), source, adder.ref());
+    return {};
+}
+
 // ---- Parts of associations ----------------------------------------------------------------------------------------
 
 namespace {

@@ -28,8 +28,12 @@ Count hashKeyBytes(const std::byte *key, std::size_t width) noexcept;
 // The hash of a reference that is matched by identity.
 Count hashReference(const std::byte *reference, std::size_t width) noexcept;
 
+inline bool isDictionary(Ref object) noexcept { return fieldsOf<DictionaryFields>(object) != nullptr; }
 // Whether both are dictionaries whose associations are held and laid out alike, so that one can take the other's.
 bool haveSameAssociations(Ref one, Ref other) noexcept;
+
+// Adds the associations of a dictionary to another; when they are of another kind, ends in compatibilityerror (10).
+Answer<void> addAssociations(const Receiver &self, Ref source);
 
 enum class Matching { byEquality, byIdentity };
 

@@ -254,6 +254,26 @@ bool holdsAssociationObjects(Ref table) {
 
 } // namespace
 
+Slots slotsIn(std::byte *storage, const TableShape &shape, Count width) {
+    return {storage, storage + shape.slotBytes, width, shape.capacity, magicOf(shape.capacity)};
+}
+
+namespace {
+
+// A dictionary of association objects is copied by adding them to an empty one, which puts those that had gone round
+// the end of the table elsewhere; from the copy they are placed, as copies. False when there is no memory.
+bool placeAssociationObjects(const Slots &from, const Slots &to, const NativeKeys &keys) {
+    const auto shape = shapeOf(from.capacity, from.width);
+    WorkArea storage(shape ? shape->bytes() : 0);
+    if (!shape || !storage) return false;
+    const auto between = slotsIn(storage.bytes(), *shape, from.width);
+    placeAll(from, between, keys);
+    placeAll(between, to, keys);
+    return copyAssociations(to);
+}
+
+} // namespace
+
 Rebuilt rebuildNatively(const Instance<HashedFields> &self, std::uint64_t capacity) {
     constexpr Needs needs{"copy",      "finalize",      "replacecontentswith", "add",           "findelement", "isat",
                           "isemptyat", "isoccuppiedat", "basicat",             "dowithoutcopy", "malloc",      "dealloc"};
@@ -263,9 +283,10 @@ Rebuilt rebuildNatively(const Instance<HashedFields> &self, std::uint64_t capaci
     const auto shape = shapeOf(capacity, self->elementSize);
     auto *storage = shape ? allocateTable(self, *shape) : nullptr;
     if (storage == nullptr) return Rebuilt::noStorage;
-    const Slots larger{storage, storage + shape->slotBytes, slots.width, shape->capacity, magicOf(shape->capacity)};
-    placeAll(slots, larger, keys);
-    if (holdsAssociationObjects(self.ref()) && !copyAssociations(larger)) {
+    const auto larger = slotsIn(storage, *shape, slots.width);
+    if (!holdsAssociationObjects(self.ref())) {
+        placeAll(slots, larger, keys);
+    } else if (!placeAssociationObjects(slots, larger, keys)) {
         release(storage);
         return Rebuilt::noStorage;
     }

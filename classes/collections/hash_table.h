@@ -102,6 +102,9 @@ struct TableShape {
 std::optional<TableShape> shapeOf(std::uint64_t capacity, Count width);
 inline std::uint64_t grownCapacity(Count capacity) { return (std::uint64_t{capacity} + 5) * 2; }
 
+// The slots in storage that is no object's.
+Slots slotsIn(std::byte *storage, const TableShape &shape, Count width);
+
 // All empty; null when there is no memory.
 std::byte *allocateTable(const Receiver &self, const TableShape &shape) noexcept;
 // Makes this the storage of the table, with so many elements in it; answers the storage that it had.

@@ -381,12 +381,11 @@ Answer<void> sort(Self self, Count low, Count high, Area pivot, Area swapped) {
     const std::int64_t width = fields.elementSize;
     const std::int64_t count = runOf(fields).count;
     if (count == 0 || width == 0) return {};
+    if (high + fields.elementSize == low) return {}; // an empty part ends right before it starts
     const auto position = [&](Count offset) { return (std::int64_t{offset} - 1) / width - (fields.first - 1); };
     const auto from = position(low), to = position(high);
-    // An empty part is one that ends right before it starts.
-    if (offsetOf(fields, from) != low || offsetOf(fields, to) != high) return pass(SITE("errorinbounds"));
-    if (to <= from) return {};
-    if (from < 0 || to >= count) return pass(SITE("errorinbounds"));
+    const auto areElements = offsetOf(fields, from) == low && offsetOf(fields, to) == high;
+    if (!areElements || from < 0 || to < from || to >= count) return pass(SITE("errorinbounds"));
     if (!nativePath(self.ref(), {"sort"})) return sortByMessages(self, from, to, pivot, swapped);
     return sortRange(self, static_cast<std::size_t>(from), static_cast<std::size_t>(to - from + 1));
 }

@@ -92,12 +92,6 @@ struct Former {
     Count elements;
 };
 
-Slots slotsIn(const Former &former, Count width) {
-    if (former.storage == nullptr) return {};
-    const auto &shape = former.shape;
-    return {former.storage, former.storage + shape.slotBytes, width, shape.capacity, magicOf(shape.capacity)};
-}
-
 Answer<void> putBack(const Self &self, const Former &former) {
     const auto slots = slotsOf(*self);
     auto *larger = publish(*self, former.storage, former.shape, former.elements);
@@ -128,7 +122,8 @@ Answer<void> growByMessages(const Self &self, std::uint64_t wanted) {
     static_cast<void>(publish(*self, storage, *shape, 0));
     sendSelf(SITE("replacecontentswith"), self, copy.ref());
     if (self.isAlive() && (self->lacking != 0 || isLacking(copy.ref()))) return putBack(self, former);
-    finalizeAssociations(self.ref(), slotsIn(former, self->elementSize));
+    if (former.storage != nullptr)
+        finalizeAssociations(self.ref(), slotsIn(former.storage, former.shape, self->elementSize));
     releaseStorage(self, former.storage);
     return {};
 }
@@ -316,18 +311,11 @@ Answer<void> replaceContentsWith(Self self, Ref other) {
 // concat (collection) -> set. Both sets' elements, or two dictionaries' associations. Ends in compatibilityerror (10)
 // when the other's elements are of another kind.
 Answer<Ref> concat(Self self, Ref other) {
-    const auto isDictionary = fieldsOf<DictionaryFields>(self.ref()) != nullptr;
-    const auto matches = isDictionary ? haveSameAssociations(self.ref(), other)
-                                      : sendSelf<bool>(SITE("iscompatible"), self, other);
+    const auto matches = isDictionary(self.ref()) ? haveSameAssociations(self.ref(), other)
+                                                  : sendSelf<bool>(SITE("iscompatible"), self, other);
     if (!matches) return pass(SITE("compatibilityerror"));
     const auto made = sendSelf<Ref>(SITE("copy"), self);
-    if (!made) return null;
-    if (!isDictionary) {
-        send(SITE("addall"), made, other);
-        return made;
-    }
-    const Temporary adder(perElement(made, "add"));
-    send(SITE("associationsdo"), other, adder.ref());
+    if (made) send(SITE("addall"), made, other);
     return made;
 }
 

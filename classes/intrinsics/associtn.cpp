@@ -3,11 +3,10 @@
 // Either part is a value described by a template or a reference to an object. Comparing and hashing look at the key
 // alone: that is what makes associations the elements of a dictionary. A class for a pair of templates is made by
 // copying one of these classes.
-#include "classes/intrinsics/association.h"
-
 #include <algorithm>
 #include <atomic>
 
+#include "classes/intrinsics/association.h"
 #include "classes/intrinsics/native_element.h"
 #include "classes/text/strings.h"
 #include "classes/text/text_values.h"
@@ -54,7 +53,7 @@ Ref referenceIn(Part bytes) {
 
 // A part for a message that may run user code: a copy, or the object that it refers to.
 class CopiedPart {
-  public:
+public:
     CopiedPart(Part bytes, Ref describedBy)
         : itemTemplate(describedBy), reference(referenceIn(bytes)),
           copy(describedBy ? std::max(bytes.size(), itemWidth(describedBy)) : 0) {
@@ -68,7 +67,7 @@ class CopiedPart {
         return sendOver<Result>(message, itemTemplate, copy.bytes(), sent...);
     }
 
-  private:
+private:
     Ref itemTemplate;
     Ref reference;
     WorkArea copy;
@@ -328,8 +327,8 @@ void setTypes(const ClassSide<AssociationClassData> &self, Ref keyTemplate, Ref 
 }
 
 bool isPlainAssociation(const ClassFamily &family) noexcept {
-    constexpr Needs needs{"getkey", "getdata", "setdata", "hash", "equal", "equalbylengthvalue", "getvalue", "finalize",
-                          "copy"};
+    constexpr Needs needs{"getkey",   "getdata",  "setdata", "hash", "equal", "equalbylengthvalue",
+                          "getvalue", "finalize", "copy"};
     return isLaidOutAs<AssociationClassData>(family) && isPristine(*family.instances, needs);
 }
 

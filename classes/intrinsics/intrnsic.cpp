@@ -29,13 +29,17 @@ std::span<std::byte> itemOf(const Receiver &self) {
     return {body, std::min(length, headerOf(body)->size)};
 }
 
+bool isLibraryMessage(const Behaviour &behaviour, std::string_view message) noexcept {
+    const auto *cell = cellFor(behaviourAt(behaviour.id), internSelector(message));
+    const auto *method = cell != nullptr ? cell->method.load(std::memory_order_acquire) : nullptr;
+    return method != nullptr && method->library;
+}
+
 namespace {
 
 bool makesNatively(Ref classObject) {
     const auto *family = familyOfClass(classObject);
-    return family != nullptr && isPlainItemFamily(*family) &&
-           isPristine(*family->classSide, {"withvalue", "new", "newindexedinstance"}) &&
-           isPristine(*family->instances, {"setvalue"});
+    return family != nullptr && makesItemsNatively(*family);
 }
 
 Ref makeItem(Ref classObject, std::string_view value) {
@@ -48,6 +52,31 @@ Ref makeItem(Ref classObject, std::string_view value) {
 }
 
 } // namespace
+
+Ref nativeItemOfNewClass(Ref classObject, std::string_view value) noexcept {
+    if (!makesNatively(classObject)) return null;
+    const auto &family = *familyOfClass(classObject);
+    const auto &classSide = *family.classSide;
+    const auto longest = isLaidOutAs<PicXClassData>(family) ? longestItem : longestNumber;
+    if (value.size() > static_cast<std::size_t>(longest)) return null;
+    if (!isPristine(classSide, {"newclass", "setlength"}) || !isLibraryMessage(classSide, "maximumsize") ||
+        !isLibraryMessage(classSide, "basiccopy") || !isLibraryMessage(classSide, "resetcache"))
+        return null;
+    const auto made = shallowCopy(classObject);
+    auto *data = const_cast<IntrinsicClassData *>(classDataOf<IntrinsicClassData>(made));
+    if (data == nullptr) return null;
+    data->length = static_cast<Count>(value.size());
+    const auto item = makeItem(made, value);
+    tieClass(made, item);
+    return item;
+}
+
+Answer<Ref> itemOfNewClass(Ref classObject, std::string_view value) {
+    if (const auto made = nativeItemOfNewClass(classObject, value)) return made;
+    const auto made = send<Ref>(SITE("newclass"), classObject, static_cast<Index>(value.size()));
+    if (!made) return null;
+    return itemOfClass(made, value);
+}
 
 Answer<Ref> itemOfClass(Ref classObject, std::string_view value) {
     if (makesNatively(classObject)) {
@@ -144,17 +173,25 @@ Ref getClassFromDataDescription(ClassSelf self, Bytes description, bool isNumeri
 
 // getclassfromname (class name, class program, length) -> class. Answers nothing when there is no such program.
 void getClassFromName(ClassSelf, Returning answer, Optional<Bytes>, Name classProgram, Element length) {
-    const auto program = classProgram.view();
-    if (!programExists(program)) return;
-    const auto found = classForProgram(program);
+    const auto found = classForProgram(classProgram.view());
     if (found) answer.put(send<Ref>(SITE("newclass"), found, length));
 }
 
 // ---- The value ----------------------------------------------------------------------------------------------------
 
 // size, sizeinbytes () -> count. The class's.
-Count size(Self self) { return send<Count>(SITE("size"), self.classObject()); }
-Count sizeInBytes(Self self) { return send<Count>(SITE("sizeinbytes"), self.classObject()); }
+Count size(Self self) {
+    const auto *behaviour = behaviourOfObject(self.ref());
+    if (behaviour != nullptr && hasFixedLength(*behaviour->family) &&
+        isPristine(*behaviour->family->classSide, {"size"}))
+        return headerOf(bodyOf(self.ref()))->size;
+    return send<Count>(SITE("size"), self.classObject());
+}
+Count sizeInBytes(Self self) {
+    const auto *behaviour = behaviourOfObject(self.ref());
+    if (behaviour != nullptr && hasFixedLength(*behaviour->family)) return headerOf(bodyOf(self.ref()))->size;
+    return send<Count>(SITE("sizeinbytes"), self.classObject());
+}
 
 // getvalue () -> the bytes. setvalue (bytes). getaddress () -> address of the first byte.
 void getValue(Self self, Returning value) {

@@ -11,7 +11,7 @@
 
 namespace oocobol {
 
-inline constexpr std::size_t longestNumber = 8;
+inline constexpr std::size_t numberSize = longestNumber;
 inline constexpr Index defaultNumberLength = 4;
 
 static_assert(std::endian::native == std::endian::little);
@@ -19,15 +19,15 @@ static_assert(std::endian::native == std::endian::little);
 // Native order: the bytes are the low ones of the number.
 inline std::uint64_t nativeNumber(const void *bytes, std::size_t length) noexcept {
     std::uint64_t number = 0;
-    if (length != 0) std::memcpy(&number, bytes, std::min(length, longestNumber));
+    if (length != 0) std::memcpy(&number, bytes, std::min(length, numberSize));
     return number;
 }
 // Most significant byte first; the last bytes of an item that is too long.
 inline std::uint64_t bigEndianNumber(const void *bytes, std::size_t length) noexcept {
     if (length == 0) return 0;
-    const auto used = std::min(length, longestNumber);
+    const auto used = std::min(length, numberSize);
     const auto number = nativeNumber(static_cast<const std::byte *>(bytes) + (length - used), used);
-    return __builtin_bswap64(number) >> (8 * (longestNumber - used));
+    return __builtin_bswap64(number) >> (8 * (numberSize - used));
 }
 
 // Whether a native 1, read most significant byte first, is something else.
@@ -43,8 +43,8 @@ inline std::size_t numberLength(Index length) noexcept {
 
 // The bytes of a number, ready for an item of that many.
 struct NumberBytes {
-    char bytes[longestNumber];
-    std::string_view view(std::size_t length) const noexcept { return {bytes, std::min(length, longestNumber)}; }
+    char bytes[numberSize];
+    std::string_view view(std::size_t length) const noexcept { return {bytes, std::min(length, numberSize)}; }
 };
 inline NumberBytes inNativeOrder(std::uint64_t number) noexcept {
     NumberBytes item;
@@ -52,8 +52,8 @@ inline NumberBytes inNativeOrder(std::uint64_t number) noexcept {
     return item;
 }
 inline NumberBytes inBigEndianOrder(std::uint64_t number, std::size_t length) noexcept {
-    return inNativeOrder(
-        length == 0 ? 0 : __builtin_bswap64(number << (8 * (longestNumber - std::min(length, longestNumber)))));
+    return inNativeOrder(length == 0 ? 0
+                                     : __builtin_bswap64(number << (8 * (numberSize - std::min(length, numberSize)))));
 }
 
 // The low half as a signed number, which is then made positive.
@@ -74,9 +74,11 @@ inline void writeTo(Ref stream, const Digits &digits) {
 
 // The other binary form of a number: an item of the same length of the class given.
 inline Answer<Ref> converted(Ref classObject, std::size_t length, const NumberBytes &number) {
+    const auto bytes = number.view(length);
+    if (length != defaultNumberLength && length == bytes.size()) return itemOfNewClass(classObject, bytes);
     const auto made = send<Ref>(SITE("newclass"), classObject, static_cast<Index>(length));
     if (!made) return null;
-    return itemOfClass(made, number.view(length));
+    return itemOfClass(made, bytes);
 }
 
 } // namespace oocobol

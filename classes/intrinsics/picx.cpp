@@ -17,6 +17,10 @@ constexpr char program[] = "picx";
 using ClassSelf = ClassSide<IntrinsicClassData>;
 using Self = Receiver;
 
+std::string_view textAt(Index length, Bytes value) {
+    return {value.address, static_cast<std::size_t>(length > 0 ? length : 0)};
+}
+
 // A work area that holds a copy of these bytes; test it before use.
 class CopiedText : public WorkArea {
 public:
@@ -40,6 +44,9 @@ Answer<Ref> withLength(ClassSelf self, Index length) {
     return send<Ref>(SITE("new"), made);
 }
 Answer<Ref> withLengthValue(ClassSelf self, Index length, Bytes value) {
+    if (length >= 0 && !doubleByte::amongCharacters(length, value)) {
+        if (const auto made = nativeItemOfNewClass(self.ref(), textAt(length, value))) return made;
+    }
     const auto made = sendSelf<Ref>(SITE("newclass"), self, length);
     if (!made) return null;
     return send<Ref>(SITE("withvalue"), made, value);
@@ -52,10 +59,6 @@ Ref baseClass(ClassSelf) { return CLASS("picx"); }
 bool containsCharacters(Self) { return true; }
 
 // ---- Comparing ----------------------------------------------------------------------------------------------------
-
-std::string_view textAt(Index length, Bytes value) {
-    return {value.address, static_cast<std::size_t>(length > 0 ? length : 0)};
-}
 
 // equalbylengthvalue, lessthanbylengthvalue, greaterthanbylengthvalue, greaterthanorequalbylengthvalue (length, value)
 // -> flag.
@@ -89,8 +92,20 @@ Answer<bool> equalsIgnoreCase(Self self, Ref other) {
     return own.size() == value.bytes().size() && equalPaddedIgnoringCase(own, value.bytes());
 }
 
+const ClassFamily *familyOf(const Self &self) {
+    if (self.ref().isStatic()) return familyOfClass(self.ref().withoutStatic());
+    const auto *behaviour = behaviourOfObject(self.ref());
+    return behaviour != nullptr ? behaviour->family : nullptr;
+}
+
 // equalsignorecasebylengthvalue (length, value) -> flag.
 Answer<bool> equalsIgnoreCaseByLengthValue(Self self, Index length, Bytes value) {
+    const auto *family = familyOf(self);
+    if (family != nullptr && isPlainItemFamily(*family) && isPristine(*family->classSide, {"newclass", "withvalue"}) &&
+        isLibraryMessage(*family->instances, "equalsignorecase") && !doubleByte::amongCharacters(length, value)) {
+        const auto own = textOfItem(self), given = textAt(length, value);
+        return own.size() == given.size() && equalPaddedIgnoringCase(own, given);
+    }
     CopiedText own(textOfItem(self));
     if (!own) return raise(Error::noWorkArea);
     const auto ownClass = self.classObject();
@@ -113,7 +128,16 @@ Answer<Ref> trimBlanks(Self self) {
 }
 
 // asuppercase, aslowercase () -> item of self's class.
+// Where nothing is redefined a copy is converted in place.
 Answer<Ref> withCase(const Self &self, void (*convert)(char *, std::size_t)) {
+    const auto *family = self.ref().isStatic() ? nullptr : familyOf(self);
+    if (family != nullptr && makesItemsNatively(*family)) {
+        const auto made = shallowCopy(self.ref());
+        if (auto *body = bodyOf(made)) {
+            convert(reinterpret_cast<char *>(body), headerOf(body)->size);
+            return made;
+        }
+    }
     CopiedText text(textOfItem(self));
     if (!text) return raise(Error::noWorkArea);
     convert(reinterpret_cast<char *>(text.bytes()), text.size());

@@ -2,9 +2,6 @@
 
 #include <algorithm>
 
-#include "classes/intrinsics/intrinsic.h"
-#include "classes/text/strings.h"
-
 namespace oocobol {
 
 namespace {
@@ -18,39 +15,23 @@ bool understands(Ref object, std::string_view message) noexcept {
     return behaviour != nullptr && selector != 0 && lookUp(*behaviour, selector) != nullptr;
 }
 
-std::string_view dataOf(Ref object) noexcept {
-    auto *body = bodyOf(object);
-    if (body == nullptr) return {};
-    return {reinterpret_cast<const char *>(body), headerOf(body)->size};
-}
-
 } // namespace
-
-std::optional<std::string_view> nativeValue(Ref object) noexcept {
-    const auto *behaviour = behaviourOfObject(object);
-    if (behaviour == nullptr || behaviour->classSide) return {};
-    if (!isPristine(*behaviour, {"sizeinbytes", "getvalue", "getaddress"})) return {};
-    if (isTextFamily(*behaviour->family)) return charactersOf(*reinterpret_cast<CollectionFields *>(bodyOf(object)));
-    if (isPlainItemFamily(*behaviour->family)) return dataOf(object);
-    return {};
-}
 
 std::size_t valueCapacity(Ref object, Count claimed) noexcept {
     std::size_t held = 0;
     if (const auto *fields = fieldsOf<CollectionFields>(object))
         held = fields->storageLength;
-    else
-        held = dataOf(object).size();
+    else if (auto *body = bodyOf(object))
+        held = headerOf(body)->size;
     return std::max<std::size_t>(held, claimed);
 }
 
 Operand::Operand(Ref argument, Access access) : object(argument), seen(thread.epoch) {
-    const auto held = nativeValue(object);
-    if (!held) {
+    value = nativeValue(object);
+    if (value.data() == nullptr) {
         take();
         return;
     }
-    value = *held;
     if (access == Access::borrowed) return;
     copy.emplace(value.size());
     if (!*copy) {
@@ -87,7 +68,7 @@ void Operand::take() {
 
 void Operand::lookUpAgain() const noexcept {
     seen = thread.epoch;
-    if (!copy && !problem) value = nativeValue(object).value_or(std::string_view());
+    if (!copy && !problem) value = nativeValue(object);
 }
 
 } // namespace oocobol

@@ -5,12 +5,23 @@
 #include <optional>
 #include <string_view>
 
-#include "runtime/module.h"
+#include "classes/intrinsics/intrinsic.h"
+#include "classes/text/strings.h"
 
 namespace oocobol {
 
-// The bytes of a library text or data item whose value methods are the library's; good until the next message.
-std::optional<std::string_view> nativeValue(Ref object) noexcept;
+// The bytes of a library text or data item whose value methods are the library's; good until the next message. Of
+// anything else the address is null.
+inline std::string_view nativeValue(Ref object) noexcept {
+    const auto *entry = findEntry(object);
+    if (entry == nullptr) return {};
+    const auto &behaviour = behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire)));
+    if (behaviour.classSide || !isPristine(behaviour, {"sizeinbytes", "getvalue", "getaddress"})) return {};
+    auto *data = entry->body.load(std::memory_order_relaxed);
+    if (isTextFamily(*behaviour.family)) return charactersOf(*reinterpret_cast<CollectionFields *>(data));
+    if (isPlainItemFamily(*behaviour.family)) return {reinterpret_cast<const char *>(data), headerOf(data)->size};
+    return {};
+}
 
 // How large an area must be for what `getvalue` of the object stores when it claims that many bytes: the library's
 // own getvalue stores what the object holds, whatever a subclass's `sizeinbytes` says.

@@ -411,7 +411,10 @@ Ref asComp5Object(const Self &self) {
 }
 
 Answer<Ref> asPicX(const Self &self) {
-    const auto made = send<Ref>(SITE("newclass"), CLASS("picx"), sendSelf<Index>(SITE("size"), self));
+    const auto size = sendSelf<Count>(SITE("size"), self);
+    const auto text = charactersOf(self);
+    if (size == text.size()) return itemOfNewClass(CLASS("picx"), text);
+    const auto made = send<Ref>(SITE("newclass"), CLASS("picx"), static_cast<Index>(size));
     if (!made) return null;
     return itemOfClass(made, charactersOf(self));
 }

@@ -103,7 +103,7 @@ TEST(Sends, ArgumentsLeftOutArriveAsNull) {
     oopsresolve(&site, object.bits, 4, &sum, nullptr, &b, &c);
     EXPECT_EQ(sum, 7u + 100 + 2 + 3);
     void *list[] = {&sum, &a, &b, &c};
-    oopsresolvelist(&site, object.bits, 4, list);
+    oopsresolvelist(object.bits, &site, list, 4);
     EXPECT_EQ(sum, 13u);
     cancelObject(object);
 }

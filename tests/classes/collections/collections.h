@@ -67,8 +67,7 @@ inline Ref arrayOf(const Words &words, Index width = 4) {
     return array;
 }
 inline Ref referencesOf(const char *program, const std::vector<Ref> &objects) {
-    const auto made =
-        send<Ref>(SITE("ofreferences"), classForProgram(program), static_cast<Index>(objects.size()));
+    const auto made = send<Ref>(SITE("ofreferences"), classForProgram(program), static_cast<Index>(objects.size()));
     Index index = 0;
     for (const auto object : objects) {
         ++index;
@@ -92,20 +91,20 @@ inline Index numberIn(void **arguments, std::size_t which = 0) {
 }
 // A callback on an entry, finalized with the test.
 class Block {
-  public:
+public:
     explicit Block(std::function<std::int64_t(void **)> function) : object(block(std::move(function))) {}
     ~Block() { finalize(object); }
     Block(const Block &) = delete;
     Block &operator=(const Block &) = delete;
     Ref ref() const { return object; }
 
-  private:
+private:
     Ref object;
 };
 
 // Native loops switched off while it lives.
 class OnlyMessages {
-  public:
+public:
     OnlyMessages() { allowNativePaths(false); }
     ~OnlyMessages() { allowNativePaths(true); }
     OnlyMessages(const OnlyMessages &) = delete;

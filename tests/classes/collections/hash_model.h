@@ -19,6 +19,7 @@ class TableModel {
 
     std::uint32_t capacity = 0;
     std::uint32_t count = 0;
+    bool copiesByAdding = false; // as dictionaries of association objects are
     std::vector<std::string> slots; // 1 to capacity; empty: ""
 
     std::uint32_t find(const std::string &element) const {
@@ -56,12 +57,21 @@ class TableModel {
         count = 0;
         slots.assign(capacity + 1, "");
     }
-    void grow() {
-        const auto former = slots;
-        resize((capacity + 5) * 2);
-        for (const auto &element : former) {
+    void placeAll(const std::vector<std::string> &elements) {
+        for (const auto &element : elements) {
             if (!element.empty()) add(element);
         }
+    }
+    void copyByAdding() {
+        const auto former = slots;
+        resize(capacity);
+        placeAll(former);
+    }
+    void grow() {
+        if (copiesByAdding) copyByAdding();
+        const auto former = slots;
+        resize((capacity + 5) * 2);
+        placeAll(former);
     }
 
     std::size_t keyWidth;

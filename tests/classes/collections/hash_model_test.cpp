@@ -44,9 +44,9 @@ Ref none() { return null; }
 std::uint32_t bigEndianHash(const std::string &bytes) { return madePositive(__builtin_bswap32(lowHalf(bytes))); }
 
 const Kind sets[] = {
-    {"texts", "valueset", picX10, textHash},        {"longTexts", "valueset", picX40, textHash},
-    {"numbers", "valueset", comp5, numberHash},     {"bigEndianNumbers", "valueset", bigEndian, bigEndianHash},
-    {"objects", "valueset", none, hashOfObject},    {"identityTexts", "iset", picX10, textHash},
+    {"texts", "valueset", picX10, textHash},     {"longTexts", "valueset", picX40, textHash},
+    {"numbers", "valueset", comp5, numberHash},  {"bigEndianNumbers", "valueset", bigEndian, bigEndianHash},
+    {"objects", "valueset", none, hashOfObject}, {"identityTexts", "iset", picX10, textHash},
     {"identityObjects", "iset", none, lowHalf},
 };
 const Kind dictionaries[] = {
@@ -78,7 +78,7 @@ std::string nameOf(const testing::TestParamInfo<Case> &info) {
 }
 
 class Tables : public testing::TestWithParam<Case> {
-  protected:
+protected:
     Tables() : random(20) { allowNativePaths(GetParam().native); }
     ~Tables() override { allowNativePaths(true); }
 
@@ -145,9 +145,9 @@ TEST_P(DictionaryTables, AreThoseOfTheModel) {
     const auto &kind = GetParam().kind;
     const auto width = keyWidth();
     auto &create = kind.ofAssociations ? SITE("ofassociationsauto") : SITE("ofvaluesauto");
-    const auto dictionary =
-        send<Ref>(create, classForProgram(kind.program), kind.keyTemplate(), comp5(), Index{10});
+    const auto dictionary = send<Ref>(create, classForProgram(kind.program), kind.keyTemplate(), comp5(), Index{10});
     TableModel model(10, width, kind.hash);
+    model.copiesByAdding = kind.ofAssociations;
     const auto read = [&](Index slot) {
         return answered(SITE("basickeyat"), dictionary, width, slot) +
                answered(SITE("basicdataat"), dictionary, sizeof(Count), slot);

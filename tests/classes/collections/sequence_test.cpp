@@ -12,7 +12,7 @@ struct Kind {
 };
 
 class Sequenced : public testing::TestWithParam<Kind> {
-  protected:
+protected:
     Sequenced() { allowNativePaths(GetParam().native); }
     ~Sequenced() override { allowNativePaths(true); }
 

@@ -39,7 +39,6 @@ TEST(IntrinsicClass, EveryDataDescriptionIsDecoded) {
         const auto text = send<Ref>(site, CLASS("picx"), Bytes{bytes}, Flag{0});
         const auto length = first < 0x80 ? first % 32 + 1 : first % 32 * 256 + second + 1;
         ASSERT_EQ(sizeOf(text), length) << description;
-        cancelObject(text);
 
         errors.all.clear();
         const auto number = send<Ref>(site, CLASS("picx"), Bytes{bytes}, Flag{1});
@@ -54,7 +53,6 @@ TEST(IntrinsicClass, EveryDataDescriptionIsDecoded) {
         if (bytesLong > 8) continue;
         ASSERT_EQ(familyOfClass(number), familyOfClass(CLASS("compx")));
         ASSERT_EQ(sizeOf(number), bytesLong);
-        cancelObject(number);
     }
 }
 
@@ -105,6 +103,64 @@ TEST(IntrinsicClass, RefusesWhatItCannotHold) {
     send<bool>(SITE("equalbylengthvalue"), bare.ref(), Index{3}, Bytes{"abc"});
     send<bool>(SITE("lessthanbylengthvalue"), bare.ref(), Index{3}, Bytes{"abc"});
     EXPECT_EQ(errors.numbers(), (std::vector<Count>{7, 7}));
+}
+
+struct LengthAndDigits {
+    Count length, digits;
+} described;
+void notePictures(const oops_ref *self, void *data, void *returning, void *length) {
+    static oops_super_site super = OOPS_SUPER_SITE("pic9disp", "newclass");
+    std::memcpy(&described, length, sizeof described);
+    oopsresolvetosuper(&super, self, data, 2, returning, length);
+}
+
+// Classes that programs bring along for numeric display items get the digit count behind the length.
+TEST(IntrinsicClass, NumericDisplayIsTheProgramsOwnClass) {
+    const auto pic9 = OutsideClass("pic9disp", "pic9display", CLASS("picx"))
+                          .classMethod("newclass", asMethod(notePictures), 2)
+                          .registerIt();
+    const auto made = send<Ref>(SITE("getclassfromdatadescription"), CLASS("intrnsic"), Bytes{"\x87\x04"}, Flag{1});
+    EXPECT_EQ(familyOfClass(made), familyOfClass(pic9));
+    EXPECT_EQ(sizeOf(made), 8U);
+    EXPECT_EQ(described.length, 8U);
+    EXPECT_EQ(described.digits, 5U);
+    Ref unset{42};
+    send(SITE("getclassfromname"), CLASS("intrnsic"), Returning{{reinterpret_cast<std::byte *>(&unset)}},
+         Bytes{"cobolcomp3"}, Bytes{"nosuchpg"}, Index{3});
+    EXPECT_EQ(unset, Ref{42});
+}
+
+Count classObjects() {
+    Count count = 0;
+    forEachObject([&](Ref, std::uint32_t, std::uint32_t marks) { count += (marks & markClass) != 0; });
+    return count;
+}
+
+// A class that only the library knows goes with its last instance; once answered it stays.
+TEST(IntrinsicClass, MadeForOneItemGoesWithIt) {
+    const Temporary padded(test::text("  abc "));
+    finalize(send<Ref>(SITE("aspicx"), padded.ref()));
+    const auto before = classObjects();
+    const auto item = send<Ref>(SITE("withlengthvalue"), CLASS("picx"), Index{5}, Bytes{" abc "});
+    EXPECT_EQ(classObjects(), before + 1);
+    const auto trimmed = send<Ref>(SITE("trimblanks"), item), copy = send<Ref>(SITE("copy"), item),
+               upper = send<Ref>(SITE("asuppercase"), item), number = send<Ref>(SITE("withvalue"), CLASS("comp5"), 7);
+    const auto joined = send<Ref>(SITE("concat"), upper, trimmed), digits = send<Ref>(SITE("aspicx"), number);
+    EXPECT_EQ(classObjects(), before + 4);
+    finalize(item);
+    finalize(copy);
+    EXPECT_EQ(classObjects(), before + 4); // `upper` is of the same class
+    EXPECT_EQ(valueOf(upper), " ABC ");
+    for (const auto object : {upper, trimmed, joined, digits, number}) finalize(object);
+    EXPECT_EQ(classObjects(), before);
+
+    const auto asked = send<Ref>(SITE("aspicx"), padded.ref());
+    const auto itsClass = send<Ref>(SITE("class"), asked);
+    finalize(asked);
+    EXPECT_TRUE(isLive(itsClass));
+    EXPECT_EQ(sizeOf(itsClass), 6U);
+    const Temporary another(send<Ref>(SITE("new"), itsClass));
+    EXPECT_EQ(classOf(another.ref()), itsClass);
 }
 
 void claimMuch(const oops_ref *, void *, void *returning) {

@@ -65,7 +65,6 @@ TEST_P(Numbers, EveryWidthAgreesWithPlainArithmetic) {
         const Temporary digits(sendOver<Ref>(SITE("ascharacterarray"), ofLength, bytes.data()));
         ASSERT_EQ(valueOf(digits.ref()),
                   kind.isSigned ? std::to_string(one) : std::to_string(number % 1'000'000'000'000'000'000));
-        if (length != 4) cancelObject(ofLength);
     }
 }
 
