@@ -59,6 +59,7 @@ struct Registry {
     std::recursive_mutex lock;
     std::vector<ClassFamily *> families; // in the order of registration; they live for ever
     RootFamilies roots;
+    std::vector<const MethodDictionary *> replaced; // senders may still be looking through them
     bool starting = false;
 };
 Registry &registry() {
@@ -131,6 +132,7 @@ void publish(std::atomic<const MethodDictionary *> &dictionary, std::vector<Meth
         else
             all.push_back(method);
     }
+    if (current != nullptr) registry().replaced.push_back(current);
     dictionary.store(new MethodDictionary(std::move(all)), std::memory_order_release);
 }
 

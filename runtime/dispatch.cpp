@@ -462,7 +462,7 @@ std::string_view lastNotUnderstood(Ref object) noexcept {
         const auto &noted = thread.notUnderstood[(thread.notUnderstoodNext - i) % ThreadState::rememberedMessages];
         if (noted.receiver == object && noted.name[0] != '\0') return noted.name;
     }
-    return {};
+    return "";
 }
 
 // ---- Errors -------------------------------------------------------------------------------------------------------

@@ -92,7 +92,7 @@ struct KeyPlace {
 KeyPlace placeOf(const Self &self, Element key) {
     Flag found = 0;
     const auto slot = sendSelf<Index>(SITE("findkey"), self, key, Area{reinterpret_cast<std::byte *>(&found)});
-    return {slot, found != 0 && lookAt(asTable(self), slot, {"findkey"}).occupied};
+    return {slot, found != 0 && lookAt(asTable(self), slot, "findkey").occupied};
 }
 
 // When the key is absent: raises 12, unless it has no place for a reason that has been raised.
@@ -157,7 +157,7 @@ struct NewPlace {
     Index slot = 0; // 0: there is none, or nothing is to be done any more
     Failure failure;
 };
-NewPlace asNewPlace(const Self &self, Index slot, Needs finder) {
+NewPlace asNewPlace(const Self &self, Index slot, std::string_view finder) {
     const auto look = lookAt(asTable(self), slot, finder);
     if (look.failure) return {0, look.failure};
     if (slotsOf(*self).has(static_cast<Count>(slot))) return {look.occupied ? 0 : slot, {}};
@@ -212,7 +212,7 @@ Answer<void> atPut(Self self, Element key, Element datum) {
     if (!makeRoom(asTable(self))) return {};
     const auto locate = [&]() -> NewPlace {
         const auto place = placeOf(self, key);
-        if (!place.found) return asNewPlace(self, place.slot, {"findkey"});
+        if (!place.found) return asNewPlace(self, place.slot, "findkey");
         putDatum(self, place.slot, datum);
         return {};
     };
@@ -286,7 +286,7 @@ Answer<void> add(Self self, Element association) {
     const auto locate = [&] { return sendSelf<Index>(SITE("findelement"), self, association); };
     if (!isObject) return store(asTable(self), locate(), association.address);
     return storeObject(
-        self, [&] { return asNewPlace(self, locate(), {"findelement"}); },
+        self, [&] { return asNewPlace(self, locate(), "findelement"); },
         [&] { return send<Ref>(SITE("copy"), object); });
 }
 
@@ -341,7 +341,7 @@ Answer<void> removeAssociation(Self self, Element association) {
         return {};
     }
     const auto slot = sendSelf<Index>(SITE("findelement"), self, association);
-    const auto look = lookAt(asTable(self), slot, {"findelement"});
+    const auto look = lookAt(asTable(self), slot, "findelement");
     if (look.failure) return look.failure;
     if (!look.occupied) return absent(self, {slot, false});
     const auto stored = associationAt(self, slot);

@@ -169,12 +169,22 @@ std::optional<Index> findNatively(const Receiver &self, const std::byte *keyByte
 
 // ---- Adding and removing --------------------------------------------------------------------------------------------
 
+namespace {
+
+// Whether a message runs code of the library's, which has raised what went wrong.
+bool runsLibraryCode(Ref object, std::string_view message) {
+    const auto *behaviour = behaviourOfObject(object);
+    const auto *method = behaviour != nullptr ? lookUp(*behaviour, findSelector(message)) : nullptr;
+    return method != nullptr && method->library;
+}
+
+} // namespace
+
 bool makeRoom(const Instance<HashedFields> &self) {
     if (!isFull(*self)) return true;
-    const auto growsAsExpected = nativePath(self.ref(), {"grow"});
     sendSelf(SITE("grow"), self);
     if (!isFull(*self)) return true;
-    if (!growsAsExpected && self.isAlive()) {
+    if (self.isAlive() && !runsLibraryCode(self.ref(), "grow")) {
         if (self->slotCount + 1 < slotsOf(*self).capacity) return true; // one slot stays empty: probing ends
         raiseUnsettled(self);
     }
@@ -183,7 +193,7 @@ bool makeRoom(const Instance<HashedFields> &self) {
 }
 
 Answer<void> store(const Instance<HashedFields> &self, Index slot, const std::byte *element) {
-    const auto found = lookAt(self, slot, {"findelement"});
+    const auto found = lookAt(self, slot, "findelement");
     if (found.failure) return found.failure;
     const auto place = static_cast<Count>(slot);
     if (!slotsOf(*self).has(place))
@@ -193,10 +203,10 @@ Answer<void> store(const Instance<HashedFields> &self, Index slot, const std::by
     return {};
 }
 
-Found lookAt(const Instance<HashedFields> &self, Index slot, Needs finder) {
+Found lookAt(const Instance<HashedFields> &self, Index slot, std::string_view finder) {
     const auto slots = slotsOf(*self);
     if (slots.has(static_cast<Count>(slot))) return {slots.isOccupied(static_cast<Count>(slot)), {}};
-    const auto wasRaised = slots.capacity == 0 || nativePath(self.ref(), finder) || !self.isAlive();
+    const auto wasRaised = slots.capacity == 0 || !self.isAlive() || runsLibraryCode(self.ref(), finder);
     return {false, wasRaised ? Failure{} : raise(Error::badAnswer)};
 }
 

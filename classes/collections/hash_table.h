@@ -209,7 +209,7 @@ struct Found {
     bool occupied = false;
     Failure failure;
 };
-Found lookAt(const Instance<HashedFields> &self, Index slot, Needs finder);
+Found lookAt(const Instance<HashedFields> &self, Index slot, std::string_view finder);
 
 // ---- Elements -------------------------------------------------------------------------------------------------------
 

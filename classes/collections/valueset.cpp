@@ -65,7 +65,7 @@ Answer<void> add(Self self, Element element) {
 // remove (element). Raises 12 when it is absent.
 Answer<void> remove(Self self, Element element) {
     const auto slot = sendSelf<Index>(SITE("findelement"), self, element);
-    const auto found = lookAt(self, slot, {"findelement"});
+    const auto found = lookAt(self, slot, "findelement");
     if (found.failure) return found.failure;
     if (!found.occupied) return slot == 0 && slotsOf(*self).capacity != 0 ? Answer<void>() : raise(Error::notFound);
     removeSlot(self, static_cast<Count>(slot));

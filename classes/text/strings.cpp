@@ -362,6 +362,13 @@ template <class Next> Answer<Ref> listOfPieces(Index capacity, Ref ofClass, Next
     return list;
 }
 
+// Whether the array was filled to the end of the list.
+bool endsLike(Ref array, Ref list) {
+    const auto size = send<Index>(SITE("size"), list);
+    if (send<Index>(SITE("size"), array) != size) return false;
+    return size == 0 || send<Ref>(SITE("at"), array, size) == send<Ref>(SITE("at"), list, size);
+}
+
 } // namespace
 
 Answer<Ref> asSeparateLines(const Self &self) {
@@ -371,13 +378,6 @@ Answer<Ref> asSeparateLines(const Self &self) {
         line = nextLine(text, line.end);
         return text.substr(line.begin, line.size());
     });
-}
-
-// Whether the array was filled to the end of the list.
-static bool endsLike(Ref array, Ref list) {
-    const auto size = send<Index>(SITE("size"), list);
-    if (send<Index>(SITE("size"), array) != size) return false;
-    return size == 0 || send<Ref>(SITE("at"), array, size) == send<Ref>(SITE("at"), list, size);
 }
 
 // Of a copy of the characters, as the program gets it.

@@ -40,7 +40,7 @@ TEST_F(Collections, ShowThatTheyContainThemselves) {
     send(SITE("add"), outer, inner);
     const auto text = display(outer);
     EXPECT_EQ(text.substr(0, 2), "((");
-    EXPECT_EQ(text.substr(text.size() - 3), " ) )");
+    EXPECT_EQ(text.substr(text.size() - 4), " ) )");
     EXPECT_EQ(display(outer), text); // and are shown again
     finalize(outer);
     finalize(inner);
