@@ -173,13 +173,13 @@ void oopsgetsuperclass(oops_ref class_object, oops_ref *result) {
 void oopsclassname(oops_ref class_object, char buffer[30]) {
     if (buffer == nullptr) return;
     const auto *family = familyOfClass(Ref{class_object});
-    copyName(buffer, family != nullptr ? std::string_view(family->name) : std::string_view());
+    copyName(buffer, family != nullptr ? std::string_view(family->name) : "");
 }
 
 void oopsgetclassfilename(oops_ref class_object, char buffer[30]) {
     if (buffer == nullptr) return;
     const auto *family = familyOfClass(Ref{class_object});
-    copyName(buffer, family != nullptr ? std::string_view(family->program) : std::string_view());
+    copyName(buffer, family != nullptr ? std::string_view(family->program) : "");
 }
 
 void *oopsgetmethodnames(oops_ref class_object) {

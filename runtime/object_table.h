@@ -69,12 +69,10 @@ void shareIndexes() noexcept;
 void clearComponentSlot(std::uint32_t index) noexcept;
 
 inline std::uint32_t takeIndex() noexcept {
-    auto &own = thread;
-    return own.freeIndexes[own.indexHead++ % ThreadState::indexRing];
+    return thread.freeIndexes[thread.indexHead++ % ThreadState::indexRing];
 }
 inline void putIndex(std::uint32_t index) noexcept {
-    auto &own = thread;
-    own.freeIndexes[own.indexTail++ % ThreadState::indexRing] = index;
+    thread.freeIndexes[thread.indexTail++ % ThreadState::indexRing] = index;
 }
 
 // Takes the entry from live to free; of several threads that try, one succeeds. The locked instruction costs more than

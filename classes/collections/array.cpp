@@ -24,6 +24,7 @@ Answer<void> at(Self self, Returning element, Index index) {
 Answer<void> atPut(Self self, Index index, Element element) {
     const auto &array = *self;
     if (!isInBounds(array, index)) return pass(SITE("errorinbounds"));
+    if (!isWhole(element, array.elementSize)) return pass(SITE("invalidparameter"));
     copyElement(slotOf(array, static_cast<Count>(index)), element.address, array.elementSize);
     return {};
 }

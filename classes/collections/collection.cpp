@@ -33,6 +33,15 @@ std::size_t areaWidth(Ref collection) noexcept {
     return std::max(width, sizeof(std::uint64_t));
 }
 
+constinit thread_local const Travelling *Travelling::innermost = nullptr;
+
+bool Travelling::holds(const std::byte *address, std::size_t wanted) noexcept {
+    for (const auto *area = innermost; area != nullptr; area = area->outer) {
+        if (address == area->start) return wanted <= std::max(area->width, narrow);
+    }
+    return true; // the caller's, who answers for it
+}
+
 void NativeElements::resolve() noexcept {
     seen = thread.epoch;
     fields = nativePath(collection, needs) ? fieldsOf<SequencedFields>(collection) : nullptr;

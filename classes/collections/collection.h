@@ -63,6 +63,31 @@ inline Index asSize(std::int64_t slots) { return slots < 0 || slots > INT32_MAX 
 // Wide enough for an element of the collection, whoever writes it, and for the 8-byte answer of a handler.
 std::size_t areaWidth(Ref collection) noexcept;
 
+// The areas of the library in which elements travel on this thread. A message that one of them was meant for may reach
+// another collection, because the receiver has become one of wider elements in the meantime: whoever takes an element
+// asks first whether all of it is there. Narrow elements always fit a work area.
+class Travelling {
+public:
+    explicit Travelling(WorkArea &area) noexcept : start(area.bytes()), width(area.size()), outer(innermost) {
+        innermost = this;
+    }
+    ~Travelling() { innermost = outer; }
+    Travelling(const Travelling &) = delete;
+    Travelling &operator=(const Travelling &) = delete;
+
+    static constexpr std::size_t narrow = 256;
+    static bool holds(const std::byte *address, std::size_t wanted) noexcept;
+
+private:
+    static constinit thread_local const Travelling *innermost;
+    const std::byte *start;
+    std::size_t width;
+    const Travelling *outer;
+};
+inline bool isWhole(Element element, std::size_t width) noexcept {
+    return width <= Travelling::narrow || Travelling::holds(element.address, width);
+}
+
 // Elements lying one after the other. Good until the next message.
 struct Run {
     std::byte *start = nullptr;
@@ -130,6 +155,19 @@ public:
 private:
     Ref collection;
     NativeElements native;
+    WorkArea area;
+};
+
+// A reference as an element for that collection, even one of wider elements.
+class ReferenceElement {
+public:
+    ReferenceElement(Ref object, Ref target) noexcept : area(areaWidth(target)) {
+        if (area) std::memcpy(area.bytes(), &object, sizeof object);
+    }
+    bool fits(Ref target) const noexcept { return area && areaWidth(target) <= area.size(); }
+    Element element() noexcept { return area.element(); }
+
+private:
     WorkArea area;
 };
 
@@ -201,6 +239,7 @@ public:
 private:
     Ref callback;
     WorkArea answer;
+    Travelling travelling{answer};
 };
 
 // Clears the quit flag of the receiver now and when the iteration ends.

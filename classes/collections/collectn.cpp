@@ -172,8 +172,8 @@ Ref deepCopy(Self self) {
 
 // deepcopybm (target, element).
 void deepCopyElement(Self, Ref target, Ref element) {
-    const auto copied = send<Ref>(SITE("copy"), element);
-    send(SITE("add"), target, copied);
+    ReferenceElement copied(send<Ref>(SITE("copy"), element), target);
+    addElement(target, copied);
 }
 
 // What a callback keeps of a 4-byte parameter.
@@ -195,6 +195,7 @@ void deepFinalizeElement(Self, Count depth, Ref element) { send<Ref>(SITE("deepf
 
 // isat (element, index) -> flag. Objects are equal when the stored one says so, values when their bytes are.
 Answer<bool> isAt(Self self, Element element, Index index) {
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     WorkArea stored(areaWidth(self.ref()));
     if (!stored) return raise(Error::noWorkArea);
     sendSelf(SITE("atnogc"), self, stored.returning(), index);
@@ -216,7 +217,10 @@ bool yes(Self) { return true; }
 
 // isempty () -> flag. includes (element) -> flag.
 bool isEmpty(Self self) { return sizeOf(self) == 0; }
-bool includes(Self self, Element element) { return searchForward(self, element, 1, sizeOf(self)) != 0; }
+Answer<bool> includes(Self self, Element element) {
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
+    return searchForward(self, element, 1, sizeOf(self)) != 0;
+}
 
 // occurrencesof (element) -> count.
 Count occurrencesOf(Self self, Element element) {
@@ -280,13 +284,13 @@ Flag ask(Ref block, Element element) {
 // are no associations.
 Answer<Ref> collect(Self self, Ref block) {
     if (isDictionary(self.ref())) return pass(SITE("compatibilityerror"));
-    WorkArea result(areaWidth(self.ref()));
-    if (!result) return raise(Error::noWorkArea);
-    const auto made = sendSelf<Ref>(SITE("copyempty"), self);
+    Temporary made(sendSelf<Ref>(SITE("copyempty"), self));
     if (!made) return null;
-    const Temporary collector(perElement(self.ref(), "collectBM", block, made, Address{result.bytes()}));
+    WorkArea result(std::max(areaWidth(self.ref()), areaWidth(made.ref())));
+    if (!result) return raise(Error::noWorkArea);
+    const Temporary collector(perElement(self.ref(), "collectBM", block, made.ref(), Address{result.bytes()}));
     sendSelf(SITE("do"), self, collector.ref());
-    return made;
+    return made.giveAway();
 }
 
 // collectbm (callback, target, result area's address, element). A null address ends in invalidparameter (33).

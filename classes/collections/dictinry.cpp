@@ -76,6 +76,7 @@ Answer<void> initialize(Self self, Count capacity, Ref associationTemplate, Coun
     self->elementTemplate = dataTemplate;
     self->keySize = keySize;
     self->dataSize = dataSize;
+    NativeKeys::forget(*self);
     return {};
 }
 
@@ -90,6 +91,11 @@ struct KeyPlace {
     bool found = false;
 };
 KeyPlace placeOf(const Self &self, Element key) {
+    if (const auto slot = findKeyNatively(self, *self, key.address, {"findkey", "isemptyat", "basickeyat"})) {
+        const auto slots = slotsOf(*self);
+        const auto place = static_cast<Count>(*slot);
+        return {*slot, slots.has(place) && slots.isOccupied(place)};
+    }
     Flag found = 0;
     const auto slot = sendSelf<Index>(SITE("findkey"), self, key, Area{reinterpret_cast<std::byte *>(&found)});
     return {slot, found != 0 && lookAt(asTable(self), slot, "findkey").occupied};
@@ -109,8 +115,14 @@ Ref associationAt(const Self &self, Index slot) {
 // ---- Key access ---------------------------------------------------------------------------------------------------
 
 void answerPart(const Self &self, Returning answer, Count slot, Part part) {
-    WorkArea area(partWidth(*self, part));
     const auto size = part == Part::key ? self->keySize : self->dataSize;
+    if (nativePath(self.ref(), {"basickeyat", "basicdataat"})) {
+        if (const auto *bytes = nativePart(*self, slotsOf(*self).at(slot), part)) {
+            if (answer) copyElement(answer.address, bytes, size);
+            return;
+        }
+    }
+    WorkArea area(partWidth(*self, part));
     if (answer && area && readPartAt(self.ref(), slot, part, area.bytes(), area.size())) answer.store(area.bytes(), size);
 }
 
@@ -290,17 +302,10 @@ Answer<void> add(Self self, Element association) {
         [&] { return send<Ref>(SITE("copy"), object); });
 }
 
-// The key of an association given as an element, where it can be had natively.
-const std::byte *nativeKey(const Self &self, Element association) {
-    return nativePart(*self, association.address, Part::key);
-}
-
 // findelement (association) -> the slot where one with its key is, or the empty one where it would go. Raises 112 when
 // the table has no such slot or does not stop changing; answers 0 then.
 Answer<Index> findElement(Self self, Element association) {
-    if (const auto *key = nativeKey(self, association)) {
-        if (const auto slot = findNatively(self, key, {"isemptyat", "isat"})) return *slot;
-    }
+    if (const auto slot = findElementNatively(self, *self, association.address, {"isemptyat", "isat"})) return *slot;
     const ElementBytes bytes(association.address, self->elementSize, self->associationTemplate);
     if (!bytes) return raise(Error::noWorkArea);
     const auto object = holdsObjects(*self) ? referenceIn(association.address) : null;

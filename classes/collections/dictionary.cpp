@@ -110,7 +110,7 @@ class KeyMatcher {
 // None for an object that is null or gone: asking it has raised 7 or 106.
 std::optional<Count> hashOfKey(const Self &self, const std::byte *key, Matching matching) {
     if (matching == Matching::byIdentity)
-        return self->keyTemplate ? hashKeyBytes(key, self->keySize) : hashReference(key, sizeof(Ref));
+        return self->keyTemplate ? hashKeyBytes(key, self->keySize) : hashReference(key);
     if (self->keyTemplate) return sendOver<Count>(SITE("hash"), self->keyTemplate, key);
     const auto object = referenceIn(key);
     const auto hash = send<Count>(SITE("hash"), object);
@@ -138,7 +138,7 @@ Index findByMessages(const Self &self, const std::byte *key, Matching matching) 
 } // namespace
 
 Index findKey(const Self &self, Element key, Area found, Matching matching) {
-    const auto natively = findNatively(self, key.address, {"isemptyat", "basickeyat"});
+    const auto natively = findKeyNatively(self, *self, key.address, {"isemptyat", "basickeyat"});
     const auto slot = natively ? *natively : findByMessages(self, key.address, matching);
     const auto slots = slotsOf(*self);
     const auto place = static_cast<Count>(slot);
@@ -148,9 +148,9 @@ Index findKey(const Self &self, Element key, Area found, Matching matching) {
 
 std::optional<std::byte *> nativeDatum(Ref dictionary, const std::byte *key) noexcept {
     constexpr Needs needs{"findkey", "isemptyat", "basickeyat", "basicdataat", "at", "atput", "privateat"};
-    const auto *fields = fieldsOf<DictionaryFields>(dictionary);
+    auto *fields = changeableFields<DictionaryFields>(dictionary);
     if (fields == nullptr || !nativePath(dictionary, needs)) return {};
-    const NativeKeys keys(dictionary);
+    const NativeKeys keys(dictionary, *fields);
     if (!keys) return {};
     const auto slots = slotsOf(*fields);
     const auto slot = keys.find(slots, key);

@@ -23,11 +23,6 @@ inline constexpr std::uint32_t dictionarySize = 128; // as registered
 
 inline bool holdsObjects(const DictionaryFields &fields) { return fields.associationTemplate.isNull(); }
 
-// The hash of a value key in an identity dictionary: h x 47 + byte from the first byte to the last, made positive.
-Count hashKeyBytes(const std::byte *key, std::size_t width) noexcept;
-// The hash of a reference that is matched by identity.
-Count hashReference(const std::byte *reference, std::size_t width) noexcept;
-
 inline bool isDictionary(Ref object) noexcept { return fieldsOf<DictionaryFields>(object) != nullptr; }
 // Whether both are dictionaries whose associations are held and laid out alike, so that one can take the other's.
 bool haveSameAssociations(Ref one, Ref other) noexcept;

@@ -60,6 +60,7 @@ Answer<void> atPut(Self self, Index index, Element element) {
     const auto &fields = *self;
     const auto slot = slotAt(fields, index);
     if (slot == 0) return pass(SITE("errorinbounds"));
+    if (!isWhole(element, fields.elementSize)) return pass(SITE("invalidparameter"));
     copyElement(slotOf(fields, slot), element.address, fields.elementSize);
     return {};
 }
@@ -83,6 +84,7 @@ Answer<void> privateAt(Self self, Returning element, Index slot) {
 // isat (element, index) -> flag. Raises 3 outside.
 Answer<bool> isAt(Self self, Element element, Index index) {
     if (slotAt(*self, index) == 0 && runsMethodOf(self.ref(), "at", program)) return pass(SITE("errorinbounds"));
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     WorkArea stored(areaWidth(self.ref()));
     if (!stored) return raise(Error::noWorkArea);
     sendSelf(SITE("at"), self, stored.returning(), index);
@@ -94,8 +96,9 @@ Answer<bool> isAt(Self self, Element element, Index index) {
 }
 
 // isatidentity (element, index) -> flag. Whether the slot holds these very bytes.
-bool isAtIdentity(Self self, Element element, Index index) {
+Answer<bool> isAtIdentity(Self self, Element element, Index index) {
     const auto &fields = *self;
+    if (!isWhole(element, fields.elementSize)) return pass(SITE("invalidparameter"));
     const auto slot = slotAt(fields, index);
     return slot != 0 && equalElements(slotOf(fields, slot), element.address, fields.elementSize);
 }
@@ -172,6 +175,7 @@ void appendElement(DynamicFields &fields, Element element) {
 // add (element). At the end.
 Answer<void> add(Self self, Element element) {
     auto &fields = *self;
+    if (!isWhole(element, fields.elementSize)) return pass(SITE("invalidparameter"));
     if (!hasRoomAtEnd(fields)) [[unlikely]]
         return addWithRoomMade(self, element);
     appendElement(fields, element);
@@ -213,6 +217,7 @@ Count openBackAt(DynamicFields &fields, Count slot) {
 Answer<void> insertBeforeIndex(Self self, Element element, Index index) {
     settle(*self);
     if (index < 1 || static_cast<Count>(index) - 1 > runOf(*self).count) return pass(SITE("errorinbounds"));
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     WorkArea held(areaWidth(self.ref()));
     if (!held) return raise(Error::noWorkArea);
     copyElement(held.bytes(), element.address, self->elementSize);
@@ -242,6 +247,7 @@ Answer<void> removeAtIndex(Self self, Returning element, Index index) {
 Answer<void> remove(Self self, Element element) {
     const auto found = sendSelf<Index>(SITE("firstindexof"), self, element, Index{1}, sizeOf(self));
     if (found == 0) return raise(Error::notFound);
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     WorkArea removed(areaWidth(self.ref()));
     if (!removed) return raise(Error::noWorkArea);
     sendSelf(SITE("removeatindex"), self, removed.returning(), found);
@@ -394,6 +400,7 @@ Ref copyWith(Self self, Element element) {
 
 // copywithout (element) -> collection without its occurrences.
 Answer<Ref> copyWithout(Self self, Element element) {
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     Temporary made(sendSelf<Ref>(SITE("copyempty"), self));
     if (!made) return null;
     ElementReader elements(self.ref(), made.ref());
@@ -459,8 +466,8 @@ Answer<Ref> deepCopy(Self self) {
     if (!elements) return raise(Error::noWorkArea);
     const auto count = sizeOf(self);
     for (Index i = 1; i <= count && elements.read(i); ++i) {
-        const auto copied = send<Ref>(SITE("copy"), elements.reference());
-        send(SITE("add"), made.ref(), copied);
+        ReferenceElement copied(send<Ref>(SITE("copy"), elements.reference()), made.ref());
+        if (!addElement(made.ref(), copied)) break;
     }
     return made.giveAway();
 }

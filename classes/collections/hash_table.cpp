@@ -105,66 +105,72 @@ void raiseUnsettled(const Receiver &self) {
 
 // ---- Keys natively --------------------------------------------------------------------------------------------------
 
-Count hashReference(const std::byte *reference, std::size_t) noexcept {
-    Count index;
-    std::memcpy(&index, reference, sizeof index);
-    return index;
-}
-
 Count hashKeyBytes(const std::byte *key, std::size_t width) noexcept {
     Count hash = 0;
     for (std::size_t i = 0; i < width; ++i) hash = hash * 47 + std::to_integer<Count>(key[i]);
     return static_cast<Index>(hash) < 0 ? 0 - hash : hash;
 }
 
-NativeKeys::NativeKeys(Ref table) noexcept {
-    const auto *fields = fieldsOf<HashedFields>(table);
-    if (fields == nullptr) return;
-    if (const auto *dictionary = fieldsOf<DictionaryFields>(table)) {
-        keyWidth = dictionary->keySize;
-        if (holdsObjects(*dictionary))
-            associationSize = std::size_t{dictionary->keySize} + dictionary->dataSize;
-        else if (!nativeElements(dictionary->associationTemplate, {"hash", "equalbylengthvalue"}))
-            return;
-        if (fieldsOf<IdentityDictionaryFields>(table) != nullptr)
-            hashFunction = dictionary->keyTemplate ? hashKeyBytes : hashReference;
-        else if (dictionary->keyTemplate)
-            hashFunction = nativeElementHash(dictionary->keyTemplate, keyWidth);
-        return;
+namespace {
+
+const DictionaryFields &asDictionary(const HashedFields &fields) {
+    return static_cast<const DictionaryFields &>(fields);
+}
+
+} // namespace
+
+// Class objects live for ever and stay what they are, so the behaviour of a template's items is looked up once.
+void NativeKeys::learn(Ref table, HashedFields &fields) noexcept {
+    const auto isOfDictionary = fieldsOf<DictionaryFields>(table) != nullptr;
+    const auto itemTemplate = isOfDictionary ? asDictionary(fields).keyTemplate : fields.elementTemplate;
+    const auto byIdentity = fieldsOf<IdentitySetFields>(table) != nullptr ||
+                            fieldsOf<IdentityDictionaryFields>(table) != nullptr;
+    fields.keyWidth = isOfDictionary ? asDictionary(fields).keySize : fields.elementSize;
+    fields.keyItems = nullptr;
+    if (!itemTemplate) {
+        fields.keying = byIdentity && fields.keyWidth == sizeof(Ref) ? byReference : byMessages;
+    } else if (isOfDictionary && byIdentity) {
+        fields.keying = byBytes;
+    } else {
+        const auto hash = elementHashOf(itemTemplate);
+        fields.keying = hash == ElementHash::none ? byMessages : static_cast<Flag>(byItems + static_cast<Flag>(hash));
+        if (hash != ElementHash::none) fields.keyItems = familyOfClass(itemTemplate)->instances;
     }
-    keyWidth = fields->elementSize;
-    if (fields->elementTemplate)
-        hashFunction = nativeElementHash(fields->elementTemplate, keyWidth);
-    else if (fieldsOf<IdentitySetFields>(table) != nullptr && keyWidth == sizeof(Ref))
-        hashFunction = hashReference;
+    if (isOfDictionary) fields.keying |= ofDictionary;
+    if (isOfDictionary && holdsObjects(asDictionary(fields))) fields.keying |= throughObjects;
 }
 
-const std::byte *NativeKeys::of(const std::byte *element) const {
-    return associationSize == 0 ? element : nativeAssociation(referenceIn(element), associationSize);
+NativeKeys::NativeKeys(Ref table, HashedFields &fields) noexcept {
+    if (fields.keying == unknown) learn(table, fields);
+    const auto isOfDictionary = (fields.keying & ofDictionary) != 0;
+    if (fields.keyItems != nullptr) {
+        const auto itemTemplate = isOfDictionary ? asDictionary(fields).keyTemplate : fields.elementTemplate;
+        const auto *data = reinterpret_cast<const IntrinsicClassData *>(bodyOf(itemTemplate));
+        if (!areNativeElements(*fields.keyItems) || data->length != fields.keyWidth) return;
+    }
+    keying = fields.keying & ~(ofDictionary | throughObjects);
+    width = fields.keyWidth;
+    if ((fields.keying & throughObjects) != 0)
+        associationSize = std::size_t{asDictionary(fields).keySize} + asDictionary(fields).dataSize;
 }
 
-std::optional<Count> NativeKeys::find(const Slots &slots, const std::byte *key) const {
-    const auto hashed = hash(key);
-    if (associationSize == 0) return slots.find(hashed, [&](const std::byte *slot) { return matches(slot, key); });
+bool NativeKeys::areElements(const HashedFields &fields) noexcept {
+    if ((fields.keying & (ofDictionary | throughObjects)) != ofDictionary) return true;
+    return nativeElements(asDictionary(fields).associationTemplate, {"hash", "equalbylengthvalue"});
+}
+
+const std::byte *NativeKeys::keyOfAssociation(const std::byte *slot) const {
+    return nativeAssociation(referenceIn(slot), associationSize);
+}
+
+std::optional<Count> NativeKeys::findAmongObjects(const Slots &slots, const std::byte *key, Count hashed) const {
     auto isNative = true;
     const auto found = slots.find(hashed, [&](const std::byte *slot) {
         const auto *stored = of(slot);
         isNative = stored != nullptr;
-        return !isNative || matches(stored, key);
+        return !isNative || equalKeys(stored, key, width);
     });
-    if (!isNative) return {};
-    return found;
-}
-
-std::optional<Index> findNatively(const Receiver &self, const std::byte *keyBytes, Needs needs) {
-    if (!nativePath(self.ref(), needs)) return {};
-    const NativeKeys keys(self.ref());
-    if (!keys) return {};
-    const auto slots = slotsOf(*fieldsOf<HashedFields>(self.ref()));
-    const auto place = keys.find(slots, keyBytes);
-    if (!place) return {};
-    if (*place == 0 && slots.capacity != 0) raiseUnsettled(self);
-    return static_cast<Index>(*place);
+    return isNative ? std::optional(found) : std::nullopt;
 }
 
 // ---- Adding and removing --------------------------------------------------------------------------------------------
@@ -212,6 +218,10 @@ Found lookAt(const Instance<HashedFields> &self, Index slot, std::string_view fi
 
 void removeSlot(const Instance<HashedFields> &self, Count slot) {
     vacate(*self, slot);
+    if (nativePath(self.ref(), {"fixcollisionsfrom", "findelement", "isat", "isemptyat", "basicatnogc"})) {
+        const NativeKeys keys(self.ref(), *self);
+        if (keys && NativeKeys::areElements(*self) && closeGapNatively(*self, keys, slot)) return;
+    }
     sendSelf(SITE("fixcollisionsfrom"), self, static_cast<Index>(slot));
 }
 
@@ -287,9 +297,10 @@ bool placeAssociationObjects(const Slots &from, const Slots &to, const NativeKey
 Rebuilt rebuildNatively(const Instance<HashedFields> &self, std::uint64_t capacity) {
     constexpr Needs needs{"copy",      "finalize",      "replacecontentswith", "add",           "findelement", "isat",
                           "isemptyat", "isoccuppiedat", "basicat",             "dowithoutcopy", "malloc",      "dealloc"};
-    const NativeKeys keys(self.ref());
+    const NativeKeys keys(self.ref(), *self);
     const auto slots = slotsOf(*self);
-    if (!keys || !nativePath(self.ref(), needs) || !allNative(slots, keys)) return Rebuilt::byMessages;
+    if (!keys || !nativePath(self.ref(), needs) || !NativeKeys::areElements(*self) || !allNative(slots, keys))
+        return Rebuilt::byMessages;
     const auto shape = shapeOf(capacity, self->elementSize);
     auto *storage = shape ? allocateTable(self, *shape) : nullptr;
     if (storage == nullptr) return Rebuilt::noStorage;

@@ -25,6 +25,9 @@ struct [[gnu::packed]] HashedFields : CollectionFields {
     Count divisor;       // the capacity that `magic` belongs to
     std::uint64_t magic; // finds the remainder of a division by it
     Flag lacking;        // an element could not be added for want of memory or of a settled table
+    Flag keying;         // how keys are found natively, see NativeKeys; 0 until that is asked for
+    Count keyWidth;
+    const Behaviour *keyItems; // of the items that keys are; null: they are no values
 };
 struct [[gnu::packed]] IdentitySetFields : HashedFields {};
 inline constexpr std::uint32_t hashedSize = 68; // as registered
@@ -155,28 +158,90 @@ Index findPlace(const Self &self, Count hash, IsEmpty isEmpty, Matches matches) 
 
 // ---- Keys natively --------------------------------------------------------------------------------------------------
 
+// The hash of a value key that is matched by its bytes: h x 47 + byte from the first byte to the last, made positive.
+Count hashKeyBytes(const std::byte *key, std::size_t width) noexcept;
+// The hash of a reference that is matched by identity: its low half.
+inline Count hashReference(const std::byte *reference) {
+    Count low;
+    std::memcpy(&low, reference, sizeof low);
+    return low;
+}
+
+// Whether two keys are the same; those of common widths without a call, so that a look-up does not wait for the one
+// before it.
+inline bool equalKeys(const std::byte *one, const std::byte *other, std::size_t width) noexcept {
+    switch (width) {
+    case 4: return std::memcmp(one, other, 4) == 0;
+    case 8: return std::memcmp(one, other, 8) == 0;
+    case 16: return std::memcmp(one, other, 16) == 0;
+    case 32: return std::memcmp(one, other, 32) == 0;
+    default: return std::memcmp(one, other, width) == 0;
+    }
+}
+
 // Where a table's elements have their keys, and how these are hashed; keys are equal exactly when their bytes are.
 class NativeKeys {
-public:
-    NativeKeys() = default;
-    // None when finding a key takes messages other than those that the caller answers for.
-    explicit NativeKeys(Ref table) noexcept;
+  public:
+    // None when finding a key takes messages other than those that the caller answers for. The fields are the table's.
+    NativeKeys(Ref table, HashedFields &fields) noexcept;
 
-    explicit operator bool() const { return hashFunction != nullptr; }
-    Count width() const { return keyWidth; }
+    explicit operator bool() const { return keying > byMessages; }
+    // Whether the same is true for whole elements, which the class of the associations may hash and compare by its own
+    // methods.
+    static bool areElements(const HashedFields &fields) noexcept;
     // The key of an element; null when it must be asked for by message.
-    const std::byte *of(const std::byte *element) const;
-    Count hash(const std::byte *key) const { return hashFunction(key, keyWidth); }
-    bool matches(const std::byte *stored, const std::byte *key) const { return equalElements(stored, key, keyWidth); }
-
+    const std::byte *of(const std::byte *element) const {
+        return associationSize == 0 ? element : keyOfAssociation(element);
+    }
+    Count hash(const std::byte *key) const {
+        if (keying == byReference) return hashReference(key);
+        if (keying == byBytes) return hashKeyBytes(key, width);
+        return hashElement(static_cast<ElementHash>(keying - byItems), key, width);
+    }
     // The place of a key, see Slots::find. None when a key on the way must be asked for by message.
-    std::optional<Count> find(const Slots &slots, const std::byte *key) const;
+    std::optional<Count> find(const Slots &slots, const std::byte *key) const {
+        const auto hashed = hash(key);
+        if (associationSize != 0) return findAmongObjects(slots, key, hashed);
+        return slots.find(hashed, [&](const std::byte *slot) { return equalKeys(slot, key, width); });
+    }
 
-private:
-    ElementHash hashFunction = nullptr;
-    std::size_t keyWidth = 0;
+    // For a table whose elements are made of something else now.
+    static void forget(HashedFields &fields) { fields.keying = unknown; }
+
+  private:
+    // Those above `byItems` are its sum with an ElementHash.
+    static constexpr Flag unknown = 0, byMessages = 1, byReference = 2, byBytes = 3, byItems = 4;
+    static constexpr Flag ofDictionary = 0x40, throughObjects = 0x80;
+
+    static void learn(Ref table, HashedFields &fields) noexcept;
+    const std::byte *keyOfAssociation(const std::byte *slot) const;
+    std::optional<Count> findAmongObjects(const Slots &slots, const std::byte *key, Count hashed) const;
+
+    Flag keying = byMessages;
+    std::size_t width = 0;
     std::size_t associationSize = 0; // when elements are association objects
 };
+
+// The place of a key without a message, 0 when it has none. None when it takes messages: some of those named, or
+// others.
+inline std::optional<Index> findKeyNatively(const Receiver &self, HashedFields &fields, const std::byte *key,
+                                            Needs messages) {
+    if (!nativePath(self.ref(), messages)) return {};
+    const NativeKeys keys(self.ref(), fields);
+    if (!keys) return {};
+    const auto slots = slotsOf(fields);
+    const auto place = keys.find(slots, key);
+    if (!place) return {};
+    if (*place == 0 && slots.capacity != 0) raiseUnsettled(self);
+    return static_cast<Index>(*place);
+}
+// The same for an element as it would lie in a slot.
+inline std::optional<Index> findElementNatively(const Receiver &self, HashedFields &fields, const std::byte *element,
+                                                Needs messages) {
+    const auto *key = NativeKeys::areElements(fields) ? NativeKeys(self.ref(), fields).of(element) : nullptr;
+    if (key == nullptr) return {};
+    return findKeyNatively(self, fields, key, messages);
+}
 
 // ---- Growing and removing -------------------------------------------------------------------------------------------
 
@@ -191,9 +256,6 @@ bool closeGapNatively(HashedFields &fields, const NativeKeys &keys, Count hole);
 // Finalizes the association objects in the slots of a dictionary that holds such; of any other table, nothing. The
 // slots must not be those of an object that user code can reach.
 void finalizeAssociations(Ref table, const Slots &slots);
-
-// The place of an element (or, in a dictionary, of one with that key) without a message. None when it takes some.
-std::optional<Index> findNatively(const Receiver &self, const std::byte *keyBytes, Needs needs);
 
 // ---- Adding and removing --------------------------------------------------------------------------------------------
 

@@ -25,9 +25,9 @@ Answer<Index> findElement(Self self, Element association) {
     WorkArea key(partWidth(*self, Part::key));
     if (!key) return raise(Error::noWorkArea);
     if (!readKey(self, association, key)) return 0;
-    if (const auto slot = findNatively(self, key.bytes(), {"isemptyat", "isat"})) return *slot;
+    if (const auto slot = findKeyNatively(self, *self, key.bytes(), {"isemptyat", "isat"})) return *slot;
     const auto hash =
-        self->keyTemplate ? hashKeyBytes(key.bytes(), self->keySize) : hashReference(key.bytes(), sizeof(Ref));
+        self->keyTemplate ? hashKeyBytes(key.bytes(), self->keySize) : hashReference(key.bytes());
     return findPlace(
         self, hash, [&](Count slot) { return sendSelf<bool>(SITE("isemptyat"), self, static_cast<Index>(slot)); },
         [&](Count slot) { return sendSelf<bool>(SITE("isat"), self, association, static_cast<Index>(slot)); });

@@ -34,6 +34,7 @@ void prependElement(DynamicFields &fields, Element element) {
 // addfirst (element).
 Answer<void> addFirst(Self self, Element element) {
     auto &fields = *self;
+    if (!isWhole(element, fields.elementSize)) return pass(SITE("invalidparameter"));
     if (fields.first <= 1) return addFirstWithRoomMade(self, element);
     prependElement(fields, element);
     return {};

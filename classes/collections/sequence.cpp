@@ -74,7 +74,8 @@ void atAllPut(Self self, Element element) {
 }
 
 // isatidentity (element, index) -> flag. Whether the slot holds these very bytes.
-bool isAtIdentity(Self self, Element element, Index index) {
+Answer<bool> isAtIdentity(Self self, Element element, Index index) {
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     if (index < 1 || static_cast<Count>(index) > self->slotCount) return false;
     return equalElements(slotOf(*self, static_cast<Count>(index)), element.address, self->elementSize);
 }
@@ -99,10 +100,12 @@ bool equal(Self self, Ref other) {
 // firstindexof, lastindexof (element, from, to) -> index, 0 when absent. A from index below 1 raises 3.
 Answer<Index> firstIndexOf(Self self, Element element, Index from, Index to) {
     if (from < 1) return pass(SITE("errorinbounds"));
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     return searchForward(self, element, from, std::min(to, sizeOf(self)));
 }
 Answer<Index> lastIndexOf(Self self, Element element, Index from, Index to) {
     if (from < 1) return pass(SITE("errorinbounds"));
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     return searchBackward(self, element, from, std::min(to, sizeOf(self)));
 }
 
@@ -310,6 +313,7 @@ Ref copyWith(Self self, Element element) {
 
 // copywithout (element) -> collection without its occurrences.
 Answer<Ref> copyWithout(Self self, Element element) {
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     const auto count = sizeOf(self);
     const auto occurrences = sendSelf<Count>(SITE("occurrencesof"), self, element);
     Temporary made(copyEmptyWithSize(self, std::int64_t{count} - occurrences));
@@ -446,8 +450,8 @@ Answer<Ref> deepCopy(Self self) {
     if (!elements) return raise(Error::noWorkArea);
     const auto count = static_cast<Index>(self->slotCount);
     for (Index i = 1; i <= count && elements.read(i); ++i) {
-        const auto copied = send<Ref>(SITE("copy"), elements.reference());
-        send(SITE("atput"), made.ref(), i, copied);
+        ReferenceElement copied(send<Ref>(SITE("copy"), elements.reference()), made.ref());
+        if (!putElement(made.ref(), i, copied)) break;
     }
     return made.giveAway();
 }

@@ -264,6 +264,7 @@ Found search(const Self &self, Comparison &compare, const std::byte *element, st
 
 // indexforinserting (element) -> index behind all that may stand in front of it.
 Answer<Index> indexForInserting(Self self, Element element) {
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     Comparison compare(self);
     if (!compare) return raise(Error::noWorkArea);
     const auto found = search(self, compare, element.address, 0, std::int64_t{runOf(*self).count} - 1);
@@ -395,7 +396,7 @@ Answer<void> sort(Self self, Count low, Count high, Area pivot, Area swapped) {
 // Whether the searched element is the one at that position, from 0.
 bool isElement(const Self &self, std::int64_t position, Element element) {
     const auto all = runOf(*self);
-    if (position >= all.count) return false;
+    if (position >= all.count || !isWhole(element, all.width)) return false;
     const auto *stored = all.start + static_cast<std::size_t>(position) * all.width;
     if (!holdsReferences(*self)) return equalElements(stored, element.address, all.width);
     Ref held{}, wanted;
@@ -408,6 +409,7 @@ bool isElement(const Self &self, std::int64_t position, Element element) {
 // equal. A from index below 1 raises 3.
 Answer<Index> firstIndexOf(Self self, Element element, Index from, Index to) {
     if (from < 1) return pass(SITE("errorinbounds"));
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     const std::int64_t count = runOf(*self).count;
     const std::int64_t low = std::int64_t{from} - 1;
     const std::int64_t high = std::min(std::int64_t{to}, count) - 1;

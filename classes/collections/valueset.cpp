@@ -47,6 +47,7 @@ Answer<void> initialize(Self self, Count capacity, Ref elementTemplate, Count wi
     self->elementSize = elementTemplate ? width : Count{sizeof(Ref)};
     self->elementTemplate = elementTemplate;
     self->quit = 0;
+    NativeKeys::forget(*self);
     const auto shape = shapeOf(std::max(capacity, Count{1}), self->elementSize);
     auto *storage = shape ? allocateTable(self, *shape) : nullptr;
     if (storage == nullptr) return raise(Error::noStorage);
@@ -56,15 +57,21 @@ Answer<void> initialize(Self self, Count capacity, Ref elementTemplate, Count wi
 
 // ---- Adding and removing ------------------------------------------------------------------------------------------
 
+// What `findelement` says.
+Index placeOf(const Self &self, Element element) {
+    if (const auto slot = findElementNatively(self, *self, element.address, {"findelement", "isemptyat", "isat"})) return *slot;
+    return sendSelf<Index>(SITE("findelement"), self, element);
+}
+
 // add (element). Nothing happens when it is there already.
 Answer<void> add(Self self, Element element) {
     if (!makeRoom(self)) return {};
-    return store(self, sendSelf<Index>(SITE("findelement"), self, element), element.address);
+    return store(self, placeOf(self, element), element.address);
 }
 
 // remove (element). Raises 12 when it is absent.
 Answer<void> remove(Self self, Element element) {
-    const auto slot = sendSelf<Index>(SITE("findelement"), self, element);
+    const auto slot = placeOf(self, element);
     const auto found = lookAt(self, slot, "findelement");
     if (found.failure) return found.failure;
     if (!found.occupied) return slot == 0 && slotsOf(*self).capacity != 0 ? Answer<void>() : raise(Error::notFound);
@@ -74,8 +81,10 @@ Answer<void> remove(Self self, Element element) {
 
 // includes (element) -> flag. occurrencesof (element) -> 1 or 0.
 bool includes(Self self, Element element) {
-    const auto slot = sendSelf<Index>(SITE("findelement"), self, element);
-    return sendSelf<bool>(SITE("isoccuppiedat"), self, slot);
+    const auto slot = placeOf(self, element);
+    if (!nativePath(self.ref(), {"isoccuppiedat"})) return sendSelf<bool>(SITE("isoccuppiedat"), self, slot);
+    const auto slots = slotsOf(*self);
+    return slots.has(static_cast<Count>(slot)) && slots.isOccupied(static_cast<Count>(slot));
 }
 Count occurrencesOf(Self self, Element element) { return sendSelf<bool>(SITE("includes"), self, element) ? 1 : 0; }
 
@@ -171,7 +180,7 @@ Index findObject(const Self &self, Element element) {
 // findelement (element) -> the slot where it is, or the empty one where it would go. Raises 112 when the table has no
 // such slot or does not stop changing; answers 0 then.
 Answer<Index> findElement(Self self, Element element) {
-    if (const auto slot = findNatively(self, element.address, {"isemptyat", "isat"})) return *slot;
+    if (const auto slot = findElementNatively(self, *self, element.address, {"isemptyat", "isat"})) return *slot;
     if (holdsReferences(*self)) return findObject(self, element);
     const ElementBytes bytes(element.address, self->elementSize, self->elementTemplate);
     if (!bytes) return raise(Error::noWorkArea);
@@ -199,8 +208,8 @@ Answer<void> fixCollisionsFrom(Self self, Index emptied) {
     const auto hole = static_cast<Count>(emptied);
     if (!slotsOf(*self).has(hole)) return pass(SITE("errorinbounds"));
     if (nativePath(self.ref(), {"findelement", "isat", "isemptyat", "basicatnogc"})) {
-        const NativeKeys keys(self.ref());
-        if (keys && closeGapNatively(*self, keys, hole)) return {};
+        const NativeKeys keys(self.ref(), *self);
+        if (keys && NativeKeys::areElements(*self) && closeGapNatively(*self, keys, hole)) return {};
     }
     WorkArea area(elementWidth(*self));
     if (!area) return raise(Error::noWorkArea);

@@ -5,6 +5,7 @@
 // first system handler that is free. All state is class data; one lock, which admits its owner again, keeps other
 // threads out while an exception is dealt with.
 #include "classes/exceptions/message_text.h"
+#include "classes/text/text_algorithms.h"
 #include "classes/text/text_values.h"
 #include "host/host.h"
 #include "runtime/module.h"
@@ -307,10 +308,7 @@ void reportError(const ClassSelf &self, Ref messages, Ref object, Count error, R
 
 void reportNotUnderstood(Ref messages, Ref object) {
     constexpr std::uint64_t modulus = 100000000;
-    char digits[9];
-    auto rest = object.bits % modulus;
-    for (std::size_t at = 8; at-- > 0; rest /= 10) digits[at] = static_cast<char>('0' + rest % 10);
-    const Temporary reference(newText({digits, 8}));
+    const Temporary reference(newText(decimalDigits(object.bits % modulus, 8).view()));
     const Temporary description(send<Ref>(SITE("description"), object));
     displayMessage(messages, 7, description.ref(), reference.ref());
     const Temporary name(send<Ref>(SITE("whatdidntiunderstand"), object));

@@ -1,20 +1,35 @@
-// What the library's own `hash` makes of an element's bytes, as a plain function: for tables of values that would
-// otherwise run the template's method over the bytes of each.
+// What the library's own `hash` makes of an element's bytes, for tables of values that would otherwise run the
+// template's method over the bytes of each.
 //
 // Elements of one such template are equal exactly when their bytes are.
 #pragma once
 
 #include <cstddef>
 
-#include "classes/intrinsics/intrinsic.h"
+#include "classes/intrinsics/numbers.h"
+#include "classes/text/text_algorithms.h"
 
 namespace oocobol {
 
-using ElementHash = Count (*)(const std::byte *bytes, std::size_t width) noexcept;
+enum class ElementHash : Flag { none, text, number, bigEndianNumber };
 
-// For elements of `width` bytes. Null where `hash` or `equalbylengthvalue` is not the library's, or the template's
-// items are not that long: then the messages must be sent.
-ElementHash nativeElementHash(Ref elementTemplate, std::size_t width) noexcept;
+// What `hash` of the library makes of this template's items; none for a template whose items say themselves.
+ElementHash elementHashOf(Ref elementTemplate) noexcept;
+
+// Whether items of this behaviour still hash and compare by the library's methods.
+inline bool areNativeElements(const Behaviour &items) noexcept {
+    return isPristine(items, {"hash", "equalbylengthvalue", "sizeinbytes"});
+}
+
+inline Count hashElement(ElementHash how, const std::byte *bytes, std::size_t width) noexcept {
+    switch (how) {
+    case ElementHash::text: return hashText({reinterpret_cast<const char *>(bytes), width});
+    case ElementHash::number: return hashNumber(nativeNumber(bytes, width));
+    case ElementHash::bigEndianNumber: return hashNumber(bigEndianNumber(bytes, width));
+    case ElementHash::none: break;
+    }
+    return 0;
+}
 
 // How many bytes the template's items have now; 0 for what is no class of items. An area that its methods run over
 // must not be shorter.

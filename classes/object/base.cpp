@@ -4,6 +4,7 @@
 // the methods that cannot work without an object say so. Raising itself is the extension's (ebase.cpp); signals,
 // sockets, spies, delegates and events are in components.cpp.
 #include "classes/exceptions/message_text.h"
+#include "classes/text/text_algorithms.h"
 #include "host/host.h"
 #include "runtime/module.h"
 
@@ -154,10 +155,7 @@ Ref whatDidntIUnderstand(Self self) {
 
 // levelsofrecursion (). Counts and shows its own depth until the stack limit ends it (108).
 void levelsOfRecursion(Self self) {
-    char digits[16];
-    auto level = ++thread.recursionLevels;
-    for (std::size_t at = 10; at-- > 0; level /= 10) digits[at] = static_cast<char>('0' + level % 10);
-    host::displayLine({digits, 10});
+    host::displayLine(decimalDigits(++thread.recursionLevels, 10).view());
     sendSelf(SITE("levelsofrecursion"), self);
     --thread.recursionLevels;
 }

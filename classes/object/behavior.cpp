@@ -43,11 +43,11 @@ Ref asText(std::string_view name) {
 // name () -> character array. getfilename () -> character array, the class program's name.
 Ref name(Self self) {
     const auto *family = familyOfClass(self.ref());
-    return asText(family != nullptr ? std::string_view(family->name) : std::string_view());
+    return asText(family != nullptr ? std::string_view(family->name) : "");
 }
 Ref getFileName(Self self) {
     const auto *family = familyOfClass(self.ref());
-    return asText(family != nullptr ? std::string_view(family->program) : std::string_view());
+    return asText(family != nullptr ? std::string_view(family->program) : "");
 }
 
 // description () -> character array. Message 4 of set 2 with the name.
