@@ -156,6 +156,7 @@ private:
     Ref collection;
     NativeElements native;
     WorkArea area;
+    Travelling travelling{area};
 };
 
 // A reference as an element for that collection, even one of wider elements.
@@ -169,6 +170,7 @@ public:
 
 private:
     WorkArea area;
+    Travelling travelling{area};
 };
 
 // Gives a collection an element out of an area of the library. False when the area is not enough for it (any more).

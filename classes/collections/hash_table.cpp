@@ -25,6 +25,48 @@ Count Slots::nextOccupied(Count slot) const {
     return 0;
 }
 
+namespace {
+
+template <std::size_t width> bool sameKey(const std::byte *one, const std::byte *other) {
+    if constexpr (width == 16) {
+        std::uint64_t a[2], b[2];
+        std::memcpy(a, one, sizeof a);
+        std::memcpy(b, other, sizeof b);
+        return ((a[0] ^ b[0]) | (a[1] ^ b[1])) == 0;
+    } else {
+        return std::memcmp(one, other, width) == 0;
+    }
+}
+
+} // namespace
+
+// How many slots a look-up goes through is as good as random, so that a branch on each would be guessed wrong and make
+// the next look-up wait for this one's memory. Four slots are compared before there is one.
+template <std::size_t keyWidth> Count Slots::findKeyOf(Count hash, const std::byte *key) const {
+    constexpr Count batch = 4, bitsAtOnce = 32;
+    auto slot = home(hash);
+    for (; slot + bitsAtOnce <= capacity; slot += batch) {
+        std::uint32_t bits;
+        std::memcpy(&bits, bitmap + slot / 8, sizeof bits);
+        auto stops = ~(bits >> (slot % 8)) & ((1U << batch) - 1);
+        const auto *first = at(slot);
+        for (Count i = 0; i < batch; ++i)
+            stops |= static_cast<std::uint32_t>(sameKey<keyWidth>(first + std::size_t{i} * width, key)) << i;
+        if (stops != 0) return slot + static_cast<Count>(std::countr_zero(stops));
+    }
+    return findFrom(slot, [&](const std::byte *stored) { return sameKey<keyWidth>(stored, key); });
+}
+
+Count Slots::findKey(Count hash, const std::byte *key, std::size_t keyWidth) const {
+    if (capacity == 0) return 0;
+    switch (keyWidth) {
+    case 4: return findKeyOf<4>(hash, key);
+    case 8: return findKeyOf<8>(hash, key);
+    case 16: return findKeyOf<16>(hash, key);
+    default: return find(hash, [&](const std::byte *stored) { return equalElements(stored, key, keyWidth); });
+    }
+}
+
 void occupy(HashedFields &fields, Count slot, const void *element) {
     const auto slots = slotsOf(fields);
     copyElement(slots.at(slot), element, slots.width);
@@ -168,7 +210,7 @@ std::optional<Count> NativeKeys::findAmongObjects(const Slots &slots, const std:
     const auto found = slots.find(hashed, [&](const std::byte *slot) {
         const auto *stored = of(slot);
         isNative = stored != nullptr;
-        return !isNative || equalKeys(stored, key, width);
+        return !isNative || equalElements(stored, key, width);
     });
     return isNative ? std::optional(found) : std::nullopt;
 }

@@ -63,13 +63,10 @@ struct Slots {
     // The slot where an element of that hash is, or where it would go: the first one that is empty or matches. 0 when
     // there is no such slot.
     template <class Matches> Count find(Count hash, Matches matches) const {
-        if (capacity == 0) return 0;
-        auto slot = home(hash);
-        for (Count probed = 0; probed < capacity; ++probed, slot = after(slot)) {
-            if (!isOccupied(slot) || matches(at(slot))) return slot;
-        }
-        return 0;
+        return capacity == 0 ? 0 : findFrom(home(hash), matches);
     }
+    // The same for a key at the start of each slot, equal when its bytes are.
+    Count findKey(Count hash, const std::byte *key, std::size_t keyWidth) const;
 
 private:
     static std::byte bit(Count slot) { return std::byte{1} << (slot % 8); }
@@ -167,18 +164,6 @@ inline Count hashReference(const std::byte *reference) {
     return low;
 }
 
-// Whether two keys are the same; those of common widths without a call, so that a look-up does not wait for the one
-// before it.
-inline bool equalKeys(const std::byte *one, const std::byte *other, std::size_t width) noexcept {
-    switch (width) {
-    case 4: return std::memcmp(one, other, 4) == 0;
-    case 8: return std::memcmp(one, other, 8) == 0;
-    case 16: return std::memcmp(one, other, 16) == 0;
-    case 32: return std::memcmp(one, other, 32) == 0;
-    default: return std::memcmp(one, other, width) == 0;
-    }
-}
-
 // Where a table's elements have their keys, and how these are hashed; keys are equal exactly when their bytes are.
 class NativeKeys {
   public:
@@ -202,7 +187,7 @@ class NativeKeys {
     std::optional<Count> find(const Slots &slots, const std::byte *key) const {
         const auto hashed = hash(key);
         if (associationSize != 0) return findAmongObjects(slots, key, hashed);
-        return slots.find(hashed, [&](const std::byte *slot) { return equalKeys(slot, key, width); });
+        return slots.findKey(hashed, key, width);
     }
 
     // For a table whose elements are made of something else now.
