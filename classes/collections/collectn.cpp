@@ -23,11 +23,14 @@ Ref templateOf(const Self &self) { return self->elementTemplate; }
 Index sizeOf(const Self &self) { return sendSelf<Index>(SITE("size"), self); }
 
 #if OOCOBOL_CHECKED
-// Moves the storage behind an object that is being worked on, so that an address kept too long shows up.
+// Moves the storage behind an object that is being worked on, so that an address kept too long shows up. Small
+// storage only: it is done often.
 void moveStorageOf(Ref object, void *) {
+    constexpr std::size_t small = 16 * 1024;
     auto *fields = changeableFields<CollectionFields>(object);
     if (fields == nullptr || fields->storage == nullptr || !nativePath(object, {"malloc", "dealloc"})) return;
     const auto bytes = malloc_usable_size(fields->storage);
+    if (bytes > small) return;
     auto *moved = static_cast<std::byte *>(allocate(bytes));
     if (moved == nullptr) return;
     std::memcpy(moved, fields->storage, bytes);
@@ -288,6 +291,7 @@ Answer<Ref> collect(Self self, Ref block) {
     if (!made) return null;
     WorkArea result(std::max(areaWidth(self.ref()), areaWidth(made.ref())));
     if (!result) return raise(Error::noWorkArea);
+    const Travelling travelling(result);
     const Temporary collector(perElement(self.ref(), "collectBM", block, made.ref(), Address{result.bytes()}));
     sendSelf(SITE("do"), self, collector.ref());
     return made.giveAway();
@@ -326,6 +330,7 @@ Answer<void> detect(Self self, Returning answer, Ref block) {
     const auto width = self->elementSize;
     WorkArea found(areaWidth(self.ref()));
     if (!found) return raise(Error::noWorkArea).answering(width);
+    const Travelling travelling(found);
     answer.store(found.bytes(), width); // zeros
     const Temporary detector(perElement(self.ref(), "detectBM", block, Address{found.bytes()}, asParameter(0)));
     sendSelf(SITE("do"), self, detector.ref());
@@ -339,6 +344,9 @@ Answer<void> detect(Self self, Returning answer, Ref block) {
 Answer<void> detectElement(Self self, Ref block, Address result, InOut<Count> found, Element element) {
     if (result == nullptr) return pass(SITE("invalidparameter"));
     if (ask(block, element) != 1) return {};
+    const Element answer{static_cast<const std::byte *>(result)};
+    if (!isWhole(element, self->elementSize) || !isWhole(answer, self->elementSize))
+        return pass(SITE("invalidparameter"));
     found.set(1);
     self->quit = 1;
     copyElement(result, element.address, self->elementSize);
@@ -382,7 +390,7 @@ void displayObject(Self, Ref element) {
     host::display(" ");
 }
 void displayIntrinsic(Self self, Element element) {
-    sendOver(SITE("display"), templateOf(self), element.address);
+    if (isWhole(element, self->elementSize)) sendOver(SITE("display"), templateOf(self), element.address);
     host::display(" ");
 }
 

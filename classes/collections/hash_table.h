@@ -69,6 +69,13 @@ struct Slots {
     Count findKey(Count hash, const std::byte *key, std::size_t keyWidth) const;
 
 private:
+    template <class Matches> Count findFrom(Count slot, Matches matches) const {
+        for (Count probed = 0; probed < capacity; ++probed, slot = after(slot)) {
+            if (!isOccupied(slot) || matches(at(slot))) return slot;
+        }
+        return 0;
+    }
+    template <std::size_t keyWidth> Count findKeyOf(Count hash, const std::byte *key) const;
     static std::byte bit(Count slot) { return std::byte{1} << (slot % 8); }
 };
 

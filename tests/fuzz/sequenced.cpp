@@ -696,6 +696,7 @@ private:
         const auto &method = all[decisions.below(static_cast<std::uint32_t>(all.size()))];
         const auto *name = selectorOf(method.selector).name;
         if (isTrusting(name)) return;
+        if (send<Count>(SITE("capacity"), members[which].ref) > 500) return finish(which); // it would grow for ever
         note(name);
         // Each argument is as wide as the widest element: that much a method may always read and write.
         ElementArea areas[maximumArguments];
