@@ -91,11 +91,8 @@ struct KeyPlace {
     bool found = false;
 };
 KeyPlace placeOf(const Self &self, Element key) {
-    if (const auto slot = findKeyNatively(self, *self, key.address, {"findkey", "isemptyat", "basickeyat"})) {
-        const auto slots = slotsOf(*self);
-        const auto place = static_cast<Count>(*slot);
-        return {*slot, slots.has(place) && slots.isOccupied(place)};
-    }
+    if (const auto place = findKeyNatively(self, *self, key.address, {"findkey", "isemptyat", "basickeyat"}))
+        return {place.slot, place.found};
     Flag found = 0;
     const auto slot = sendSelf<Index>(SITE("findkey"), self, key, Area{reinterpret_cast<std::byte *>(&found)});
     return {slot, found != 0 && lookAt(asTable(self), slot, "findkey").occupied};
@@ -114,23 +111,28 @@ Ref associationAt(const Self &self, Index slot) {
 
 // ---- Key access ---------------------------------------------------------------------------------------------------
 
-void answerPart(const Self &self, Returning answer, Count slot, Part part) {
-    const auto size = part == Part::key ? self->keySize : self->dataSize;
-    if (nativePath(self.ref(), {"basickeyat", "basicdataat"})) {
-        if (const auto *bytes = nativePart(*self, slotsOf(*self).at(slot), part)) {
-            if (answer) copyElement(answer.address, bytes, size);
-            return;
-        }
-    }
-    WorkArea area(partWidth(*self, part));
-    if (answer && area && readPartAt(self.ref(), slot, part, area.bytes(), area.size())) answer.store(area.bytes(), size);
+[[gnu::noinline]] void answerDatumByMessages(const Self &self, Returning answer, Count slot) {
+    WorkArea area(partWidth(*self, Part::data));
+    if (answer && area && readPartAt(self.ref(), slot, Part::data, area.bytes(), area.size()))
+        answer.store(area.bytes(), self->dataSize);
+}
+
+void answerDatum(const Self &self, Returning answer, Index at) {
+    const auto slot = static_cast<Count>(at);
+    const auto *bytes = nativePath(self.ref(), {"basickeyat", "basicdataat"})
+                            ? nativePart(*self, slotsOf(*self).at(slot), Part::data)
+                            : nullptr;
+    if (bytes == nullptr)
+        answerDatumByMessages(self, answer, slot);
+    else if (answer)
+        copyElement(answer.address, bytes, self->dataSize);
 }
 
 // at (key) -> datum. Raises 12 when the key is absent.
 Answer<void> at(Self self, Returning answer, Element key) {
     const auto place = placeOf(self, key);
     if (!place.found) return absent(self, place).answering(self->dataSize);
-    answerPart(self, answer, static_cast<Count>(place.slot), Part::data);
+    answerDatum(self, answer, place.slot);
     return {};
 }
 
@@ -138,7 +140,7 @@ Answer<void> at(Self self, Returning answer, Element key) {
 void atOrNil(Self self, Returning answer, Element key) {
     const auto place = placeOf(self, key);
     if (place.found)
-        answerPart(self, answer, static_cast<Count>(place.slot), Part::data);
+        answerDatum(self, answer, place.slot);
     else if (answer)
         std::memset(answer.address, 0, self->dataSize);
 }
@@ -305,7 +307,7 @@ Answer<void> add(Self self, Element association) {
 // findelement (association) -> the slot where one with its key is, or the empty one where it would go. Raises 112 when
 // the table has no such slot or does not stop changing; answers 0 then.
 Answer<Index> findElement(Self self, Element association) {
-    if (const auto slot = findElementNatively(self, *self, association.address, {"isemptyat", "isat"})) return *slot;
+    if (const auto place = findElementNatively(self, *self, association.address, {"isemptyat", "isat"})) return place.slot;
     const ElementBytes bytes(association.address, self->elementSize, self->associationTemplate);
     if (!bytes) return raise(Error::noWorkArea);
     const auto object = holdsObjects(*self) ? referenceIn(association.address) : null;

@@ -46,13 +46,6 @@ std::size_t partWidth(const DictionaryFields &fields, Part part) noexcept {
     return std::max({wanted.size, itemWidth(wanted.itemTemplate), sizeof(std::uint64_t)});
 }
 
-const std::byte *nativePart(const DictionaryFields &fields, const std::byte *slot, Part part) noexcept {
-    const auto wanted = partOf(fields, part);
-    if (!holdsObjects(fields)) return slot + wanted.offset;
-    const auto *association = nativeAssociation(referenceIn(slot), wanted.offset + wanted.size);
-    return association != nullptr ? association + wanted.offset : nullptr;
-}
-
 bool readPart(Ref association, Part part, std::byte *area, std::size_t room) {
     if (!isLive(association) || sizeOfPart(association, part) > room) return false;
     auto &message = part == Part::key ? SITE("getkey") : SITE("getdata");
@@ -138,11 +131,13 @@ Index findByMessages(const Self &self, const std::byte *key, Matching matching) 
 } // namespace
 
 Index findKey(const Self &self, Element key, Area found, Matching matching) {
-    const auto natively = findKeyNatively(self, *self, key.address, {"isemptyat", "basickeyat"});
-    const auto slot = natively ? *natively : findByMessages(self, key.address, matching);
+    if (const auto place = findKeyNatively(self, *self, key.address, {"isemptyat", "basickeyat"})) {
+        found.put(Flag(place.found));
+        return place.slot;
+    }
+    const auto slot = findByMessages(self, key.address, matching);
     const auto slots = slotsOf(*self);
-    const auto place = static_cast<Count>(slot);
-    found.put(Flag(slots.has(place) && slots.isOccupied(place)));
+    found.put(Flag(slots.has(static_cast<Count>(slot)) && slots.isOccupied(static_cast<Count>(slot))));
     return slot;
 }
 

@@ -49,7 +49,12 @@ enum class Part { key, data };
 std::size_t partWidth(const DictionaryFields &fields, Part part) noexcept;
 // An association's part where it lies natively, in a slot or in the object that the slot refers to; else null. Good
 // until the next message.
-const std::byte *nativePart(const DictionaryFields &fields, const std::byte *slot, Part part) noexcept;
+inline const std::byte *nativePart(const DictionaryFields &fields, const std::byte *slot, Part part) noexcept {
+    const std::size_t offset = part == Part::key ? 0 : fields.keySize;
+    if (!holdsObjects(fields)) return slot + offset;
+    const auto *association = nativeAssociation(referenceIn(slot), std::size_t{fields.keySize} + fields.dataSize);
+    return association != nullptr ? association + offset : nullptr;
+}
 // Copies the part of an association object to an area of `room` bytes, by message. False when the object is gone or
 // its part does not fit.
 bool readPart(Ref association, Part part, std::byte *area, std::size_t room);

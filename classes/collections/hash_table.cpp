@@ -25,48 +25,6 @@ Count Slots::nextOccupied(Count slot) const {
     return 0;
 }
 
-namespace {
-
-template <std::size_t width> bool sameKey(const std::byte *one, const std::byte *other) {
-    if constexpr (width == 16) {
-        std::uint64_t a[2], b[2];
-        std::memcpy(a, one, sizeof a);
-        std::memcpy(b, other, sizeof b);
-        return ((a[0] ^ b[0]) | (a[1] ^ b[1])) == 0;
-    } else {
-        return std::memcmp(one, other, width) == 0;
-    }
-}
-
-} // namespace
-
-// How many slots a look-up goes through is as good as random, so that a branch on each would be guessed wrong and make
-// the next look-up wait for this one's memory. Four slots are compared before there is one.
-template <std::size_t keyWidth> Count Slots::findKeyOf(Count hash, const std::byte *key) const {
-    constexpr Count batch = 4, bitsAtOnce = 32;
-    auto slot = home(hash);
-    for (; slot + bitsAtOnce <= capacity; slot += batch) {
-        std::uint32_t bits;
-        std::memcpy(&bits, bitmap + slot / 8, sizeof bits);
-        auto stops = ~(bits >> (slot % 8)) & ((1U << batch) - 1);
-        const auto *first = at(slot);
-        for (Count i = 0; i < batch; ++i)
-            stops |= static_cast<std::uint32_t>(sameKey<keyWidth>(first + std::size_t{i} * width, key)) << i;
-        if (stops != 0) return slot + static_cast<Count>(std::countr_zero(stops));
-    }
-    return findFrom(slot, [&](const std::byte *stored) { return sameKey<keyWidth>(stored, key); });
-}
-
-Count Slots::findKey(Count hash, const std::byte *key, std::size_t keyWidth) const {
-    if (capacity == 0) return 0;
-    switch (keyWidth) {
-    case 4: return findKeyOf<4>(hash, key);
-    case 8: return findKeyOf<8>(hash, key);
-    case 16: return findKeyOf<16>(hash, key);
-    default: return find(hash, [&](const std::byte *stored) { return equalElements(stored, key, keyWidth); });
-    }
-}
-
 void occupy(HashedFields &fields, Count slot, const void *element) {
     const auto slots = slotsOf(fields);
     copyElement(slots.at(slot), element, slots.width);
@@ -174,7 +132,7 @@ void NativeKeys::learn(Ref table, HashedFields &fields) noexcept {
     } else if (isOfDictionary && byIdentity) {
         fields.keying = byBytes;
     } else {
-        const auto hash = elementHashOf(itemTemplate);
+        const auto hash = itemWidth(itemTemplate) == fields.keyWidth ? elementHashOf(itemTemplate) : ElementHash::none;
         fields.keying = hash == ElementHash::none ? byMessages : static_cast<Flag>(byItems + static_cast<Flag>(hash));
         if (hash != ElementHash::none) fields.keyItems = familyOfClass(itemTemplate)->instances;
     }
@@ -182,22 +140,11 @@ void NativeKeys::learn(Ref table, HashedFields &fields) noexcept {
     if (isOfDictionary && holdsObjects(asDictionary(fields))) fields.keying |= throughObjects;
 }
 
-NativeKeys::NativeKeys(Ref table, HashedFields &fields) noexcept {
-    if (fields.keying == unknown) learn(table, fields);
-    const auto isOfDictionary = (fields.keying & ofDictionary) != 0;
-    if (fields.keyItems != nullptr) {
-        const auto itemTemplate = isOfDictionary ? asDictionary(fields).keyTemplate : fields.elementTemplate;
-        const auto *data = reinterpret_cast<const IntrinsicClassData *>(bodyOf(itemTemplate));
-        if (!areNativeElements(*fields.keyItems) || data->length != fields.keyWidth) return;
-    }
-    keying = fields.keying & ~(ofDictionary | throughObjects);
-    width = fields.keyWidth;
-    if ((fields.keying & throughObjects) != 0)
-        associationSize = std::size_t{asDictionary(fields).keySize} + asDictionary(fields).dataSize;
+std::size_t NativeKeys::associationSizeOf(const HashedFields &fields) noexcept {
+    return std::size_t{asDictionary(fields).keySize} + asDictionary(fields).dataSize;
 }
 
-bool NativeKeys::areElements(const HashedFields &fields) noexcept {
-    if ((fields.keying & (ofDictionary | throughObjects)) != ofDictionary) return true;
+bool NativeKeys::areAssociations(const HashedFields &fields) noexcept {
     return nativeElements(asDictionary(fields).associationTemplate, {"hash", "equalbylengthvalue"});
 }
 

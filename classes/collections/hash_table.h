@@ -63,19 +63,15 @@ struct Slots {
     // The slot where an element of that hash is, or where it would go: the first one that is empty or matches. 0 when
     // there is no such slot.
     template <class Matches> Count find(Count hash, Matches matches) const {
-        return capacity == 0 ? 0 : findFrom(home(hash), matches);
-    }
-    // The same for a key at the start of each slot, equal when its bytes are.
-    Count findKey(Count hash, const std::byte *key, std::size_t keyWidth) const;
-
-private:
-    template <class Matches> Count findFrom(Count slot, Matches matches) const {
+        if (capacity == 0) return 0;
+        auto slot = home(hash);
         for (Count probed = 0; probed < capacity; ++probed, slot = after(slot)) {
             if (!isOccupied(slot) || matches(at(slot))) return slot;
         }
         return 0;
     }
-    template <std::size_t keyWidth> Count findKeyOf(Count hash, const std::byte *key) const;
+
+private:
     static std::byte bit(Count slot) { return std::byte{1} << (slot % 8); }
 };
 
@@ -171,16 +167,36 @@ inline Count hashReference(const std::byte *reference) {
     return low;
 }
 
+// Whether two keys are the same; without a call for the common widths.
+inline bool equalKeys(const std::byte *one, const std::byte *other, std::size_t width) noexcept {
+    switch (width) {
+    case 4: return std::memcmp(one, other, 4) == 0;
+    case 8: return std::memcmp(one, other, 8) == 0;
+    case 16: return std::memcmp(one, other, 16) == 0;
+    default: return std::memcmp(one, other, width) == 0;
+    }
+}
+
 // Where a table's elements have their keys, and how these are hashed; keys are equal exactly when their bytes are.
+// A template's items count as long as they were when the table was first looked at.
 class NativeKeys {
-  public:
+public:
     // None when finding a key takes messages other than those that the caller answers for. The fields are the table's.
-    NativeKeys(Ref table, HashedFields &fields) noexcept;
+    NativeKeys(Ref table, HashedFields &fields) noexcept {
+        if (fields.keying == unknown) [[unlikely]]
+            learn(table, fields);
+        if (fields.keyItems != nullptr && !areNativeElements(*fields.keyItems)) return;
+        keying = fields.keying & ~(ofDictionary | throughObjects);
+        width = fields.keyWidth;
+        if ((fields.keying & throughObjects) != 0) associationSize = associationSizeOf(fields);
+    }
 
     explicit operator bool() const { return keying > byMessages; }
     // Whether the same is true for whole elements, which the class of the associations may hash and compare by its own
     // methods.
-    static bool areElements(const HashedFields &fields) noexcept;
+    static bool areElements(const HashedFields &fields) noexcept {
+        return (fields.keying & (ofDictionary | throughObjects)) != ofDictionary || areAssociations(fields);
+    }
     // The key of an element; null when it must be asked for by message.
     const std::byte *of(const std::byte *element) const {
         return associationSize == 0 ? element : keyOfAssociation(element);
@@ -194,18 +210,20 @@ class NativeKeys {
     std::optional<Count> find(const Slots &slots, const std::byte *key) const {
         const auto hashed = hash(key);
         if (associationSize != 0) return findAmongObjects(slots, key, hashed);
-        return slots.findKey(hashed, key, width);
+        return slots.find(hashed, [&](const std::byte *slot) { return equalKeys(slot, key, width); });
     }
 
     // For a table whose elements are made of something else now.
     static void forget(HashedFields &fields) { fields.keying = unknown; }
 
-  private:
+private:
     // Those above `byItems` are its sum with an ElementHash.
     static constexpr Flag unknown = 0, byMessages = 1, byReference = 2, byBytes = 3, byItems = 4;
     static constexpr Flag ofDictionary = 0x40, throughObjects = 0x80;
 
     static void learn(Ref table, HashedFields &fields) noexcept;
+    static std::size_t associationSizeOf(const HashedFields &fields) noexcept;
+    static bool areAssociations(const HashedFields &fields) noexcept;
     const std::byte *keyOfAssociation(const std::byte *slot) const;
     std::optional<Count> findAmongObjects(const Slots &slots, const std::byte *key, Count hashed) const;
 
@@ -214,25 +232,31 @@ class NativeKeys {
     std::size_t associationSize = 0; // when elements are association objects
 };
 
-// The place of a key without a message, 0 when it has none. None when it takes messages: some of those named, or
-// others.
-inline std::optional<Index> findKeyNatively(const Receiver &self, HashedFields &fields, const std::byte *key,
-                                            Needs messages) {
+// The place of a key without a message, and whether it is there. Slot 0: it has no place, and that has been raised.
+struct NativePlace {
+    Index slot = 0;
+    bool found = false;
+    bool isNative = false; // otherwise it takes messages: some of those named, or others
+    explicit operator bool() const { return isNative; }
+};
+[[gnu::always_inline]] inline NativePlace findKeyNatively(const Receiver &self, HashedFields &fields,
+                                                          const std::byte *key, Needs messages) {
     if (!nativePath(self.ref(), messages)) return {};
     const NativeKeys keys(self.ref(), fields);
     if (!keys) return {};
     const auto slots = slotsOf(fields);
     const auto place = keys.find(slots, key);
     if (!place) return {};
-    if (*place == 0 && slots.capacity != 0) raiseUnsettled(self);
-    return static_cast<Index>(*place);
+    if (*place != 0) [[likely]]
+        return {static_cast<Index>(*place), slots.isOccupied(*place), true};
+    if (slots.capacity != 0) raiseUnsettled(self);
+    return {0, false, true};
 }
 // The same for an element as it would lie in a slot.
-inline std::optional<Index> findElementNatively(const Receiver &self, HashedFields &fields, const std::byte *element,
-                                                Needs messages) {
+[[gnu::always_inline]] inline NativePlace findElementNatively(const Receiver &self, HashedFields &fields,
+                                                              const std::byte *element, Needs messages) {
     const auto *key = NativeKeys::areElements(fields) ? NativeKeys(self.ref(), fields).of(element) : nullptr;
-    if (key == nullptr) return {};
-    return findKeyNatively(self, fields, key, messages);
+    return key != nullptr ? findKeyNatively(self, fields, key, messages) : NativePlace{};
 }
 
 // ---- Growing and removing -------------------------------------------------------------------------------------------

@@ -25,7 +25,7 @@ Answer<Index> findElement(Self self, Element association) {
     WorkArea key(partWidth(*self, Part::key));
     if (!key) return raise(Error::noWorkArea);
     if (!readKey(self, association, key)) return 0;
-    if (const auto slot = findKeyNatively(self, *self, key.bytes(), {"isemptyat", "isat"})) return *slot;
+    if (const auto place = findKeyNatively(self, *self, key.bytes(), {"isemptyat", "isat"})) return place.slot;
     const auto hash =
         self->keyTemplate ? hashKeyBytes(key.bytes(), self->keySize) : hashReference(key.bytes());
     return findPlace(

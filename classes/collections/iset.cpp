@@ -10,7 +10,7 @@ using Self = Instance<HashedFields>;
 
 // findelement (element) -> slot. A reference hashes as its low half, values as their template says.
 Answer<Index> findElement(Self self, Element element) {
-    if (const auto slot = findElementNatively(self, *self, element.address, {"isemptyat", "isat"})) return *slot;
+    if (const auto place = findElementNatively(self, *self, element.address, {"isemptyat", "isat"})) return place.slot;
     const ElementBytes bytes(element.address, self->elementSize, self->elementTemplate);
     if (!bytes) return raise(Error::noWorkArea);
     const auto hash = holdsReferences(*self) ? referenceIn(element.address).index()

@@ -59,14 +59,21 @@ Answer<void> initialize(Self self, Count capacity, Ref elementTemplate, Count wi
 
 // What `findelement` says.
 Index placeOf(const Self &self, Element element) {
-    if (const auto slot = findElementNatively(self, *self, element.address, {"findelement", "isemptyat", "isat"})) return *slot;
+    if (const auto place = findElementNatively(self, *self, element.address, {"findelement", "isemptyat", "isat"})) return place.slot;
     return sendSelf<Index>(SITE("findelement"), self, element);
 }
 
 // add (element). Nothing happens when it is there already.
 Answer<void> add(Self self, Element element) {
     if (!makeRoom(self)) return {};
-    return store(self, placeOf(self, element), element.address);
+    constexpr Needs needs{"findelement", "isemptyat", "isat"};
+    const auto place = findElementNatively(self, *self, element.address, needs);
+    if (!place) return store(self, sendSelf<Index>(SITE("findelement"), self, element), element.address);
+    if (place.slot == 0)
+        self->lacking = 1;
+    else if (!place.found)
+        occupy(*self, static_cast<Count>(place.slot), element.address);
+    return {};
 }
 
 // remove (element). Raises 12 when it is absent.
@@ -81,10 +88,10 @@ Answer<void> remove(Self self, Element element) {
 
 // includes (element) -> flag. occurrencesof (element) -> 1 or 0.
 bool includes(Self self, Element element) {
-    const auto slot = placeOf(self, element);
-    if (!nativePath(self.ref(), {"isoccuppiedat"})) return sendSelf<bool>(SITE("isoccuppiedat"), self, slot);
-    const auto slots = slotsOf(*self);
-    return slots.has(static_cast<Count>(slot)) && slots.isOccupied(static_cast<Count>(slot));
+    constexpr Needs needs{"findelement", "isemptyat", "isat", "isoccuppiedat"};
+    if (const auto place = findElementNatively(self, *self, element.address, needs)) return place.found;
+    const auto slot = sendSelf<Index>(SITE("findelement"), self, element);
+    return sendSelf<bool>(SITE("isoccuppiedat"), self, slot);
 }
 Count occurrencesOf(Self self, Element element) { return sendSelf<bool>(SITE("includes"), self, element) ? 1 : 0; }
 
@@ -180,7 +187,7 @@ Index findObject(const Self &self, Element element) {
 // findelement (element) -> the slot where it is, or the empty one where it would go. Raises 112 when the table has no
 // such slot or does not stop changing; answers 0 then.
 Answer<Index> findElement(Self self, Element element) {
-    if (const auto slot = findElementNatively(self, *self, element.address, {"isemptyat", "isat"})) return *slot;
+    if (const auto place = findElementNatively(self, *self, element.address, {"isemptyat", "isat"})) return place.slot;
     if (holdsReferences(*self)) return findObject(self, element);
     const ElementBytes bytes(element.address, self->elementSize, self->elementTemplate);
     if (!bytes) return raise(Error::noWorkArea);

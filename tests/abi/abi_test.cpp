@@ -28,5 +28,4 @@ TEST(PublicInterface, NullAddressesAreLetBe) {
     oopsfreecache(nullptr);
     oopscancel(0);
     host_register_entry(nullptr, nullptr);
-    cobinvoke2(0, nullptr, nullptr, nullptr, 1, nullptr);
 }

@@ -93,8 +93,9 @@ private:
             return null;
         case 1:
             return Ref{0x2020202020202020};
+        // Reaches into the object table, but no live object has an even generation: those are not to be met by chance.
         case 2:
-            return Ref{std::uint64_t{decisions.below(65536)} << 32 | decisions.below(4096)};
+            return Ref{std::uint64_t{decisions.below(65536)} << 33 | decisions.below(4096)};
         case 3:
             return stale.empty() ? null : decisions.among(stale);
         case 4:

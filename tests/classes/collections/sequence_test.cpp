@@ -287,10 +287,12 @@ TEST_P(Sequenced, LeavesItsSizeAloneWhenItCannotGrow) {
         send<Ref>(SITE("growto"), own, INT32_MAX); // more bytes than a storage length can say
         EXPECT_EQ(errors.numbers(), (std::vector<Count>{32}));
     }
-    AllocationFaults::failAt(1, true);
-    send(SITE("grow"), own);
-    AllocationFaults::failAt(0, false);
-    EXPECT_EQ(errors.numbers(), std::vector<Count>(OOCOBOL_CHECKED ? 1 : 0, 32)); // only checked builds can fail here
+    if (OOCOBOL_CHECKED) { // only checked builds can make an allocation fail
+        AllocationFaults::failAt(1, true);
+        send(SITE("grow"), own);
+        AllocationFaults::failAt(0, false);
+        EXPECT_EQ(errors.numbers(), std::vector<Count>{32});
+    }
     EXPECT_EQ(take(own), (Words{"a", "b"}));
 }
 

@@ -138,6 +138,7 @@ Count classObjects() {
 
 // A class that only the library knows goes with its last instance; once answered it stays.
 TEST(IntrinsicClass, MadeForOneItemGoesWithIt) {
+    for (const auto *program : {"chararry", "picx", "comp5"}) classForProgram(program); // first use makes class objects
     const Temporary padded(test::text("  abc "));
     finalize(send<Ref>(SITE("aspicx"), padded.ref()));
     const auto before = classObjects();
