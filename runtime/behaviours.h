@@ -67,7 +67,7 @@ inline constexpr std::string_view guardedMessages[] = {
     "equal",      "sizeinbytes",    "template",      "malloc",        "dealloc",        "getdata",
     "invoke",     "getvalue",       "setvalue",      "getaddress",    "species",        "copyempty",
     "do",         "basickeyat",     "basicdataat",   "firstindexof",  "allocateelement", "copyemptywithsize",
-    "addfirst",   "makeroomatend",  "basicgrow",     "resort",        "sort",           "insertbeforeindex",
+    "withallbm",   "makeroomatend",  "basicgrow",     "resort",        "sort",           "insertbeforeindex",
     "defaultsortmethod",            "lessthanorequalbylengthvalue",   "lessthanbylengthvalue",
     "greaterthanbylengthvalue",     "equalbylengthvalue",             "lessthanorequal",
     "newclass",   "withvalue",      "new",           "newindexedinstance", "setlength", "initialize",

@@ -1,4 +1,5 @@
 // Arrayed collection: what collections of fixed size share. They are filled by index and refuse `add`.
+#include "classes/collections/appending.h"
 #include "classes/collections/collection.h"
 
 namespace oocobol {
@@ -20,6 +21,7 @@ Ref withAll(ClassSelf self, Ref source) {
     const auto size = send<Index>(SITE("size"), source);
     const auto made = sendSelf<Ref>(SITE("ofvalues"), self, elementTemplate, size);
     if (!made) return null;
+    if (nativePath(self.ref(), {"withallbm"}) && fillNatively(made, source)) return made;
     const Temporary putter(perElement(self.ref(), numberedPut, std::uint64_t{0}, made));
     send(SITE("do"), source, putter.ref());
     return made;

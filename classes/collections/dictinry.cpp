@@ -111,25 +111,27 @@ Ref associationAt(const Self &self, Index slot) {
 
 // ---- Key access ---------------------------------------------------------------------------------------------------
 
-[[gnu::noinline]] void answerDatumByMessages(const Self &self, Returning answer, Count slot) {
-    WorkArea area(partWidth(*self, Part::data));
-    if (answer && area && readPartAt(self.ref(), slot, Part::data, area.bytes(), area.size()))
-        answer.store(area.bytes(), self->dataSize);
+// The datum of a value association, all natively. False when that cannot be, or the key is absent.
+bool answerNatively(const Self &self, Returning answer, Element key) {
+    auto &fields = *self;
+    constexpr Needs needs{"findkey", "isemptyat", "basickeyat", "basicdataat"};
+    if (holdsObjects(fields) || !answer) return false;
+    const auto place = findKeyNatively(self, fields, key.address, needs);
+    if (!place.found) return false;
+    const auto *slot = slotsOf(fields).at(static_cast<Count>(place.slot));
+    copyElement(answer.address, slot + fields.keySize, fields.dataSize);
+    return true;
 }
 
-void answerDatum(const Self &self, Returning answer, Index at) {
-    const auto slot = static_cast<Count>(at);
-    const auto *bytes = nativePath(self.ref(), {"basickeyat", "basicdataat"})
-                            ? nativePart(*self, slotsOf(*self).at(slot), Part::data)
-                            : nullptr;
-    if (bytes == nullptr)
-        answerDatumByMessages(self, answer, slot);
-    else if (answer)
-        copyElement(answer.address, bytes, self->dataSize);
+void answerDatum(const Self &self, Returning answer, Index slot) {
+    WorkArea area(partWidth(*self, Part::data));
+    if (answer && area && readPartAt(self.ref(), static_cast<Count>(slot), Part::data, area.bytes(), area.size()))
+        answer.store(area.bytes(), self->dataSize);
 }
 
 // at (key) -> datum. Raises 12 when the key is absent.
 Answer<void> at(Self self, Returning answer, Element key) {
+    if (answerNatively(self, answer, key)) return {};
     const auto place = placeOf(self, key);
     if (!place.found) return absent(self, place).answering(self->dataSize);
     answerDatum(self, answer, place.slot);
@@ -138,6 +140,7 @@ Answer<void> at(Self self, Returning answer, Element key) {
 
 // atornil (key) -> datum, zeros when the key is absent.
 void atOrNil(Self self, Returning answer, Element key) {
+    if (answerNatively(self, answer, key)) return;
     const auto place = placeOf(self, key);
     if (place.found)
         answerDatum(self, answer, place.slot);

@@ -2,6 +2,7 @@
 //
 // 1 <= first <= last + 1 <= slot count + 1: element i is in slot first + i - 1, and adding at an end that has room
 // costs one copy of an element. An end without room gets half of the other end's, or the storage grows.
+#include "classes/collections/appending.h"
 #include "classes/collections/collection.h"
 
 namespace oocobol {
@@ -189,6 +190,7 @@ static_assert(sizeof adding == 80 + 1);
 // addall (source). An incompatible source ends in compatibilityerror (10).
 Answer<void> addAll(Self self, Ref source) {
     if (!isCompatible(self, source)) return pass(SITE("compatibilityerror"));
+    if (appendNatively(self, source)) return {};
     const Temporary adder(perElement(self.ref(), adding));
     send(SITE("do"), source, adder.ref());
     return {};

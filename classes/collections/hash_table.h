@@ -207,7 +207,7 @@ public:
         return hashElement(static_cast<ElementHash>(keying - byItems), key, width);
     }
     // The place of a key, see Slots::find. None when a key on the way must be asked for by message.
-    std::optional<Count> find(const Slots &slots, const std::byte *key) const {
+    [[gnu::always_inline]] std::optional<Count> find(const Slots &slots, const std::byte *key) const {
         const auto hashed = hash(key);
         if (associationSize != 0) return findAmongObjects(slots, key, hashed);
         return slots.find(hashed, [&](const std::byte *slot) { return equalKeys(slot, key, width); });

@@ -3,6 +3,7 @@
 // The comparison is a method sent to some object (at first the collection's own `defaultsortmethod`) or an entry
 // called by name. It is user code: it gets copies of the elements, and sorting goes on in a private copy that is
 // written back when the collection still holds what it held.
+#include "classes/collections/appending.h"
 #include "classes/collections/collection.h"
 #include "classes/collections/sorting.h"
 #include "classes/intrinsics/intrinsic.h"
@@ -234,7 +235,7 @@ static_assert(sizeof addingUnsorted == nameWidth + 1);
 // addall (source). Sorts once. An incompatible source ends in compatibilityerror (10).
 Answer<void> addAll(Self self, Ref source) {
     if (!sendSelf<bool>(SITE("iscompatible"), self, source)) return pass(SITE("compatibilityerror"));
-    {
+    if (!appendNatively(self, source)) {
         const Temporary adder(perElement(self.ref(), addingUnsorted));
         send(SITE("do"), source, adder.ref());
     }

@@ -175,10 +175,25 @@ private:
             fail("first and last slot disagree");
     }
 
+    static std::string difference(const Member &member, const Elements &found) {
+        const auto &wanted = member.elements;
+        std::size_t at = 0;
+        while (at < std::min(found.size(), wanted.size()) && found[at] == wanted[at]) ++at;
+        std::string text = std::string(programs[static_cast<std::size_t>(member.shape)]) + " of width " +
+                           std::to_string(widthOf(member.kind)) + " must hold " + std::to_string(wanted.size()) +
+                           " elements and has " + std::to_string(found.size()) + "; element " +
+                           std::to_string(at + 1) + " is";
+        for (const auto *elements : {&found, &wanted}) {
+            if (at < elements->size()) text += " '" + (*elements)[at] + "'";
+            if (elements == &found) text += " instead of";
+        }
+        return text;
+    }
     void check(Member &member) {
         if (!isLive(member.ref)) fail("a collection is gone");
         checkStorage(member.ref);
-        if (elementsOf(member.ref, widthOf(member.kind)) != member.elements) fail("not the elements that it must hold");
+        const auto found = elementsOf(member.ref, widthOf(member.kind));
+        if (found != member.elements) fail(difference(member, found));
     }
 
     void checkAll() {
@@ -660,7 +675,7 @@ private:
         whenRaised({});
         end(made);
         setComparison({});
-        if (isLive(ref) && fieldsOf<CollectionFields>(ref) != nullptr && isSorted) restoreOrder();
+        restoreOrder();
         lookAgain();
     }
     void misbehaveQuietly(Ref receiver) {
