@@ -52,9 +52,7 @@ void initialize(Self self, Ref elementTemplate, Ref associationClass, Optional<C
 // ---- Elements -----------------------------------------------------------------------------------------------------
 // Counts are stored as they are given: what is 0 or negative as a signed number counts as no occurrence.
 
-bool isPresent(const Self &self, Element element) {
-    return send<bool>(SITE("includeskey"), self->contents, element);
-}
+bool isPresent(const Self &self, Element element) { return send<bool>(SITE("includeskey"), self->contents, element); }
 Count countOf(const Self &self, Element element) { return send<Count>(SITE("at"), self->contents, element); }
 
 // The count of an element where it lies, as long as the dictionary is reached natively; null otherwise, or when the
@@ -212,11 +210,8 @@ constexpr std::array methods{
     instance<deepFinalizeWithDepth>("deepfinalizewithdepth"),
 };
 
-constexpr ClassDef definition{.program = program,
-                              .name = "bag",
-                              .super = "collectn",
-                              .instanceData = fields<Fields, 72>(),
-                              .methods = methods};
+constexpr ClassDef definition{
+    .program = program, .name = "bag", .super = "collectn", .instanceData = fields<Fields, 72>(), .methods = methods};
 const Registered registered(definition);
 
 } // namespace

@@ -4,7 +4,6 @@
 // Associations are held as values, in the slots, or as objects that the dictionary owns: what it takes in is copied,
 // what it hands out is a copy, and what it lets go is finalized. The keys' objects and the data's are never its own.
 #include "classes/collections/dictionary.h"
-
 #include "host/host.h"
 
 namespace oocobol {
@@ -111,16 +110,16 @@ Ref associationAt(const Self &self, Index slot) {
 
 // ---- Key access ---------------------------------------------------------------------------------------------------
 
-// The datum of a value association, all natively. False when that cannot be, or the key is absent.
-bool answerNatively(const Self &self, Returning answer, Element key) {
+// The datum of a value association, all natively.
+NativePlace answerNatively(const Self &self, Returning answer, Element key) {
     auto &fields = *self;
     constexpr Needs needs{"findkey", "isemptyat", "basickeyat", "basicdataat"};
-    if (holdsObjects(fields) || !answer) return false;
+    if (holdsObjects(fields) || !answer) return {};
     const auto place = findKeyNatively(self, fields, key.address, needs);
-    if (!place.found) return false;
+    if (!place.found) return place;
     const auto *slot = slotsOf(fields).at(static_cast<Count>(place.slot));
     copyElement(answer.address, slot + fields.keySize, fields.dataSize);
-    return true;
+    return place;
 }
 
 void answerDatum(const Self &self, Returning answer, Index slot) {
@@ -131,8 +130,9 @@ void answerDatum(const Self &self, Returning answer, Index slot) {
 
 // at (key) -> datum. Raises 12 when the key is absent.
 Answer<void> at(Self self, Returning answer, Element key) {
-    if (answerNatively(self, answer, key)) return {};
-    const auto place = placeOf(self, key);
+    const auto natively = answerNatively(self, answer, key);
+    if (natively.found) return {};
+    const auto place = natively ? KeyPlace{natively.slot, false} : placeOf(self, key);
     if (!place.found) return absent(self, place).answering(self->dataSize);
     answerDatum(self, answer, place.slot);
     return {};
@@ -140,8 +140,9 @@ Answer<void> at(Self self, Returning answer, Element key) {
 
 // atornil (key) -> datum, zeros when the key is absent.
 void atOrNil(Self self, Returning answer, Element key) {
-    if (answerNatively(self, answer, key)) return;
-    const auto place = placeOf(self, key);
+    const auto natively = answerNatively(self, answer, key);
+    if (natively.found) return;
+    const auto place = natively ? KeyPlace{natively.slot, false} : placeOf(self, key);
     if (place.found)
         answerDatum(self, answer, place.slot);
     else if (answer)
@@ -310,7 +311,8 @@ Answer<void> add(Self self, Element association) {
 // findelement (association) -> the slot where one with its key is, or the empty one where it would go. Raises 112 when
 // the table has no such slot or does not stop changing; answers 0 then.
 Answer<Index> findElement(Self self, Element association) {
-    if (const auto place = findElementNatively(self, *self, association.address, {"isemptyat", "isat"})) return place.slot;
+    if (const auto place = findElementNatively(self, *self, association.address, {"isemptyat", "isat"}))
+        return place.slot;
     const ElementBytes bytes(association.address, self->elementSize, self->associationTemplate);
     if (!bytes) return raise(Error::noWorkArea);
     const auto object = holdsObjects(*self) ? referenceIn(association.address) : null;
@@ -431,7 +433,8 @@ template <class Visit> Answer<void> walkBoth(const Self &self, Visit visit) {
 // keysanddatado (block). With each key and its datum; walks a copy.
 Answer<void> keysAndDataDo(Self self, Ref block) {
     Block action(block);
-    return walkBoth(self, [&](WorkArea &key, WorkArea &datum) { return action.invoke(key.element(), datum.element()); });
+    return walkBoth(self,
+                    [&](WorkArea &key, WorkArea &datum) { return action.invoke(key.element(), datum.element()); });
 }
 
 // associationsdo (block). With each association, walks a copy. associationsdowithoutcopy (block).
@@ -540,8 +543,8 @@ template <bool byIdentity>
 Answer<void> noteKey(Self self, Address wanted, InOut<Count> found, Address area, Element key, Element datum) {
     if (wanted == nullptr || area == nullptr) return pass(SITE("invalidparameter"));
     const Element given{static_cast<const std::byte *>(wanted)};
-    const auto matches = byIdentity ? equalElements(datum.address, given.address, self->dataSize)
-                                    : equalsDatum(self, datum, given);
+    const auto matches =
+        byIdentity ? equalElements(datum.address, given.address, self->dataSize) : equalsDatum(self, datum, given);
     if (!matches) return {};
     found.set(1);
     self->quit = 1;

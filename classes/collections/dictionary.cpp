@@ -78,7 +78,7 @@ using Self = Instance<DictionaryFields>;
 
 // Compares the keys in the slots with a given one, by message.
 class KeyMatcher {
-  public:
+public:
     KeyMatcher(const Self &searched, const std::byte *given, Matching how)
         : self(searched), key(given), matching(how), stored(partWidth(*searched, Part::key)) {}
     explicit operator bool() const { return static_cast<bool>(stored); }
@@ -93,7 +93,7 @@ class KeyMatcher {
         return isLive(object) && send<bool>(SITE("equal"), object, referenceIn(key));
     }
 
-  private:
+private:
     const Self &self;
     const std::byte *key;
     Matching matching;

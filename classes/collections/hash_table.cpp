@@ -123,8 +123,8 @@ const DictionaryFields &asDictionary(const HashedFields &fields) {
 void NativeKeys::learn(Ref table, HashedFields &fields) noexcept {
     const auto isOfDictionary = fieldsOf<DictionaryFields>(table) != nullptr;
     const auto itemTemplate = isOfDictionary ? asDictionary(fields).keyTemplate : fields.elementTemplate;
-    const auto byIdentity = fieldsOf<IdentitySetFields>(table) != nullptr ||
-                            fieldsOf<IdentityDictionaryFields>(table) != nullptr;
+    const auto byIdentity =
+        fieldsOf<IdentitySetFields>(table) != nullptr || fieldsOf<IdentityDictionaryFields>(table) != nullptr;
     fields.keyWidth = isOfDictionary ? asDictionary(fields).keySize : fields.elementSize;
     fields.keyItems = nullptr;
     if (!itemTemplate) {
@@ -153,11 +153,12 @@ const std::byte *NativeKeys::keyOfAssociation(const std::byte *slot) const {
 }
 
 std::optional<Count> NativeKeys::findAmongObjects(const Slots &slots, const std::byte *key, Count hashed) const {
+    NativeAssociations associations(associationSize);
     auto isNative = true;
     const auto found = slots.find(hashed, [&](const std::byte *slot) {
-        const auto *stored = of(slot);
+        const auto *stored = associations.at(referenceIn(slot));
         isNative = stored != nullptr;
-        return !isNative || equalElements(stored, key, width);
+        return !isNative || equalKeys(stored, key, width);
     });
     return isNative ? std::optional(found) : std::nullopt;
 }
@@ -284,8 +285,9 @@ bool placeAssociationObjects(const Slots &from, const Slots &to, const NativeKey
 } // namespace
 
 Rebuilt rebuildNatively(const Instance<HashedFields> &self, std::uint64_t capacity) {
-    constexpr Needs needs{"copy",      "finalize",      "replacecontentswith", "add",           "findelement", "isat",
-                          "isemptyat", "isoccuppiedat", "basicat",             "dowithoutcopy", "malloc",      "dealloc"};
+    constexpr Needs needs{"copy",   "finalize",  "replacecontentswith", "add",     "findelement",
+                          "isat",   "isemptyat", "isoccuppiedat",       "basicat", "dowithoutcopy",
+                          "malloc", "dealloc"};
     const NativeKeys keys(self.ref(), *self);
     const auto slots = slotsOf(*self);
     if (!keys || !nativePath(self.ref(), needs) || !NativeKeys::areElements(*self) || !allNative(slots, keys))

@@ -170,10 +170,14 @@ inline Count hashReference(const std::byte *reference) {
 // Whether two keys are the same; without a call for the common widths.
 inline bool equalKeys(const std::byte *one, const std::byte *other, std::size_t width) noexcept {
     switch (width) {
-    case 4: return std::memcmp(one, other, 4) == 0;
-    case 8: return std::memcmp(one, other, 8) == 0;
-    case 16: return std::memcmp(one, other, 16) == 0;
-    default: return std::memcmp(one, other, width) == 0;
+    case 4:
+        return std::memcmp(one, other, 4) == 0;
+    case 8:
+        return std::memcmp(one, other, 8) == 0;
+    case 16:
+        return std::memcmp(one, other, 16) == 0;
+    default:
+        return std::memcmp(one, other, width) == 0;
     }
 }
 

@@ -26,8 +26,7 @@ Answer<Index> findElement(Self self, Element association) {
     if (!key) return raise(Error::noWorkArea);
     if (!readKey(self, association, key)) return 0;
     if (const auto place = findKeyNatively(self, *self, key.bytes(), {"isemptyat", "isat"})) return place.slot;
-    const auto hash =
-        self->keyTemplate ? hashKeyBytes(key.bytes(), self->keySize) : hashReference(key.bytes());
+    const auto hash = self->keyTemplate ? hashKeyBytes(key.bytes(), self->keySize) : hashReference(key.bytes());
     return findPlace(
         self, hash, [&](Count slot) { return sendSelf<bool>(SITE("isemptyat"), self, static_cast<Index>(slot)); },
         [&](Count slot) { return sendSelf<bool>(SITE("isat"), self, association, static_cast<Index>(slot)); });

@@ -59,7 +59,8 @@ Answer<void> initialize(Self self, Count capacity, Ref elementTemplate, Count wi
 
 // What `findelement` says.
 Index placeOf(const Self &self, Element element) {
-    if (const auto place = findElementNatively(self, *self, element.address, {"findelement", "isemptyat", "isat"})) return place.slot;
+    if (const auto place = findElementNatively(self, *self, element.address, {"findelement", "isemptyat", "isat"}))
+        return place.slot;
     return sendSelf<Index>(SITE("findelement"), self, element);
 }
 
@@ -148,9 +149,12 @@ Answer<void> growByMessages(const Self &self, std::uint64_t wanted) {
 Answer<void> grow(Self self) {
     const auto wanted = grownCapacity(slotsOf(*self).capacity);
     switch (rebuildNatively(self, wanted)) {
-    case Rebuilt::done: return {};
-    case Rebuilt::noStorage: return raise(Error::noStorage);
-    case Rebuilt::byMessages: break;
+    case Rebuilt::done:
+        return {};
+    case Rebuilt::noStorage:
+        return raise(Error::noStorage);
+    case Rebuilt::byMessages:
+        break;
     }
     return growByMessages(self, wanted);
 }

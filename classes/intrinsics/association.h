@@ -18,8 +18,32 @@ void setTypes(const ClassSide<AssociationClassData> &self, Ref keyTemplate, Ref 
 
 // Whether the library's own methods reach, compare, copy and finalize the associations of this family.
 bool isPlainAssociation(const ClassFamily &family) noexcept;
-// The bytes of an association object, key then datum, when it is a plain one of at least `size` bytes; else
-// null. Good until the next message.
-std::byte *nativeAssociation(Ref object, std::size_t size) noexcept;
+
+// Reaches association objects natively. Most of those met are of one class: what it found out about that one stands
+// until the next message.
+class NativeAssociations {
+public:
+    explicit NativeAssociations(std::size_t size) noexcept : neededSize(size) {}
+
+    // The bytes of an association, key then datum, when it is a plain one of at least the needed size; else null.
+    std::byte *at(Ref object) noexcept {
+        const auto *entry = findEntry(object);
+        if (entry == nullptr) return nullptr;
+        const auto behaviour = behaviourOf(entry->tag.load(std::memory_order_acquire));
+        if (behaviour != plain && !learn(behaviour)) return nullptr;
+        auto *body = entry->body.load(std::memory_order_relaxed);
+        return headerOf(body)->size >= neededSize ? body : nullptr;
+    }
+
+private:
+    bool learn(std::uint32_t behaviour) noexcept;
+
+    std::size_t neededSize;
+    std::uint32_t plain = 0; // a behaviour whose objects are plain associations
+};
+
+inline std::byte *nativeAssociation(Ref object, std::size_t size) noexcept {
+    return NativeAssociations(size).at(object);
+}
 
 } // namespace oocobol

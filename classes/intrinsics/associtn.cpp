@@ -332,11 +332,11 @@ bool isPlainAssociation(const ClassFamily &family) noexcept {
     return isLaidOutAs<AssociationClassData>(family) && isPristine(*family.instances, needs);
 }
 
-std::byte *nativeAssociation(Ref object, std::size_t size) noexcept {
-    const auto *behaviour = behaviourOfObject(object);
-    if (behaviour == nullptr || behaviour->classSide || !isPlainAssociation(*behaviour->family)) return nullptr;
-    auto *body = bodyOf(object);
-    return headerOf(body)->size >= size ? body : nullptr;
+bool NativeAssociations::learn(std::uint32_t behaviour) noexcept {
+    const auto &learnt = behaviourAt(behaviour);
+    if (learnt.classSide || learnt.family == nullptr || !isPlainAssociation(*learnt.family)) return false;
+    plain = behaviour;
+    return true;
 }
 
 } // namespace oocobol

@@ -23,10 +23,14 @@ inline bool areNativeElements(const Behaviour &items) noexcept {
 
 inline Count hashElement(ElementHash how, const std::byte *bytes, std::size_t width) noexcept {
     switch (how) {
-    case ElementHash::text: return hashText({reinterpret_cast<const char *>(bytes), width});
-    case ElementHash::number: return hashNumber(nativeNumber(bytes, width));
-    case ElementHash::bigEndianNumber: return hashNumber(bigEndianNumber(bytes, width));
-    case ElementHash::none: break;
+    case ElementHash::text:
+        return hashText({reinterpret_cast<const char *>(bytes), width});
+    case ElementHash::number:
+        return hashNumber(nativeNumber(bytes, width));
+    case ElementHash::bigEndianNumber:
+        return hashNumber(bigEndianNumber(bytes, width));
+    case ElementHash::none:
+        break;
     }
     return 0;
 }

@@ -181,8 +181,8 @@ private:
         while (at < std::min(found.size(), wanted.size()) && found[at] == wanted[at]) ++at;
         std::string text = std::string(programs[static_cast<std::size_t>(member.shape)]) + " of width " +
                            std::to_string(widthOf(member.kind)) + " must hold " + std::to_string(wanted.size()) +
-                           " elements and has " + std::to_string(found.size()) + "; element " +
-                           std::to_string(at + 1) + " is";
+                           " elements and has " + std::to_string(found.size()) + "; element " + std::to_string(at + 1) +
+                           " is";
         for (const auto *elements : {&found, &wanted}) {
             if (at < elements->size()) text += " '" + (*elements)[at] + "'";
             if (elements == &found) text += " instead of";

@@ -9,7 +9,7 @@ namespace oocobol::test {
 namespace {
 
 class Bags : public testing::TestWithParam<bool> {
-  protected:
+protected:
     Bags() { allowNativePaths(GetParam()); }
     ~Bags() override { allowNativePaths(true); }
 

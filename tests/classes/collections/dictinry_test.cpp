@@ -16,7 +16,7 @@ struct Kind {
 };
 
 class Dictionaries : public testing::TestWithParam<Kind> {
-  protected:
+protected:
     Dictionaries() { allowNativePaths(GetParam().native); }
     ~Dictionaries() override { allowNativePaths(true); }
 
@@ -59,8 +59,8 @@ class Dictionaries : public testing::TestWithParam<Kind> {
         return send<Ref>(SITE("associationat"), other.ref(), area(padded(key, 4)));
     }
     // As an element: the bytes, or the reference.
-    template <class Result = void> Result sendAssociation(oops_site &message, Ref dictionary, const std::string &key,
-                                                          Count datum) const {
+    template <class Result = void>
+    Result sendAssociation(oops_site &message, Ref dictionary, const std::string &key, Count datum) const {
         const auto bytes = padded(key, 4) + bytesOf(datum);
         if (!GetParam().ofObjects) return send<Result>(message, dictionary, area(bytes));
         const Temporary association(newAssociation(key, datum, dictionary));

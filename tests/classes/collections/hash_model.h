@@ -10,16 +10,15 @@
 namespace oocobol::test {
 
 class TableModel {
-  public:
+public:
     using Hash = std::uint32_t (*)(const std::string &key);
-    TableModel(std::uint32_t size, std::size_t widthOfKeys, Hash hashOfKeys)
-        : keyWidth(widthOfKeys), hash(hashOfKeys) {
+    TableModel(std::uint32_t size, std::size_t widthOfKeys, Hash hashOfKeys) : keyWidth(widthOfKeys), hash(hashOfKeys) {
         resize(size == 0 ? 1 : size);
     }
 
     std::uint32_t capacity = 0;
     std::uint32_t count = 0;
-    bool copiesByAdding = false; // as dictionaries of association objects are
+    bool copiesByAdding = false;    // as dictionaries of association objects are
     std::vector<std::string> slots; // 1 to capacity; empty: ""
 
     std::uint32_t find(const std::string &element) const {
@@ -51,7 +50,7 @@ class TableModel {
         return true;
     }
 
-  private:
+private:
     void resize(std::uint32_t wanted) {
         capacity = wanted;
         count = 0;

@@ -164,13 +164,13 @@ TEST_F(Sorted, KeepsItsElementsWhateverAComparisonDoes) {
              return calls & 1;
          }},
     };
-    for (const auto &[what, compare] : comparisons) {
+    for (const auto &comparison : comparisons) {
         for (const auto native : {true, false}) {
             allowNativePaths(native);
             calls = 0;
             const auto entry = entryNamed([&](void **arguments) {
                 ++calls;
-                return compare(arguments);
+                return comparison.second(arguments);
             });
             Words words;
             for (int i = 0; i < 70; ++i) words.push_back(std::to_string(i * 37 % 70));
@@ -182,7 +182,7 @@ TEST_F(Sorted, KeepsItsElementsWhateverAComparisonDoes) {
             auto found = wordsOf(sorted);
             std::sort(found.begin(), found.end());
             std::sort(words.begin(), words.end());
-            EXPECT_EQ(found, words) << what;
+            EXPECT_EQ(found, words) << comparison.first;
             finalize(sorted);
         }
     }

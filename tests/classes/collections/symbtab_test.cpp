@@ -7,7 +7,7 @@ namespace oocobol::test {
 namespace {
 
 class Registries : public testing::Test {
-  protected:
+protected:
     LeakCheck leaks;
     RaisedErrors errors;
     const Ref registry = CLASS("systemd");

@@ -13,7 +13,7 @@ struct Kind {
 };
 
 class Sets : public testing::TestWithParam<Kind> {
-  protected:
+protected:
     Sets() { allowNativePaths(GetParam().native); }
     ~Sets() override { allowNativePaths(true); }
 
@@ -173,7 +173,7 @@ TEST_P(Sets, StayAsTheyWereWhenTheyCannotGrow) {
 // ---- References -----------------------------------------------------------------------------------------------------
 
 class ReferenceSets : public testing::Test {
-  protected:
+protected:
     LeakCheck leaks;
     RaisedErrors errors;
 };

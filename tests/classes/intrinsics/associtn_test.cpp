@@ -5,7 +5,7 @@ namespace oocobol::test {
 namespace {
 
 class Associations : public testing::Test {
-  protected:
+protected:
     static Ref classFor(Ref key, Ref datum) { return send<Ref>(SITE("newclass"), CLASS("associtn"), key, datum); }
     static Ref association(Ref ofClass, const std::string &key, Count datum) {
         return send<Ref>(SITE("keydata"), ofClass, area(key), datum);
