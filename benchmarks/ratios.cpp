@@ -1,12 +1,12 @@
 // Runs the benchmarks interleaved, several times each, and prints beside the lowest times the ratios that matter: both
 // sides of a ratio come from one run.
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 namespace {
 
@@ -31,7 +31,7 @@ constexpr Ratio ratios[] = {
 };
 
 class Lowest : public benchmark::ConsoleReporter {
-  public:
+public:
     void ReportRuns(const std::vector<Run> &runs) override {
         for (const auto &run : runs) {
             if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
@@ -50,7 +50,7 @@ class Lowest : public benchmark::ConsoleReporter {
         for (const auto &ratio : ratios) print(ratio);
     }
 
-  private:
+private:
     void print(const Ratio &ratio) {
         const auto ours = times.find(ratio.ours), theirs = times.find(ratio.theirs);
         if (ours == times.end() || theirs == times.end()) return;

@@ -1,13 +1,13 @@
 // What programs do all day: sends of every kind, objects made and ended, and the typical road through a collection.
 // Everything goes through the exported functions.
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 #include "oocobol/oocobol.h"
 
@@ -37,7 +37,8 @@ oops_ref classOf(const char *program) {
 
 template <class Code> oops_ref makeClass(const std::string &name, oops_ref superclass, Code code) {
     std::vector<unsigned char> record(512);
-    oopsrecord(record.data(), name.c_str(), name.c_str(), superclass, 0, superclass == classOf("base") ? sizeof(Data) : 0);
+    oopsrecord(record.data(), name.c_str(), name.c_str(), superclass, 0,
+               superclass == classOf("base") ? sizeof(Data) : 0);
     oopsrecordmethod(record.data(), record.size(), "bump", reinterpret_cast<oops_method>(code), 2, 0);
     oops_ref made = 0;
     oopsnewclass2(record.data(), &made);
@@ -152,8 +153,8 @@ std::vector<oops_ref> mixed(int classes, bool atRandom) {
     std::mt19937 random(1);
     std::vector<oops_ref> receivers;
     for (int i = 0; i < 65536; ++i)
-        receivers.push_back(objects()[atRandom ? random() % static_cast<unsigned>(classes)
-                                               : static_cast<unsigned>(i % classes)]);
+        receivers.push_back(
+            objects()[atRandom ? random() % static_cast<unsigned>(classes) : static_cast<unsigned>(i % classes)]);
     return receivers;
 }
 void sendFour(benchmark::State &state) { sendTo(state, mixed(4, false)); }
@@ -178,8 +179,7 @@ void sendStatic(benchmark::State &state) {
 BENCHMARK(sendStatic)->Name("send/static");
 
 void sendSuper(benchmark::State &state) {
-    static const auto leaf =
-        oopsnewinstance(makeClass("rdleaf", oopsgetclass(objects()[0]), leafBump));
+    static const auto leaf = oopsnewinstance(makeClass("rdleaf", oopsgetclass(objects()[0]), leafBump));
     static oops_site site = OOPS_SITE("bump");
     for (auto _ : state) {
         for (int i = 0; i < batch; ++i) {

@@ -50,8 +50,14 @@ private:
 };
 
 // Stands for the caller where that is no COBOL program.
-constexpr Module hostFrame{.next = nullptr, .parameters = nullptr, .names = {"oocobol", "", "oocobol"}, .counters = {},
-                           .parameterCount = 0, .settings = {}, .statement = 0, .rest = {}};
+constexpr Module hostFrame{.next = nullptr,
+                           .parameters = nullptr,
+                           .names = {"oocobol", "", "oocobol"},
+                           .counters = {},
+                           .parameterCount = 0,
+                           .settings = {},
+                           .statement = 0,
+                           .rest = {}};
 
 // Compilers copy a structure of this size with a string instruction that takes longer to start than this takes.
 template <std::size_t... Index> void copyFrame(Module &to, const Module &from, std::index_sequence<Index...>) {

@@ -98,8 +98,7 @@ void adoptThread() noexcept {
 
 void adoptMainThread() noexcept {
     const auto *global = findRunTime(false);
-    if (global && runTimeLock.isFree() && global->current && onMainThread())
-        runTimeLock.takeIfFree(threadSelf(), true);
+    if (global && runTimeLock.isFree() && global->current && onMainThread()) runTimeLock.takeIfFree(threadSelf(), true);
 }
 
 RunTimeHold::RunTimeHold() noexcept {

@@ -131,8 +131,8 @@ inline constexpr std::size_t fileNameSize = 256;
 void toInternalFileName(std::string_view name, char (&internal)[fileNameSize]) noexcept;
 
 struct SystemInfo {
-    std::uint8_t type;    // 128: file names in lower case
-    bool doubleByte;      // the environment has double-byte characters (OOCOBOL_DBCS, else the locale's encoding)
+    std::uint8_t type; // 128: file names in lower case
+    bool doubleByte;   // the environment has double-byte characters (OOCOBOL_DBCS, else the locale's encoding)
 };
 SystemInfo systemInfo() noexcept;
 

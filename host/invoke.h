@@ -20,8 +20,7 @@ Result invokeWith(void *entry, void *const *arguments, std::size_t count, std::i
 }
 
 // Null addresses follow the `count` given ones, up to one of three fixed lengths; `full` makes it the longest.
-template <class Result>
-Result invoke(void *entry, void *const *arguments, std::size_t count, bool full = false) {
+template <class Result> Result invoke(void *entry, void *const *arguments, std::size_t count, bool full = false) {
     count = std::min(count, invokeLimit);
     if (full || count > 10) return invokeWith<Result>(entry, arguments, count, std::make_index_sequence<invokeLimit>());
     if (count > 6) return invokeWith<Result>(entry, arguments, count, std::make_index_sequence<10>());

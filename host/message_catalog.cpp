@@ -44,9 +44,12 @@ void append(std::string &text, std::string_view piece) {
 
 char unescaped(char character) {
     switch (character) {
-    case 'n': return '\n';
-    case 't': return '\t';
-    default: return character;
+    case 'n':
+        return '\n';
+    case 't':
+        return '\t';
+    default:
+        return character;
     }
 }
 

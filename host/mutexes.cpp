@@ -14,7 +14,7 @@ namespace oocobol::host {
 namespace {
 
 struct Slot {
-    std::atomic<std::uint64_t> owner{0};      // a thread, 0 when free
+    std::atomic<std::uint64_t> owner{0}; // a thread, 0 when free
     std::atomic<std::uint32_t> waiting{0};
     std::atomic<std::uint32_t> generation{0}; // odd while the mutex is open
     std::atomic<std::uint32_t> depth{0};      // how often the owner has acquired it again

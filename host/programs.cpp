@@ -94,10 +94,10 @@ std::string linkerName(std::string_view name) {
 
 bool isRunTimeLibrary(std::string_view file) {
     constexpr std::string_view prefixes[] = {
-        "ld-",     "linux-vdso", "libc.so",  "libc-",   "libm.so",  "libm-",    "libmvec",  "libpthread", "libdl",
-        "librt",   "libresolv",  "libutil",  "libanl",  "libnss",   "libnsl",   "libstdc++", "libc++",    "libgcc_s",
-        "libcob.", "libcob-",    "libncurs", "libtinfo", "libgmp",  "libdb-",   "libxml2",  "libicu",     "liblzma",
-        "libz.",   "libjson-c",  "libcjson", "libasan", "libtsan",  "libubsan", "liblsan",  "libgomp",    "libatomic"};
+        "ld-",     "linux-vdso", "libc.so",  "libc-",    "libm.so", "libm-",    "libmvec",   "libpthread", "libdl",
+        "librt",   "libresolv",  "libutil",  "libanl",   "libnss",  "libnsl",   "libstdc++", "libc++",     "libgcc_s",
+        "libcob.", "libcob-",    "libncurs", "libtinfo", "libgmp",  "libdb-",   "libxml2",   "libicu",     "liblzma",
+        "libz.",   "libjson-c",  "libcjson", "libasan",  "libtsan", "libubsan", "liblsan",   "libgomp",    "libatomic"};
     for (const auto prefix : prefixes)
         if (file.starts_with(prefix)) return true;
     return false;

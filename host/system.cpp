@@ -26,9 +26,9 @@ std::string plainName(std::string_view encoding) {
 }
 
 bool isDoubleByte(std::string_view encoding) {
-    constexpr std::string_view encodings[] = {"SHIFTJIS", "SJIS",  "CP932",  "MS932",  "WINDOWS31J", "EUCJP",
-                                              "EUCKR",    "EUCCN", "EUCTW",  "GB2312", "GBK",        "GB18030",
-                                              "BIG5",     "CP936", "CP949",  "CP950",  "BIG5HKSCS",  "JOHAB"};
+    constexpr std::string_view encodings[] = {"SHIFTJIS", "SJIS",  "CP932", "MS932",  "WINDOWS31J", "EUCJP",
+                                              "EUCKR",    "EUCCN", "EUCTW", "GB2312", "GBK",        "GB18030",
+                                              "BIG5",     "CP936", "CP949", "CP950",  "BIG5HKSCS",  "JOHAB"};
     return std::ranges::find(encodings, plainName(encoding)) != std::ranges::end(encodings);
 }
 

@@ -17,7 +17,7 @@ namespace oocobol {
 // 0, or what to do after the method: raise a number, or send self one of the error messages (`invalidparameter` and
 // its like) that subclasses may redefine. One word, so that an answer travels in two registers.
 class Failure {
-  public:
+public:
     constexpr Failure() = default;
     static constexpr Failure ofError(Error error) { return Failure(std::uint64_t{static_cast<Count>(error)} << 1 | 1); }
     static Failure ofMessage(oops_site &site) { return Failure(reinterpret_cast<std::uint64_t>(&site)); }
@@ -34,7 +34,7 @@ class Failure {
     oops_site &message() const { return *reinterpret_cast<oops_site *>(bits & withoutWidth); }
     constexpr std::size_t width() const { return static_cast<std::size_t>(bits >> widthShift); }
 
-  private:
+private:
     static constexpr unsigned widthShift = 56; // addresses and error numbers stay below
     static constexpr std::uint64_t withoutWidth = (std::uint64_t{1} << widthShift) - 1;
     constexpr explicit Failure(std::uint64_t word) : bits(word) {}
@@ -46,14 +46,14 @@ constexpr Failure raise(Error error) { return Failure::ofError(error); }
 inline Failure pass(oops_site &site) { return Failure::ofMessage(site); }
 
 template <class T> class Answer {
-  public:
+public:
     Answer(T answered) : value(answered) {}
     Answer(Failure why) : failure(why) {}
     T value{};
     Failure failure;
 };
 template <> class Answer<void> {
-  public:
+public:
     Answer() = default;
     Answer(Failure why) : failure(why) {}
     Failure failure;

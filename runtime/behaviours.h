@@ -60,29 +60,80 @@ inline Cell &cellAt(CellNumber number) {
 // Messages whose library code a native loop may stand for. A behaviour's mask tells which of them still resolve to
 // the library, so that a loop over a collection asks once: may I do natively what I would otherwise send?
 
-inline constexpr std::string_view guardedMessages[] = {
-    "at",         "atput",          "atnogc",        "isat",          "getkey",   "size",
-    "add",        "remove",         "copy",          "finalize",      "basicat",        "basicatnogc",
-    "isemptyat",  "isoccuppiedat",  "findelement",   "findkey",       "grow",           "hash",
-    "equal",      "sizeinbytes",    "template",      "malloc",        "dealloc",        "getdata",
-    "invoke",     "getvalue",       "setvalue",      "getaddress",    "species",        "copyempty",
-    "do",         "basickeyat",     "basicdataat",   "firstindexof",  "allocateelement", "copyemptywithsize",
-    "withallbm",   "makeroomatend",  "basicgrow",     "resort",        "sort",           "insertbeforeindex",
-    "defaultsortmethod",            "lessthanorequalbylengthvalue",   "lessthanbylengthvalue",
-    "greaterthanbylengthvalue",     "equalbylengthvalue",             "lessthanorequal",
-    "newclass",   "withvalue",      "new",           "newindexedinstance", "setlength", "initialize",
-    "iscompatible", "dowithoutcopy", "makeroomatstart", "addnosort",  "replacecontentswith", "fixcollisionsfrom",
-    "setdata", "keydata",     "privateat",      "withlengthvalue"};
+inline constexpr std::string_view guardedMessages[] = {"at",
+                                                       "atput",
+                                                       "atnogc",
+                                                       "isat",
+                                                       "getkey",
+                                                       "size",
+                                                       "add",
+                                                       "remove",
+                                                       "copy",
+                                                       "finalize",
+                                                       "basicat",
+                                                       "basicatnogc",
+                                                       "isemptyat",
+                                                       "isoccuppiedat",
+                                                       "findelement",
+                                                       "findkey",
+                                                       "grow",
+                                                       "hash",
+                                                       "equal",
+                                                       "sizeinbytes",
+                                                       "template",
+                                                       "malloc",
+                                                       "dealloc",
+                                                       "getdata",
+                                                       "invoke",
+                                                       "getvalue",
+                                                       "setvalue",
+                                                       "getaddress",
+                                                       "species",
+                                                       "copyempty",
+                                                       "do",
+                                                       "basickeyat",
+                                                       "basicdataat",
+                                                       "firstindexof",
+                                                       "allocateelement",
+                                                       "copyemptywithsize",
+                                                       "withallbm",
+                                                       "makeroomatend",
+                                                       "basicgrow",
+                                                       "resort",
+                                                       "sort",
+                                                       "insertbeforeindex",
+                                                       "defaultsortmethod",
+                                                       "lessthanorequalbylengthvalue",
+                                                       "lessthanbylengthvalue",
+                                                       "greaterthanbylengthvalue",
+                                                       "equalbylengthvalue",
+                                                       "lessthanorequal",
+                                                       "newclass",
+                                                       "withvalue",
+                                                       "new",
+                                                       "newindexedinstance",
+                                                       "setlength",
+                                                       "initialize",
+                                                       "iscompatible",
+                                                       "dowithoutcopy",
+                                                       "makeroomatstart",
+                                                       "addnosort",
+                                                       "replacecontentswith",
+                                                       "fixcollisionsfrom",
+                                                       "setdata",
+                                                       "keydata",
+                                                       "privateat",
+                                                       "withlengthvalue"};
 static_assert(std::size(guardedMessages) <= 64);
 
 class Needs {
-  public:
+public:
     consteval Needs(std::initializer_list<std::string_view> names) {
         for (const auto name : names) bits |= bitOf(name);
     }
     std::uint64_t bits = 0;
 
-  private:
+private:
     static consteval std::uint64_t bitOf(std::string_view name) {
         for (std::size_t i = 0; i < std::size(guardedMessages); ++i) {
             if (guardedMessages[i] == name) return std::uint64_t{1} << i;
@@ -134,7 +185,8 @@ const Method *lookUp(const Behaviour &behaviour, SelectorId selector) noexcept;
 // when memory is short.
 const Cell *cellFor(Behaviour &behaviour, SelectorId selector) noexcept;
 inline CellNumber numberOf(const Cell *cell) {
-    return static_cast<CellNumber>(reinterpret_cast<const std::byte *>(cell) - reinterpret_cast<const std::byte *>(cells));
+    return static_cast<CellNumber>(reinterpret_cast<const std::byte *>(cell) -
+                                   reinterpret_cast<const std::byte *>(cells));
 }
 
 // Brings cells and masks up to date after `family` gained methods.

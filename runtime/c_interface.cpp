@@ -22,15 +22,15 @@ struct ArgumentList {
     std::uint32_t count;
 };
 
-#define COLLECT(list, count, returning)                                                                                \
-    ArgumentList list;                                                                                                 \
-    do {                                                                                                               \
-        (list).addresses[0] = (returning);                                                                             \
-        (list).count = boundedCount(count);                                                                            \
-        va_list rest;                                                                                                  \
-        va_start(rest, returning);                                                                                     \
-        for (std::uint32_t i = 1; i < (list).count; ++i) (list).addresses[i] = va_arg(rest, void *);                   \
-        va_end(rest);                                                                                                  \
+#define COLLECT(list, count, returning)                                                              \
+    ArgumentList list;                                                                               \
+    do {                                                                                             \
+        (list).addresses[0] = (returning);                                                           \
+        (list).count = boundedCount(count);                                                          \
+        va_list rest;                                                                                \
+        va_start(rest, returning);                                                                   \
+        for (std::uint32_t i = 1; i < (list).count; ++i) (list).addresses[i] = va_arg(rest, void *); \
+        va_end(rest);                                                                                \
     } while (false)
 
 std::uint32_t boundedCount(int32_t count) {
@@ -113,9 +113,8 @@ void oopsresolvelist(oops_ref receiver, oops_site *site, void *const *arguments,
 }
 
 void oopsresolveselflist(oops_site *site, const oops_ref *self, void *data, int32_t count, void *const *arguments) {
-    sendList(arguments, count, [=](void *const *list, std::uint32_t length) {
-        sendToSelf(*site, selfOf(self), data, list, length);
-    });
+    sendList(arguments, count,
+             [=](void *const *list, std::uint32_t length) { sendToSelf(*site, selfOf(self), data, list, length); });
 }
 
 void oopsresolvetosuperlist(oops_super_site *site, const oops_ref *self, void *data, int32_t count,

@@ -125,8 +125,8 @@ void publish(std::atomic<const MethodDictionary *> &dictionary, std::vector<Meth
     std::vector<Method> all;
     if (current != nullptr) all.assign(current->inOrder().begin(), current->inOrder().end());
     for (const auto &method : added) {
-        const auto same = std::find_if(all.begin(), all.end(),
-                                       [&](const Method &held) { return held.selector == method.selector; });
+        const auto same =
+            std::find_if(all.begin(), all.end(), [&](const Method &held) { return held.selector == method.selector; });
         if (same != all.end())
             *same = method;
         else
@@ -136,8 +136,7 @@ void publish(std::atomic<const MethodDictionary *> &dictionary, std::vector<Meth
     dictionary.store(new MethodDictionary(std::move(all)), std::memory_order_release);
 }
 
-template <class Definitions>
-void addMethods(ClassFamily &family, const Definitions &definitions, auto isOnClass) {
+template <class Definitions> void addMethods(ClassFamily &family, const Definitions &definitions, auto isOnClass) {
     std::vector<Method> onClass, onInstance;
     for (const auto &definition : definitions) {
         (isOnClass(definition) ? onClass : onInstance).push_back(methodFrom(definition, family));
@@ -314,7 +313,8 @@ bool ClassFamily::isNilObject() const noexcept { return this == rootFamilies().n
 const RootFamilies &rootFamilies() noexcept { return registry().roots; }
 
 void ensureStarted() noexcept {
-    if (started.load(std::memory_order_acquire)) [[likely]] return;
+    if (started.load(std::memory_order_acquire)) [[likely]]
+        return;
     const RegistrationLock lock;
     auto &all = registry();
     if (all.starting) return; // on this thread: the root classes' own sends

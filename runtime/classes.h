@@ -60,7 +60,7 @@ struct ProgramDef {
 
 // Enters a module's definition into the library's list before main starts. The definition must be static.
 class Registered {
-  public:
+public:
     explicit Registered(const ClassDef &definition) noexcept;
     explicit Registered(const ProgramDef &definition) noexcept;
 };
@@ -69,13 +69,13 @@ class Registered {
 
 // Immutable once published; a class that gains methods gets a new one.
 class MethodDictionary {
-  public:
+public:
     explicit MethodDictionary(std::vector<Method> methods);
     const Method *find(SelectorId selector) const noexcept;
     std::span<const Method> inOrder() const noexcept { return methods; }
 
-  private:
-    std::vector<Method> methods;     // in registered order
+private:
+    std::vector<Method> methods;      // in registered order
     std::vector<std::uint16_t> slots; // open-addressed, by selector: 1 + position, 0 where empty
     std::uint32_t mask = 0;
 };
@@ -180,7 +180,7 @@ std::vector<const ClassDef *> libraryClasses();
 
 // Serialises what changes classes; its owner may take it again.
 class RegistrationLock {
-  public:
+public:
     RegistrationLock() noexcept;
     ~RegistrationLock();
     RegistrationLock(const RegistrationLock &) = delete;

@@ -321,8 +321,7 @@ void sendByLiteral(Ref receiver, const char *name, std::size_t length, void *con
     const auto number = literals.names[slot] == name ? literals.numbers[slot] : 0;
     const auto &cell = cellAt(number);
     const auto *known = cell.selector;
-    const auto matches =
-        number != 0 && (length == 0 ? sameName(*known, name) : sameName(*known, name, length));
+    const auto matches = number != 0 && (length == 0 ? sameName(*known, name) : sameName(*known, name, length));
     if (matches && gateOpen(receiver.index())) [[likely]] {
         const auto &entry = objects.entries[receiver.index()];
         if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
@@ -364,7 +363,7 @@ void reportException(Ref self, const Method &method) {
 
 // While it stands, messages to the marked self of a static send reach its data.
 class StaticScope {
-  public:
+public:
     StaticScope(Ref self, void *data) : frame{self, data, thread.staticFrames}, entered(self.isStatic()) {
         if (entered) [[unlikely]]
             thread.staticFrames = &frame;
@@ -376,7 +375,7 @@ class StaticScope {
     StaticScope(const StaticScope &) = delete;
     StaticScope &operator=(const StaticScope &) = delete;
 
-  private:
+private:
     StaticFrame frame;
     bool entered;
 };
@@ -406,8 +405,7 @@ template <std::size_t parameters>
     if (threw) reportException(self, method);
 }
 
-template <std::size_t parameters>
-void runC(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
+template <std::size_t parameters> void runC(Ref self, void *body, void *const *arguments, const Cell *cell) noexcept {
     if (self.isStatic()) [[unlikely]]
         return runStaticC<parameters>(self, body, arguments, cell);
     // In memory, where the method gets the address of its own reference anyway: nothing needs a saved register.

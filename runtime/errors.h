@@ -29,9 +29,9 @@ enum class Error : Count {
     tooLong = 30,              // the length of an intrinsic class is above the maximum
     noStorage = 32,            // storage could not be had
     invalidParameter = 33,
-    tooManyStrings = 39,       // more than 65,535 message strings
+    tooManyStrings = 39, // more than 65,535 message strings
     classCannotBecome = 88,
-    halfCharacter = 91,        // a byte length ends inside a double-byte character
+    halfCharacter = 91, // a byte length ends inside a double-byte character
     noSocket = 93,
     noOutputs = 94,
     noSignal = 95,
@@ -41,7 +41,7 @@ enum class Error : Count {
     traceTooLong = 101,
     classNotFinalized = 104,
     noDomainObject = 105,
-    staleReference = 106,      // from here on our own
+    staleReference = 106, // from here on our own
     notRegistered = 107,
     stackExhausted = 108,
     exceptionEscaped = 109,

@@ -1,11 +1,10 @@
 #include "runtime/memory.h"
 
-#include <sys/mman.h>
-
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <sys/mman.h>
 
 #if OOCOBOL_CHECKED
 #include <malloc.h>

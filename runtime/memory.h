@@ -5,10 +5,9 @@
 // reader on another thread always meets mapped memory of the same size class), and are zero when handed out.
 #pragma once
 
-#include <emmintrin.h>
-
 #include <cstddef>
 #include <cstdint>
+#include <emmintrin.h>
 
 #include "runtime/thread_state.h"
 #include "runtime/types.h"
@@ -64,7 +63,8 @@ inline constexpr std::uint32_t bodyCacheLimit = 1024; // above it half goes to t
 std::byte *allocateBodySlowly(std::uint32_t size) noexcept;
 void freeBodySlowly(void *body) noexcept;
 
-// A handful of stores: for bodies' sizes a call of memset takes longer, and so does what compilers make of a plain loop.
+// A handful of stores: for bodies' sizes a call of memset takes longer, and so does what compilers make of a plain
+// loop.
 inline void clearSteps(std::byte *memory, std::size_t steps) {
     auto *end = memory + steps * bodyStep;
     do {

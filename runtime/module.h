@@ -19,7 +19,7 @@ namespace oocobol {
 
 // An object that the running method made for itself: finalized when it goes out of scope, unless given away.
 class Temporary {
-  public:
+public:
     explicit Temporary(Ref made) noexcept : object(made) {}
     ~Temporary() {
         if (object) send<Ref>(SITE("finalize"), object);
@@ -35,14 +35,14 @@ class Temporary {
         return given;
     }
 
-  private:
+private:
     Ref object;
 };
 
 // A work area of the running method, zeroed: on the stack up to 256 bytes, else allocated. Test it before use; it is
 // empty when memory is short.
 class WorkArea {
-  public:
+public:
     explicit WorkArea(std::size_t size) noexcept : length(size) {
         if (size <= sizeof inlineBytes)
             std::memset(inlineBytes, 0, size);
@@ -60,7 +60,7 @@ class WorkArea {
     Returning returning() noexcept { return Returning{{bytes()}}; }
     Bytes text() noexcept { return {reinterpret_cast<const char *>(bytes())}; }
 
-  private:
+private:
     std::size_t length;
     std::byte *allocated = nullptr;
     alignas(16) std::byte inlineBytes[256];

@@ -6,11 +6,10 @@
 // passed the bound and its generation the comparison.
 #pragma once
 
-#include <sys/single_threaded.h>
-
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <sys/single_threaded.h>
 
 #include "runtime/memory.h"
 #include "runtime/thread_state.h"
@@ -68,9 +67,7 @@ std::uint32_t refillIndexes() noexcept; // 0 when the table is full
 void shareIndexes() noexcept;
 void clearComponentSlot(std::uint32_t index) noexcept;
 
-inline std::uint32_t takeIndex() noexcept {
-    return thread.freeIndexes[thread.indexHead++ % ThreadState::indexRing];
-}
+inline std::uint32_t takeIndex() noexcept { return thread.freeIndexes[thread.indexHead++ % ThreadState::indexRing]; }
 inline void putIndex(std::uint32_t index) noexcept {
     thread.freeIndexes[thread.indexTail++ % ThreadState::indexRing] = index;
 }
@@ -103,8 +100,8 @@ inline Ref publish(std::uint32_t index, std::byte *body, std::uint32_t behaviour
 // Makes an index the object's and publishes it: the reference, or null when the table is full.
 inline Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept {
     const auto index = thread.waitingIndexes() > ThreadState::indexReserve ? detail::takeIndex()
-                       : thread.freshIndex < thread.freshEnd         ? thread.freshIndex++
-                                                                     : detail::refillIndexes();
+                       : thread.freshIndex < thread.freshEnd               ? thread.freshIndex++
+                                                                           : detail::refillIndexes();
     if (index == 0) [[unlikely]]
         return null;
     return detail::publish(index, body, behaviour);

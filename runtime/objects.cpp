@@ -48,9 +48,7 @@ std::recursive_mutex &exchangeLock() {
     return *lock;
 }
 
-bool isClassObject(const std::byte *body) {
-    return (headerOf(const_cast<std::byte *>(body))->marks & markClass) != 0;
-}
+bool isClassObject(const std::byte *body) { return (headerOf(const_cast<std::byte *>(body))->marks & markClass) != 0; }
 
 [[gnu::noinline]] Ref createSlowly(Ref classObject) {
     const auto *family = familyOfClass(classObject);

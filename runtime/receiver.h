@@ -24,7 +24,7 @@ template <class Fields> bool isLaidOutAs(const ClassFamily &family) noexcept {
 }
 
 class Receiver {
-  public:
+public:
     Receiver(Ref self, void *data) noexcept : reference(self), body(data) {
 #if OOCOBOL_CHECKED
         outer = thread.active;
@@ -47,7 +47,7 @@ class Receiver {
     // The data as it was handed in; for handing on at once.
     void *data() const noexcept { return body; }
 
-  protected:
+protected:
     Ref reference;
     mutable void *body;
     mutable std::uint64_t seen = thread.epoch;
@@ -62,7 +62,7 @@ void *resolveData(Ref self, void *data, const ClassFamily *layout, bool classSid
 namespace detail {
 inline constexpr std::size_t standInSize = 1024;
 template <class Fields, bool classSide> class ReceiverOf : public Receiver {
-  public:
+public:
     using Receiver::Receiver;
     static_assert(sizeof(Fields) <= standInSize && std::is_trivially_copyable_v<Fields>);
 

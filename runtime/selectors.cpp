@@ -1,9 +1,8 @@
 #include "runtime/selectors.h"
 
-#include <emmintrin.h>
-
 #include <atomic>
 #include <cstring>
+#include <emmintrin.h>
 #include <mutex>
 
 #include "runtime/memory.h"
@@ -99,8 +98,8 @@ __m128i lowered(__m128i bytes) {
     const auto *expected = reinterpret_cast<const __m128i *>(start);
     const auto low = _mm_cmpeq_epi8(lowered(_mm_loadu_si128(text)), _mm_load_si128(expected));
     const auto high = _mm_cmpeq_epi8(lowered(_mm_loadu_si128(text + 1)), _mm_load_si128(expected + 1));
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(low)) |
-           static_cast<std::uint32_t>(_mm_movemask_epi8(high)) << 16;
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(low)) | static_cast<std::uint32_t>(_mm_movemask_epi8(high))
+                                                                    << 16;
 }
 
 } // namespace

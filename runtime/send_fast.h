@@ -48,10 +48,9 @@ inline void sendFast(Ref receiver, oops_site &site, void *const *arguments, std:
     const auto &entry = objects.entries[receiver.index()];
     const auto &cell = detail::cellOf(site);
     if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
-        detail::isEnough(count, cell) && detail::stackPosition() >= thread.stackLimit)
-        [[likely]] {
-        return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed), arguments,
-                                                          &cell);
+        detail::isEnough(count, cell) && detail::stackPosition() >= thread.stackLimit) [[likely]] {
+        return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed),
+                                                          arguments, &cell);
     }
     detail::sendToAnother(receiver, site, arguments, count);
 }

@@ -16,34 +16,34 @@
 #include "runtime/receiver.h"
 #include "runtime/values.h"
 
-#define SITE(name)                                                                                                     \
-    ([]() -> oops_site & {                                                                                             \
-        static constinit oops_site ownSite = OOPS_SITE(name);                                                          \
-        return ownSite;                                                                                                        \
+#define SITE(name)                                            \
+    ([]() -> oops_site & {                                    \
+        static constinit oops_site ownSite = OOPS_SITE(name); \
+        return ownSite;                                       \
     }())
-#define SUPER(name)                                                                                                    \
-    ([]() -> oops_super_site & {                                                                                       \
-        static constinit oops_super_site ownSite = OOPS_SUPER_SITE(program, name);                                     \
-        return ownSite;                                                                                                        \
+#define SUPER(name)                                                                \
+    ([]() -> oops_super_site & {                                                   \
+        static constinit oops_super_site ownSite = OOPS_SUPER_SITE(program, name); \
+        return ownSite;                                                            \
     }())
 // The class object of a class program, registered on first use.
-#define CLASS(classProgram)                                                                                            \
-    ([]() -> ::oocobol::Ref {                                                                                          \
-        static constinit ::oocobol::ClassSlot slot{classProgram};                                                      \
-        return slot.get();                                                                                             \
+#define CLASS(classProgram)                                       \
+    ([]() -> ::oocobol::Ref {                                     \
+        static constinit ::oocobol::ClassSlot slot{classProgram}; \
+        return slot.get();                                        \
     }())
 
 namespace oocobol {
 
 class ClassSlot {
-  public:
+public:
     constexpr explicit ClassSlot(const char *classProgram) : program(classProgram) {}
     Ref get() noexcept {
         const auto known = held.load(std::memory_order_acquire);
         return known != 0 ? Ref{known} : find();
     }
 
-  private:
+private:
     Ref find() noexcept {
         const auto found = classForProgram(program);
         held.store(found.bits, std::memory_order_release);

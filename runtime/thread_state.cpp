@@ -1,8 +1,7 @@
 #include "runtime/thread_state.h"
 
-#include <pthread.h>
-
 #include <algorithm>
+#include <pthread.h>
 
 #include "runtime/memory.h"
 #include "runtime/object_table.h"

@@ -47,7 +47,7 @@ struct Area {
 struct Returning : Area {};
 
 template <class T> class InOut {
-  public:
+public:
     explicit InOut(void *item) : address(item) {}
     T get() const {
         T value{};
@@ -71,17 +71,18 @@ inline constexpr Omitted omitted{};
 
 namespace detail {
 
-template <class T> inline constexpr bool byAddress = std::is_same_v<T, Element> || std::is_same_v<T, Bytes> ||
-                                                     std::is_same_v<T, Name> || std::is_same_v<T, Area> ||
-                                                     std::is_same_v<T, Returning>;
+template <class T>
+inline constexpr bool byAddress = std::is_same_v<T, Element> || std::is_same_v<T, Bytes> || std::is_same_v<T, Name> ||
+                                  std::is_same_v<T, Area> || std::is_same_v<T, Returning>;
 template <class T> struct IsInOut : std::false_type {};
 template <class T> struct IsInOut<InOut<T>> : std::true_type {};
 template <class T> struct IsOptional : std::false_type {};
 template <class T> struct IsOptional<Optional<T>> : std::true_type {};
 
 // Whether the method cannot run without this argument.
-template <class T> inline constexpr bool isRequired = std::is_same_v<T, Element> || std::is_same_v<T, Bytes> ||
-                                                      std::is_same_v<T, Name> || IsInOut<T>::value;
+template <class T>
+inline constexpr bool isRequired =
+    std::is_same_v<T, Element> || std::is_same_v<T, Bytes> || std::is_same_v<T, Name> || IsInOut<T>::value;
 
 // From the address of an argument to the value that the method takes.
 template <class T> struct Load {
@@ -97,7 +98,7 @@ template <class T> struct Load {
     }
 };
 template <class T>
-    requires byAddress<T>
+requires byAddress<T>
 struct Load<T> {
     static T from(void *item) {
         T value;

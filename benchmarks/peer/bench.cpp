@@ -18,10 +18,10 @@ inline void tell(oops_site &site, oops_ref receiver, void *returning, Arguments 
                 const_cast<void *>(static_cast<const void *>(arguments))...);
 }
 // Each place that sends has a site of its own.
-#define SEND(name, ...)                                                                                                \
-    do {                                                                                                               \
-        static oops_site site_ = OOPS_SITE(name);                                                                      \
-        tell(site_, __VA_ARGS__);                                                                                      \
+#define SEND(name, ...)                           \
+    do {                                          \
+        static oops_site site_ = OOPS_SITE(name); \
+        tell(site_, __VA_ARGS__);                 \
     } while (0)
 
 oops_ref classOf(const char *program) {
@@ -83,23 +83,26 @@ int32_t sendBumpByName(oops_ref o, int32_t x, uint64_t *cache) {
 
 void sends() {
     const oops_ref o = make(0);
-    BENCH("W1", column, 100 * N, , for (int p = 0; p < 100; p++) {
-        check = 0;
-        for (int i = 0; i < N; i++) check += sendBump(o, i & 1023);
-    }, );
+    BENCH(
+        "W1", column, 100 * N, , for (int p = 0; p < 100; p++) {
+            check = 0;
+            for (int i = 0; i < N; i++) check += sendBump(o, i & 1023);
+        }, );
     uint64_t cache[2] = {0, 0};
-    BENCH("W1n", column, 20 * N, , for (int p = 0; p < 20; p++) {
-        check = 0;
-        for (int i = 0; i < N; i++) check += sendBumpByName(o, i & 1023, cache);
-    }, );
+    BENCH(
+        "W1n", column, 20 * N, , for (int p = 0; p < 20; p++) {
+            check = 0;
+            for (int i = 0; i < N; i++) check += sendBumpByName(o, i & 1023, cache);
+        }, );
     finalize(o);
     const auto *which = reinterpret_cast<const uint8_t *>(load("classes"));
     std::vector<oops_ref> mixed;
     for (int i = 0; i < NOBJ; i++) mixed.push_back(make(which[i]));
-    BENCH("W2", column, 300 * NOBJ, , for (int p = 0; p < 300; p++) {
-        check = 0;
-        for (const oops_ref m : mixed) check += sendBump(m, 1);
-    }, );
+    BENCH(
+        "W2", column, 300 * NOBJ, , for (int p = 0; p < 300; p++) {
+            check = 0;
+            for (const oops_ref m : mixed) check += sendBump(m, 1);
+        }, );
     for (const oops_ref m : mixed) finalize(m);
 }
 
@@ -109,10 +112,8 @@ void lifecycle() {
     for (auto &o : objects) o = make(0);
     report_one("W3b", column, (rss_bytes() - before) / int(N));
     for (auto &o : objects) finalize(o);
-    BENCH("W3c", column, N, , for (auto &o : objects) o = make(0);
-          check = N, for (auto &o : objects) finalize(o));
-    BENCH("W3d", column, N, for (auto &o : objects) o = make(0), for (auto &o : objects) finalize(o);
-          check = N, );
+    BENCH("W3c", column, N, , for (auto &o : objects) o = make(0); check = N, for (auto &o : objects) finalize(o));
+    BENCH("W3d", column, N, for (auto &o : objects) o = make(0), for (auto &o : objects) finalize(o); check = N, );
 }
 
 // ---- Collections ---------------------------------------------------------------------------------------------------
@@ -129,8 +130,8 @@ int64_t sizeOf(oops_ref collection) {
 }
 
 int64_t total;
-int64_t addToTotal(void *element, void *, void *, void *, void *, void *, void *, void *, void *, void *, void *, void *,
-                   void *, void *, void *) {
+int64_t addToTotal(void *element, void *, void *, void *, void *, void *, void *, void *, void *, void *, void *,
+                   void *, void *, void *, void *) {
     total += *static_cast<const int32_t *>(element);
     return 0;
 }
@@ -153,15 +154,16 @@ void lists() {
     oops_ref o = make(0);
     int32_t none = 0;
     BENCH("W4r", column, N, oops_ref list = 0; SEND("ofreferences", classOf("ordrdcll"), &list, &none),
-          for (int i = 0; i < N; i++) SEND("add", list, nullptr, &o);
+                                               for (int i = 0; i < N; i++) SEND("add", list, nullptr, &o);
           check = sizeOf(list), finalize(list));
     finalize(o);
     const oops_ref list = numbers(N);
-    BENCH("W5", column, N, , for (int32_t i = 1; i <= N; i++) {
-        int32_t element;
-        SEND("at", list, &element, &i);
-        check += element;
-    }, );
+    BENCH(
+        "W5", column, N, , for (int32_t i = 1; i <= N; i++) {
+            int32_t element;
+            SEND("at", list, &element, &i);
+            check += element;
+        }, );
     host_register_entry("addtototal", addToTotal);
     oops_ref block = 0;
     SEND("new", classOf("entrycll"), &block, "addtototal");
@@ -173,8 +175,8 @@ void lists() {
 void sorts() {
     const int32_t middle = N / 2 + 1;
     const oops_ref list = numbers(N);
-    BENCH("W7", column, N, oops_ref sorted = 0, SEND("asdefaultsortedcollection", list, &sorted);
-          int32_t found = 0; SEND("at", sorted, &found, &middle); check = found, finalize(sorted));
+    BENCH("W7", column, N, oops_ref sorted = 0, SEND("asdefaultsortedcollection", list, &sorted); int32_t found = 0;
+          SEND("at", sorted, &found, &middle); check = found, finalize(sorted));
     finalize(list);
     const oops_ref texts = newList(picX(32), N);
     for (int i = 0; i < N; i++) SEND("add", texts, nullptr, records + 32 * i);
@@ -208,17 +210,20 @@ void dictionaries() {
           check = sizeOf(d), finalize(d));
     const oops_ref d = newDictionary(keyTemplate, comp5);
     fill(d);
-    BENCH("W11", column, N, , for (int i = 0; i < N; i++) {
-        int32_t value;
-        SEND("at", d, &value, keys + 16 * size_t{order[i]});
-        check += value;
-    }, );
-    BENCH("W12", column, N, , for (int i = 0; i < N; i++) {
-        unsigned char has;
-        SEND("includeskey", d, &has, misses + 16 * i);
-        check += has == 0;
-    }, );
-    BENCH("W13", column, N, oops_ref copy = 0; SEND("copy", d, &copy),
+    BENCH(
+        "W11", column, N, , for (int i = 0; i < N; i++) {
+            int32_t value;
+            SEND("at", d, &value, keys + 16 * size_t{order[i]});
+            check += value;
+        }, );
+    BENCH(
+        "W12", column, N, , for (int i = 0; i < N; i++) {
+            unsigned char has;
+            SEND("includeskey", d, &has, misses + 16 * i);
+            check += has == 0;
+        }, );
+    BENCH("W13", column, N, oops_ref copy = 0;
+          SEND("copy", d, &copy),
           for (int i = 0; i < N; i++) SEND("removekey", copy, nullptr, keys + 16 * size_t{order[i]});
           check = sizeOf(copy), finalize(copy));
     finalize(d);
@@ -236,11 +241,12 @@ void objectSets() {
     oops_ref set = 0;
     SEND("ofreferences", classOf("iset"), &set, &none);
     fill(set);
-    BENCH("W14i", column, N, , for (int i = 0; i < N; i++) {
-        unsigned char has;
-        SEND("includes", set, &has, &objects[order[i]]);
-        check += has;
-    }, );
+    BENCH(
+        "W14i", column, N, , for (int i = 0; i < N; i++) {
+            unsigned char has;
+            SEND("includes", set, &has, &objects[order[i]]);
+            check += has;
+        }, );
     finalize(set);
     for (auto &o : objects) finalize(o);
 }
@@ -250,7 +256,7 @@ void bags() {
     oops_ref wordTemplate = picX(12);
     int32_t size = 10;
     BENCH("W15", column, N, oops_ref bag = 0; SEND("ofvalues", classOf("bag"), &bag, &wordTemplate, &size),
-          for (int i = 0; i < N; i++) SEND("add", bag, nullptr, words + 12 * i);
+                                              for (int i = 0; i < N; i++) SEND("add", bag, nullptr, words + 12 * i);
           oops_ref set = 0; SEND("asvalueset", bag, &set); check = sizeOf(set); finalize(set), finalize(bag));
 }
 
@@ -265,42 +271,47 @@ oops_ref text(const char *bytes, int32_t length) {
 void strings() {
     std::vector<oops_ref> s;
     for (int i = 0; i < 1000; i++) s.push_back(text(records + 32 * i, 32));
-    BENCH("W16c", column, N, , for (int p = 0; p < 1000; p++) for (int i = 0; i < 1000; i++) {
-        oops_ref joined = 0;
-        SEND("concat", s[i], &joined, &s[999 - i]);
-        check += sizeOf(joined);
-        finalize(joined);
-    }, );
+    BENCH(
+        "W16c", column, N, , for (int p = 0; p < 1000; p++) for (int i = 0; i < 1000; i++) {
+            oops_ref joined = 0;
+            SEND("concat", s[i], &joined, &s[999 - i]);
+            check += sizeOf(joined);
+            finalize(joined);
+        }, );
     const char *hay = load("hay");
     const oops_ref whole = text(hay, NHAY);
     oops_ref needle = text("ethereal", 8);
     const int32_t start = 1;
-    BENCH("W16f", column, 1000, , for (int i = 0; i < 1000; i++) {
-        int32_t found = 0;
-        SEND("indexofsubcollection", whole, &found, &needle, &start);
-        check = found - 1;
-    }, );
-    BENCH("W16u", column, 1000, , for (int i = 0; i < 1000; i++) {
-        oops_ref upper = 0;
-        SEND("asuppercase", whole, &upper);
-        char first[1];
-        const int32_t one = 1;
-        SEND("at", upper, first, &one);
-        check = first[0];
-        finalize(upper);
-    }, );
+    BENCH(
+        "W16f", column, 1000, , for (int i = 0; i < 1000; i++) {
+            int32_t found = 0;
+            SEND("indexofsubcollection", whole, &found, &needle, &start);
+            check = found - 1;
+        }, );
+    BENCH(
+        "W16u", column, 1000, , for (int i = 0; i < 1000; i++) {
+            oops_ref upper = 0;
+            SEND("asuppercase", whole, &upper);
+            char first[1];
+            const int32_t one = 1;
+            SEND("at", upper, first, &one);
+            check = first[0];
+            finalize(upper);
+        }, );
     const oops_ref a = text(hay, 1024);
     oops_ref b = text(hay, 1024);
-    BENCH("W16e", column, N, , for (int i = 0; i < N; i++) {
-        unsigned char same;
-        SEND("equal", a, &same, &b);
-        check += same;
-    }, );
-    BENCH("W16h", column, N, , for (int p = 0; p < 1000; p++) for (int i = 0; i < 1000; i++) {
-        uint32_t hash;
-        SEND("hash", s[i], &hash);
-        KEEP(hash);
-    }, );
+    BENCH(
+        "W16e", column, N, , for (int i = 0; i < N; i++) {
+            unsigned char same;
+            SEND("equal", a, &same, &b);
+            check += same;
+        }, );
+    BENCH(
+        "W16h", column, N, , for (int p = 0; p < 1000; p++) for (int i = 0; i < 1000; i++) {
+            uint32_t hash;
+            SEND("hash", s[i], &hash);
+            KEEP(hash);
+        }, );
 }
 
 void splits() {
@@ -313,10 +324,10 @@ void splits() {
     SEND("asarrayofsubstrings", whole, &pieces);
     const int64_t words = sizeOf(pieces);
     SEND("deepfinalize", pieces, &pieces);
-    BENCH("W17l", column, lines, oops_ref list = 0, SEND("asseparatelines", whole, &list); check = sizeOf(list),
-          SEND("deepfinalize", list, &list));
-    BENCH("W17w", column, words, oops_ref list = 0, SEND("asarrayofsubstrings", whole, &list); check = sizeOf(list),
-          SEND("deepfinalize", list, &list));
+    BENCH("W17l", column, lines, oops_ref list = 0, SEND("asseparatelines", whole, &list);
+          check = sizeOf(list), SEND("deepfinalize", list, &list));
+    BENCH("W17w", column, words, oops_ref list = 0, SEND("asarrayofsubstrings", whole, &list);
+          check = sizeOf(list), SEND("deepfinalize", list, &list));
 }
 
 } // namespace

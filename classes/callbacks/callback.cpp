@@ -43,8 +43,8 @@ void initialize(Self self, Ref receiver, Name method, Stored a, Stored b, Stored
 
 // invoke (up to 9 arguments) -> the method's answer. Without a stored receiver the first argument is the receiver.
 // A tenth argument raises 21.
-Answer<void> invoke(Self self, Returning answer, Area a, Area b, Area c, Area d, Area e, Area f, Area g, Area h,
-                    Area i, Area tenth) {
+Answer<void> invoke(Self self, Returning answer, Area a, Area b, Area c, Area d, Area e, Area f, Area g, Area h, Area i,
+                    Area tenth) {
     if (tenth) return raise(Error::tooManyArguments).answering(sizeof(std::uint64_t));
     ArgumentList list(*self);
     auto receiver = self->receiver;

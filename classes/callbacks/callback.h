@@ -46,7 +46,7 @@ inline void storeParameters(EntryCallbackFields &fields, std::initializer_list<O
 // stored values travel as copies, so that no address inside the callback leaves it; what the invoked code changes in
 // them is stored back.
 class ArgumentList {
-  public:
+public:
     explicit ArgumentList(const EntryCallbackFields &fields) : stored(fields.parameterCount) {
         if (stored > storedArguments) stored = storedArguments;
         std::memcpy(values, fields.parameters, sizeof values);
@@ -70,7 +70,7 @@ class ArgumentList {
         }
     }
 
-  private:
+private:
     std::uint64_t values[storedArguments];
     std::uint64_t before[storedArguments];
     void *withReturning[1 + listLength] = {};

@@ -52,7 +52,7 @@ void initialize(Self self, Name name, Stored a, Stored b, Stored c, Stored d, St
 
 // Holds the callback's own mutex, made on first use. A callback that is gone has none.
 class Hold {
-  public:
+public:
     explicit Hold(const Self &self) : handle(obtain(self)) { host::acquireMutex(handle); }
     ~Hold() { release(); }
     Hold(const Hold &) = delete;
@@ -62,7 +62,7 @@ class Hold {
         handle = 0;
     }
 
-  private:
+private:
     // Two threads may open one at the same time: the first to store it wins.
     static host::MutexHandle obtain(const Self &self) {
         if (!self.isAlive()) return 0;
@@ -108,8 +108,8 @@ void call(const Self &self, Returning answer, const ArgumentList &list) {
 
 // invoke (up to 9 arguments) -> the entry's 8-byte answer. A tenth argument raises 21. An entry that does not exist
 // raises 110, an exception out of it 109.
-Answer<void> invoke(Self self, Returning answer, Area a, Area b, Area c, Area d, Area e, Area f, Area g, Area h,
-                    Area i, Area tenth) {
+Answer<void> invoke(Self self, Returning answer, Area a, Area b, Area c, Area d, Area e, Area f, Area g, Area h, Area i,
+                    Area tenth) {
     if (tenth) return raise(Error::tooManyArguments).answering(sizeof(std::uint64_t));
     Hold hold(self);
     ArgumentList list(*self);
@@ -183,15 +183,9 @@ Ref finalize(Self self) {
 }
 
 constexpr std::array methods{
-    onClass<create>("new"),
-    instance<initialize>("initialize"),
-    instance<invoke>("invoke"),
-    instance<isActive>("active"),
-    instance<getMessage>("getmessage"),
-    instance<getParameter>("getparameter"),
-    instance<equal>("equal"),
-    instance<description>("description"),
-    instance<finalize>("finalize"),
+    onClass<create>("new"),       instance<initialize>("initialize"),   instance<invoke>("invoke"),
+    instance<isActive>("active"), instance<getMessage>("getmessage"),   instance<getParameter>("getparameter"),
+    instance<equal>("equal"),     instance<description>("description"), instance<finalize>("finalize"),
 };
 
 constexpr ClassDef definition{.program = program,

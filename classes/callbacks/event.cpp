@@ -41,11 +41,8 @@ constexpr std::array methods{
     instance<getId>("getid"),
 };
 
-constexpr ClassDef definition{.program = program,
-                              .name = "event",
-                              .super = "base",
-                              .instanceData = fields<Fields, 12>(),
-                              .methods = methods};
+constexpr ClassDef definition{
+    .program = program, .name = "event", .super = "base", .instanceData = fields<Fields, 12>(), .methods = methods};
 const Registered registered(definition);
 
 } // namespace

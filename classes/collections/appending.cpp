@@ -29,8 +29,8 @@ Count appendToRoom(DynamicFields &fields, const Run &source, Count done) {
 } // namespace
 
 bool appendNatively(const Receiver &receiver, Ref source) noexcept {
-    const Instance<DynamicFields> self(
-        receiver.ref(), resolveData(receiver.ref(), receiver.data(), layoutOf<DynamicFields>, false));
+    const Instance<DynamicFields> self(receiver.ref(),
+                                       resolveData(receiver.ref(), receiver.data(), layoutOf<DynamicFields>, false));
     const Needs onSelf{"add", "addnosort", "makeroomatend", "grow", "basicgrow", "malloc", "dealloc"};
     if (!walksNatively(source) || !nativePath(self.ref(), onSelf)) return false;
     NativeElements elements(source, {"at"});

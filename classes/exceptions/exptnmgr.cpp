@@ -28,13 +28,13 @@ using ClassSelf = ClassSide<ClassData>;
 
 // The lock for the whole class. Acquiring it lets other threads run COBOL code meanwhile.
 class Hold {
-  public:
+public:
     Hold() { host::acquireMutex(mutex()); }
     ~Hold() { host::releaseMutex(mutex()); }
     Hold(const Hold &) = delete;
     Hold &operator=(const Hold &) = delete;
 
-  private:
+private:
     static host::MutexHandle mutex() {
         static const auto handle = host::openMutex();
         return handle;

@@ -15,10 +15,8 @@ struct [[gnu::packed]] Fields {
     Flag hasExtension;
 };
 
-constexpr ClassDef definition{.program = program,
-                              .name = "filename",
-                              .super = "base",
-                              .instanceData = fields<Fields, 25>()};
+constexpr ClassDef definition{
+    .program = program, .name = "filename", .super = "base", .instanceData = fields<Fields, 25>()};
 const Registered registered(definition);
 
 } // namespace

@@ -76,9 +76,7 @@ bool isSubclass(Self self, Ref other) {
 }
 
 // A new ordered collection of references; null when there is no memory.
-Ref newList(std::size_t count) {
-    return send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), static_cast<Index>(count));
-}
+Ref newList(std::size_t count) { return send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), static_cast<Index>(count)); }
 
 Ref listOf(const std::vector<Ref> &objects) {
     const auto list = newList(objects.size());

@@ -63,8 +63,7 @@ void raiseWithTextZ(Self self, Returning answer, Count error, Optional<Bytes> a,
     const Optional<Bytes> texts[] = {a, b, c, d, e, f};
     Optional<Ref> objects[mostInserts];
     for (std::size_t i = 0; i < mostInserts && texts[i]; ++i) objects[i] = asText(texts[i]);
-    const Temporary inserts(
-        collectInserts(objects[0], objects[1], objects[2], objects[3], objects[4], objects[5]));
+    const Temporary inserts(collectInserts(objects[0], objects[1], objects[2], objects[3], objects[4], objects[5]));
     raiseThrough(self, answer, error, inserts.ref());
     for (const auto &object : objects) {
         if (object) send<Ref>(SITE("finalize"), *object);
@@ -109,8 +108,7 @@ Ref traceText(Bytes text) { return send<Ref>(SITE("withspaceornullterminator"), 
 
 // writetrace (up to 9 texts). Joined to one line; 256 bytes and more raise 101.
 Answer<void> writeTrace(Self self, Bytes first, Optional<Bytes> b, Optional<Bytes> c, Optional<Bytes> d,
-                        Optional<Bytes> e, Optional<Bytes> f, Optional<Bytes> g, Optional<Bytes> h,
-                        Optional<Bytes> i) {
+                        Optional<Bytes> e, Optional<Bytes> f, Optional<Bytes> g, Optional<Bytes> h, Optional<Bytes> i) {
     constexpr Count longestLine = 255;
     auto line = traceText(first);
     for (const auto &text : {b, c, d, e, f, g, h, i}) {

@@ -33,11 +33,16 @@ Count asParameter(ClassSelf) { return 0; }
 bool storingObjects(ClassSelf) { return false; }
 
 constexpr std::array methods{
-    onClass<equal>("equal"),           onClass<display>("display"),
-    onClass<nothing>("deepcopy"),      onClass<nothing>("shallowcopy"),
-    onClass<nothing>("copy"),          onClass<nothing>("finalize"),
-    onClass<newInstance>("new"),       onClass<getAddress>("getaddress"),
-    onClass<asParameter>("asparameter"), onClass<storingObjects>("storingobjects"),
+    onClass<equal>("equal"),
+    onClass<display>("display"),
+    onClass<nothing>("deepcopy"),
+    onClass<nothing>("shallowcopy"),
+    onClass<nothing>("copy"),
+    onClass<nothing>("finalize"),
+    onClass<newInstance>("new"),
+    onClass<getAddress>("getaddress"),
+    onClass<asParameter>("asparameter"),
+    onClass<storingObjects>("storingobjects"),
 };
 
 constexpr ClassDef definition{.program = program, .name = "nilobject", .super = "base", .methods = methods};

@@ -37,14 +37,16 @@ typedef struct oops_site {
     uint32_t cell;
     uint32_t reserved;
 } oops_site;
-#define OOPS_SITE(name) {(name), 0, 0}
+#define OOPS_SITE(name) \
+    { (name), 0, 0 }
 
 /* A super send's site names also the class program whose method sends: lookup starts at that class's superclass. */
 typedef struct oops_super_site {
     oops_site site;
     const char *class_program;
 } oops_super_site;
-#define OOPS_SUPER_SITE(class_program, name) {OOPS_SITE(name), (class_program)}
+#define OOPS_SUPER_SITE(class_program, name) \
+    { OOPS_SITE(name), (class_program) }
 
 /* Sends a message. `count` is 1 (for the returning item) plus the number of argument addresses that follow, at most
  * 16; `returning` may be null. A message that nobody understands ends in `doesnotunderstand` of the receiver, which
@@ -96,9 +98,9 @@ typedef void (*oops_method)(const oops_ref *self, void *data, void *returning, .
 typedef void (*oops_initialiser)(void *data);
 
 enum {
-    OOPS_RECORD_SIZE = 112,      /* the fixed part of a registration record */
-    OOPS_CLASS_METHOD = 0x01,    /* attribute: class method (else instance method) */
-    OOPS_WHOLE_DATA = 1          /* data model: the sizes include the superclass's data, see below */
+    OOPS_RECORD_SIZE = 112,   /* the fixed part of a registration record */
+    OOPS_CLASS_METHOD = 0x01, /* attribute: class method (else instance method) */
+    OOPS_WHOLE_DATA = 1       /* data model: the sizes include the superclass's data, see below */
 };
 
 /* A registration record: 112 bytes, then the method entries back to back. Offsets and widths (integers big-endian,
@@ -238,13 +240,13 @@ OOCOBOL_PUBLIC int ooclasses(void *slots);
 OOCOBOL_PUBLIC int oosend(const char *name, const void *receiver, ...);
 /* CALL "oofinalize" USING reference: sends `finalize` and sets the reference to null. */
 OOCOBOL_PUBLIC int oofinalize(void *reference);
-/* CALL "oosuper" USING "program.method" self [returning-item [argument ...]]: a message to self whose lookup starts above
- * the class of that class program. */
+/* CALL "oosuper" USING "program.method" self [returning-item [argument ...]]: a message to self whose lookup starts
+ * above the class of that class program. */
 OOCOBOL_PUBLIC int oosuper(const char *name, const void *self, ...);
 /* A class in COBOL. CALL "ooclassbegin" USING class-program class-name superclass class-data-size instance-data-size
  * (4-byte COMP-5 items), then CALL "oomethod" USING "C" or "I" (class or instance method) name program-pointer
- * parameter-count (the returning item included), CALL "ooinitializer" USING "C" or "I" program-pointer where there is one,
- * and CALL "ooclassend" USING class-object, which registers the class; null and error 107 when it cannot be. */
+ * parameter-count (the returning item included), CALL "ooinitializer" USING "C" or "I" program-pointer where there is
+ * one, and CALL "ooclassend" USING class-object, which registers the class; null and error 107 when it cannot be. */
 OOCOBOL_PUBLIC int ooclassbegin(const char *class_program, const char *class_name, const void *superclass,
                                 const void *class_data_size, const void *instance_data_size);
 OOCOBOL_PUBLIC int oomethod(const char *kind, const char *name, const void *entry, const void *parameter_count);
@@ -252,7 +254,8 @@ OOCOBOL_PUBLIC int ooinitializer(const char *kind, const void *entry);
 OOCOBOL_PUBLIC int ooclassend(void *class_object);
 /* CALL "oolive" USING reference flag: 1 when it reaches a live object. */
 OOCOBOL_PUBLIC int oolive(const void *reference, void *flag);
-/* CALL "oocount" USING class-object count: its live instances; with a null reference all objects that the program owns. */
+/* CALL "oocount" USING class-object count: its live instances; with a null reference all objects that the program owns.
+ */
 OOCOBOL_PUBLIC int oocount(const void *class_object, void *count);
 /* CALL "ooattach" USING RETURN-CODE: the return code that the run ends with when a handler ends it. */
 OOCOBOL_PUBLIC int ooattach(const void *return_code);

@@ -3,11 +3,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <gtest/gtest.h>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+
+#include <gtest/gtest.h>
 
 #include "host/host.h"
 

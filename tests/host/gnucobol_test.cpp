@@ -4,9 +4,10 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <thread>
+
+#include <gtest/gtest.h>
 
 #if __has_include(<libcob.h>)
 #include <libcob.h>

@@ -1,8 +1,9 @@
 // Message files: the parser, with files nobody means well with, the inserts, and where files are looked for.
-#include <gtest/gtest.h>
 #include <random>
 #include <sys/stat.h>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "host/host.h"
 #include "host/message_catalog.h"

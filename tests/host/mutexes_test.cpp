@@ -2,11 +2,12 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <gtest/gtest.h>
 #include <random>
 #include <set>
 #include <thread>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "host/host.h"
 

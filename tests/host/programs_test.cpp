@@ -1,7 +1,8 @@
 // Dynamic calls by name: what is found, what must never be, and how it is called.
 #include <array>
-#include <gtest/gtest.h>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
 
 #include "host/host.h"
 #include "temporary_folder.h"

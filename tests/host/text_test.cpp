@@ -1,7 +1,8 @@
 // Letters, double-byte characters and what the environment says about them.
 #include <cctype>
-#include <gtest/gtest.h>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "host/host.h"
 #include "temporary_folder.h"

@@ -139,8 +139,8 @@ TEST(Sends, ClassObjectsAnswerWhatBehaviorAndBaseAnswer) {
 
 TEST(Sends, NullAnswersAsBaseThenAsTheNullObject) {
     RaisedErrors errors;
-    EXPECT_EQ(send<Count>(SITE("sizeinbytes"), null), 8u);      // base
-    EXPECT_FALSE(send<bool>(SITE("storingobjects"), null));     // nilobject
+    EXPECT_EQ(send<Count>(SITE("sizeinbytes"), null), 8u);  // base
+    EXPECT_FALSE(send<bool>(SITE("storingobjects"), null)); // nilobject
     EXPECT_TRUE(errors.all.empty());
     send<Ref>(SITE("copy"), null);
     EXPECT_EQ(errors.numbers(), std::vector<Count>{27});
@@ -168,7 +168,9 @@ TEST(Sends, AnExtensionReachesSitesThatHaveResolvedBefore) {
     logged();
     oopsresolve(&site, leaf.bits, 1, nullptr);
     EXPECT_EQ(errors.numbers(), std::vector<Count>{24});
-    OutsideClass("dtroot", "dispatchtestroot", classForProgram("base")).method("other", asMethod(leafOther), 1).extend();
+    OutsideClass("dtroot", "dispatchtestroot", classForProgram("base"))
+        .method("other", asMethod(leafOther), 1)
+        .extend();
     oopsresolve(&site, leaf.bits, 1, nullptr);
     EXPECT_EQ(logged(), std::vector<std::string>{"leaf other"});
     EXPECT_TRUE(errors.all.empty());

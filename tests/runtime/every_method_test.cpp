@@ -27,8 +27,7 @@ Ref sample(const ClassFamily &family) {
     if (program == "symbtab") return send<Ref>(SITE("new"), self);
     if (program == "chararry" || program == "bytearry" || program == "dbcsarry")
         return send<Ref>(SITE("withlengthvalue"), self, Index{3}, Bytes{"abc"});
-    if (program == "callback" || program == "mcallbck")
-        return send<Ref>(SITE("new"), self, self, Bytes{"isclass"});
+    if (program == "callback" || program == "mcallbck") return send<Ref>(SITE("new"), self, self, Bytes{"isclass"});
     if (program == "entrycll") return send<Ref>(SITE("new"), self, Bytes{"nosuchentry"});
     if (program == "event") return send<Ref>(SITE("withobjecteventid"), self, null, Count{1});
     const auto *collections = familyOfClass(classForProgram("collectn"));

@@ -31,7 +31,7 @@ TEST(References, GarbageIsNeverAnObject) {
     auto isKnown = [](std::uint64_t bits) { return referenceAt(Ref{bits}.index()) == Ref{bits}; };
     for (int i = 0; i < 20000; ++i) {
         std::uint64_t bits = random();
-        if (i % 4 == 1) bits &= 0xFFFFFFFFFFULL;     // a small index and a small generation
+        if (i % 4 == 1) bits &= 0xFFFFFFFFFFULL;      // a small index and a small generation
         if (i % 4 == 2) bits = 0x2020202020202020ULL; // spaces
         if (isKnown(bits)) continue;
         EXPECT_FALSE(isLive(Ref{bits}));

@@ -75,8 +75,7 @@ std::string padded(std::string_view text, std::size_t length) {
 }
 
 Ref text(std::string_view value) {
-    return send<Ref>(SITE("withlengthvalue"), CLASS("chararry"), static_cast<Index>(value.size()),
-                     Bytes{value.data()});
+    return send<Ref>(SITE("withlengthvalue"), CLASS("chararry"), static_cast<Index>(value.size()), Bytes{value.data()});
 }
 
 std::string valueOf(Ref textObject) {

@@ -1,13 +1,13 @@
 // What the tests share: elements and templates, recorded errors, leak checks, and classes written outside the library.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "oocobol/oocobol.h"
 #include "runtime/module.h"
@@ -36,7 +36,7 @@ void finalize(Ref object);
 
 // Records what is raised on this thread while it lives, and answers nothing unless told to. Nests.
 class RaisedErrors {
-  public:
+public:
     RaisedErrors();
     ~RaisedErrors();
     RaisedErrors(const RaisedErrors &) = delete;
@@ -62,11 +62,11 @@ class RaisedErrors {
 
 // Fails the test when it ends with more or fewer live objects than it began with.
 class LeakCheck {
-  public:
+public:
     LeakCheck();
     ~LeakCheck();
 
-  private:
+private:
     Count before;
 };
 
@@ -79,7 +79,7 @@ Ref block(std::function<std::int64_t(void **arguments)> function);
 
 // A class registered through the public interface.
 class OutsideClass {
-  public:
+public:
     OutsideClass(const char *program, const char *name, Ref superclass, std::uint32_t classData = 0,
                  std::uint32_t instanceData = 0);
     OutsideClass &classMethod(const char *name, oops_method code, int parameters);
@@ -87,7 +87,7 @@ class OutsideClass {
     Ref registerIt();
     void extend(); // adds the methods to a class that is registered already
 
-  private:
+private:
     std::vector<std::byte> record;
 };
 // Function pointers of methods have their own parameters; the record takes them as one type.
