@@ -11,7 +11,7 @@
 
 #include "oocobol/oocobol.h"
 
-#if OOCOBOL_OBJC_PEER
+#ifdef OOCOBOL_OBJC_PEER
 extern "C" void *objc_peer_make(void);
 extern "C" int64_t objc_peer_sends(void *object, int count);
 #endif
@@ -92,7 +92,7 @@ void callVirtual(benchmark::State &state) {
 }
 BENCHMARK(callVirtual)->Name("call/virtual");
 
-#if OOCOBOL_OBJC_PEER
+#ifdef OOCOBOL_OBJC_PEER
 void objcSend(benchmark::State &state) {
     void *object = objc_peer_make();
     for (auto _ : state) benchmark::DoNotOptimize(objc_peer_sends(object, batch));
