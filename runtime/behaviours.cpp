@@ -6,6 +6,7 @@
 #include "runtime/classes.h"
 #include "runtime/dispatch.h"
 #include "runtime/memory.h"
+#include "runtime/own_cell.h"
 
 namespace oocobol {
 
@@ -145,6 +146,12 @@ const Cell *cellFor(Behaviour &behaviour, SelectorId selector) noexcept {
     ++nextCell;
     placeCell(*behaviour.cells.load(std::memory_order_relaxed), selector, numberOf(cell));
     return cell;
+}
+
+void linkCell(Cell &cell, const Behaviour &behaviour, SelectorId selector) noexcept {
+    cell.behaviour = behaviour.id;
+    cell.selector = &selectorOf(selector);
+    link(cell, lookUp(behaviour, selector));
 }
 
 void methodsChanged(const ClassFamily &family) noexcept {

@@ -13,6 +13,7 @@
 #include "runtime/errors.h"
 #include "runtime/object_table.h"
 #include "runtime/objects.h"
+#include "runtime/own_cell.h"
 #include "runtime/receiver.h"
 #include "runtime/send_fast.h"
 #include "runtime/thread_state.h"
@@ -115,7 +116,11 @@ void forward(Ref receiver, void *body, Behaviour &behaviour, SelectorId selector
              void *const *arguments, std::uint32_t count) {
     if (selector == 0) return runUnknown(receiver, body, nameView(name), arguments, count);
     const auto *cell = cellFor(behaviour, selector);
-    if (cell == nullptr) return raiseOn(receiver, static_cast<Count>(Error::noWorkArea), nameView(name));
+    if (cell == nullptr) { // not even memory to remember the lookup: the message gets through all the same
+        Cell own;
+        linkCell(own, behaviour, selector);
+        return run(own, receiver, body, arguments, count);
+    }
     if (site != nullptr) relink(*site, cell);
     run(*cell, receiver, body, arguments, count);
 }
@@ -253,7 +258,11 @@ void sendToSuper(oops_super_site &site, Ref self, void *body, void *const *argum
     const auto selector = selectorOfSite(site.site);
     if (selector == 0) return runUnknown(self, body, nameView(site.site.method), arguments, count);
     const auto *cell = cellFor(*behaviour, selector);
-    if (cell == nullptr) return raiseOn(self, static_cast<Count>(Error::noWorkArea), nameView(site.site.method));
+    if (cell == nullptr) {
+        Cell own;
+        linkCell(own, *behaviour, selector);
+        return run(own, self, body, arguments, count);
+    }
     if (sender->super != nullptr) std::atomic_ref<std::uint32_t>(site.site.cell).store(numberOf(cell));
     run(*cell, self, body, arguments, count);
 }
