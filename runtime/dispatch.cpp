@@ -117,9 +117,9 @@ void forward(Ref receiver, void *body, Behaviour &behaviour, SelectorId selector
     if (selector == 0) return runUnknown(receiver, body, nameView(name), arguments, count);
     const auto *cell = cellFor(behaviour, selector);
     if (cell == nullptr) { // not even memory to remember the lookup: the message gets through all the same
-        Cell own;
-        linkCell(own, behaviour, selector);
-        return run(own, receiver, body, arguments, count);
+        Cell unremembered;
+        linkCell(unremembered, behaviour, selector);
+        return run(unremembered, receiver, body, arguments, count);
     }
     if (site != nullptr) relink(*site, cell);
     run(*cell, receiver, body, arguments, count);
@@ -259,9 +259,9 @@ void sendToSuper(oops_super_site &site, Ref self, void *body, void *const *argum
     if (selector == 0) return runUnknown(self, body, nameView(site.site.method), arguments, count);
     const auto *cell = cellFor(*behaviour, selector);
     if (cell == nullptr) {
-        Cell own;
-        linkCell(own, *behaviour, selector);
-        return run(own, self, body, arguments, count);
+        Cell unremembered;
+        linkCell(unremembered, *behaviour, selector);
+        return run(unremembered, self, body, arguments, count);
     }
     if (sender->super != nullptr) std::atomic_ref<std::uint32_t>(site.site.cell).store(numberOf(cell));
     run(*cell, self, body, arguments, count);
