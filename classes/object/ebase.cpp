@@ -17,6 +17,7 @@ using Self = Receiver;
 void raiseThrough(const Self &self, Returning answer, Count error, Ref inserts) {
     alignas(8) std::byte standIn[8] = {};
     if (!answer) answer.address = standIn;
+    if (!CLASS("exptnmgr")) return; // no memory even to load it: there is nobody to tell
     if (self.isNull() || self.ref().isStatic())
         send(SITE("raisestatic"), CLASS("exptnmgr"), answer, self.classObject(), error, inserts);
     else
@@ -91,8 +92,8 @@ Answer<void> doesNotUnderstand(Self self, Returning answer, Area a, Area b, Area
     const auto name = lastNotUnderstood(self.ref());
     char message[161] = {};
     std::memcpy(message, name.data(), name.size());
-    const auto delegate =
-        isForwarding(self.ref()) ? null : send<Ref>(SITE("getdelegatefor"), CLASS("delegate"), self.ref());
+    const auto manager = isForwarding(self.ref()) ? null : CLASS("delegate");
+    const auto delegate = manager ? send<Ref>(SITE("getdelegatefor"), manager, self.ref()) : null;
     if (!delegate) return raise(Error::notUnderstood).answering(sizeof(Ref));
     const Forwarding frame{self.ref(), forwarding};
     forwarding = &frame;
