@@ -98,7 +98,11 @@ void adoptThread() noexcept {
 
 void adoptMainThread() noexcept {
     const auto *global = findRunTime(false);
-    if (global && runTimeLock.isFree() && global->current && onMainThread()) runTimeLock.takeIfFree(threadSelf(), true);
+    if (!global || !onMainThread() || !runTimeLock.isFree()) return;
+    const auto self = threadSelf();
+    runTimeLock.takeIfFree(self, true);
+    // Which program is active may be read only by the thread that holds the lock.
+    if (runTimeLock.heldBy(self) && !global->current) runTimeLock.give();
 }
 
 RunTimeHold::RunTimeHold() noexcept {
