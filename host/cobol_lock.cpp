@@ -25,12 +25,11 @@ public:
         pthread_mutex_unlock(&guard);
     }
 
-    bool takeIfFree(std::uint64_t thread, bool asResident) {
+    // Which program is active may be read only while no thread that holds the lock can change it.
+    void takeIfProgramIsActive(std::uint64_t thread) {
         pthread_mutex_lock(&guard);
-        const bool free = isFree();
-        if (free) become(thread, asResident);
+        if (isFree() && programIsActive()) become(thread, true);
         pthread_mutex_unlock(&guard);
-        return free;
     }
 
     void give() {
@@ -51,7 +50,11 @@ private:
     // A resident thread gives no sign when its last COBOL program returns to a C program: then there is no frame.
     bool available() const {
         if (isFree()) return true;
-        return resident && !__atomic_load_n(&bridge.global.load(std::memory_order_relaxed)->current, __ATOMIC_RELAXED);
+        return resident && !programIsActive();
+    }
+
+    static bool programIsActive() {
+        return __atomic_load_n(&bridge.global.load(std::memory_order_relaxed)->current, __ATOMIC_RELAXED) != nullptr;
     }
 
     void waitAWhile() {
@@ -97,12 +100,7 @@ void adoptThread() noexcept {
 }
 
 void adoptMainThread() noexcept {
-    const auto *global = findRunTime(false);
-    if (!global || !onMainThread() || !runTimeLock.isFree()) return;
-    const auto self = threadSelf();
-    runTimeLock.takeIfFree(self, true);
-    // Which program is active may be read only by the thread that holds the lock.
-    if (runTimeLock.heldBy(self) && !global->current) runTimeLock.give();
+    if (findRunTime(false) && runTimeLock.isFree() && onMainThread()) runTimeLock.takeIfProgramIsActive(threadSelf());
 }
 
 RunTimeHold::RunTimeHold() noexcept {
