@@ -81,52 +81,58 @@ inline Global *runTime() noexcept {
 
 // ---- The calling COBOL program -----------------------------------------------------------------------------------
 
-// How many arguments the COBOL program passes to the C function it is calling: to be read first of all there.
-inline int callerArgumentCount() noexcept {
-    const auto *global = runTime();
-    return global && global->current && bridge.countKnown.load(std::memory_order_relaxed) ? global->callParameters : 0;
-}
-
-// The length of the argument with this index (from 0); 0 when unknown.
-inline std::size_t callerArgumentSize(std::size_t index) noexcept {
-    const auto *global = runTime();
-    if (!global || !global->current || !bridge.framesKnown.load(std::memory_order_relaxed)) return 0;
-    if (global->callParameters < 0 || index >= static_cast<std::size_t>(global->callParameters)) return 0;
-    auto *const *parameters = global->current->parameters;
-    return parameters && parameters[index] ? parameters[index]->size : 0;
-}
-
 // Takes the lock for the calling thread, whose COBOL program has just called the library.
 void adoptThread() noexcept;
+
+// What the COBOL program passes in its call of the C function that asks: to be read first of all there.
+class CallerArguments {
+public:
+    CallerArguments() noexcept {
+        const auto *global = runTime();
+        if (!global || !global->current) return;
+        program = global->current;
+        if (bridge.countKnown.load(std::memory_order_relaxed)) passed = global->callParameters;
+    }
+    // 0 when unknown.
+    int count() const noexcept { return passed; }
+    // The length of the argument with this index (from 0); 0 when unknown.
+    std::size_t size(int index) const noexcept {
+        if (index >= passed || !bridge.framesKnown.load(std::memory_order_relaxed)) return 0;
+        auto *const *parameters = program->parameters;
+        return parameters && parameters[index] ? parameters[index]->size : 0;
+    }
+
+protected:
+    const Module *program = nullptr;
+
+private:
+    int passed = 0;
+};
 
 // Stands in each function that COBOL programs call to send a message. While it stands, a COBOL method that is given an
 // address out of the program's argument list is also told the length that the program gave it: this is what makes
 // ANY LENGTH parameters work. A method whose arguments come from elsewhere sees length 0 there.
-class SenderScope {
+class SenderScope : public CallerArguments {
 public:
-    SenderScope() noexcept : SenderScope(callerArgumentCount()) {}
-    explicit SenderScope(int argumentCount) noexcept {
-        const auto *global = runTime();
-        if (!global || !global->current) return;
+    SenderScope() noexcept {
+        if (!program) return;
         if (!bridge.residentKnown.load(std::memory_order_relaxed)) adoptThread();
-        entered = true;
-        sender = bridge.state.sender;
-        arguments = bridge.state.senderArguments;
-        bridge.state.sender = global->current;
-        bridge.state.senderArguments = argumentCount;
+        outer = bridge.state.sender;
+        outerArguments = bridge.state.senderArguments;
+        bridge.state.sender = program;
+        bridge.state.senderArguments = count();
     }
     ~SenderScope() {
-        if (!entered) return;
-        bridge.state.sender = sender;
-        bridge.state.senderArguments = arguments;
+        if (!program) return;
+        bridge.state.sender = outer;
+        bridge.state.senderArguments = outerArguments;
     }
     SenderScope(const SenderScope &) = delete;
     SenderScope &operator=(const SenderScope &) = delete;
 
 private:
-    bool entered = false;
-    const Module *sender = nullptr;
-    int arguments = 0;
+    const Module *outer = nullptr;
+    int outerArguments = 0;
 };
 
 // ---- The lock ----------------------------------------------------------------------------------------------------

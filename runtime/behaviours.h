@@ -165,7 +165,14 @@ struct Behaviour {
     std::atomic<std::uint64_t> pristine{0}; // bit i: guardedMessages[i] resolves to the library's code, or to nothing
     std::uint32_t id = 0;
     bool classSide = false;
+    // On the class side, where instances need no more than a body of a pooled size: that pool, and their data's size.
+    // The pool is 0 for all others.
+    std::uint32_t plainPool = 0;
+    std::uint32_t plainSize = 0;
 };
+
+// A family's two behaviours are neighbours.
+constexpr std::uint32_t instancesOfClassSide(std::uint32_t id) { return id - 1; }
 
 inline constexpr std::uint32_t nullBehaviour = 1;
 

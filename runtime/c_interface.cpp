@@ -49,6 +49,10 @@ template <class Send> [[gnu::noinline]] void sendPutRight(void *const *arguments
     else
         performSend(arguments, boundedCount(count));
 }
+[[gnu::noinline, gnu::cold]] void sendWithoutList(Ref receiver, oops_site &site) {
+    void *nothing[] = {nullptr};
+    send(receiver, site, nothing, 1);
+}
 template <class Send> void sendList(void *const *arguments, int32_t count, Send performSend) {
     if (isSound(arguments, count)) [[likely]]
         return performSend(arguments, static_cast<std::uint32_t>(count));
@@ -108,7 +112,7 @@ void oopsresolvestatic(oops_site *site, oops_ref class_object, void *data, int32
 
 void oopsresolvelist(oops_ref receiver, oops_site *site, void *const *arguments, int32_t count) {
     if (arguments == nullptr) [[unlikely]]
-        return oopsresolve(site, receiver, 1, nullptr);
+        return sendWithoutList(Ref{receiver}, *site);
     sendFast(Ref{receiver}, *site, arguments, static_cast<std::uint32_t>(count));
 }
 

@@ -184,13 +184,14 @@ bool materialise(ClassFamily &family) {
     family.instances = makeBehaviour(&family, false);
     family.classSide = makeBehaviour(&family, true);
     if (family.instances == nullptr || family.classSide == nullptr) return false;
-    family.instancesId = family.instances->id;
     const auto bodyClass = detail::bodyClassOf(family.instanceDataSize);
-    if (detail::hasBodyCaches && !family.anyInstanceInitialiser && bodyClass <= ThreadState::bodyClasses)
-        family.plainBodyClass = static_cast<std::uint32_t>(bodyClass);
+    if (detail::hasBodyCaches && !family.anyInstanceInitialiser && bodyClass <= bodyClasses) {
+        family.classSide->plainPool = static_cast<std::uint32_t>(bodyClass);
+        family.classSide->plainSize = family.instanceDataSize;
+    }
     auto *data = allocateBody(family.classDataSize);
     if (data == nullptr) return false;
-    headerOf(data)->marks = markClass | markLibrary;
+    mark(*headerOf(data), markClass | markLibrary);
     family.classObject = enterObject(data, family.classSide->id);
     if (!family.classObject) {
         freeBody(data);

@@ -101,9 +101,6 @@ struct ClassFamily {
 
     Behaviour *instances = nullptr;
     Behaviour *classSide = nullptr;
-    std::uint32_t instancesId = 0; // of the behaviour
-    // The size class of an instance's body when there is nothing to do but to make it; else 0.
-    std::uint32_t plainBodyClass = 0;
 
     std::atomic<const MethodDictionary *> instanceMethods{nullptr};
     std::atomic<const MethodDictionary *> classMethods{nullptr};

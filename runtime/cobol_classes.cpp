@@ -8,15 +8,14 @@
 // Each method is a separate program: USING self data returning-item argument ..., where self is a POINTER item and data
 // the group of items that its class declares. What is declared is kept per thread until ooclassend.
 #include <cstdarg>
-#include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <unordered_map>
 
-#include "host/gnucobol.h"
-#include "host/host.h"
 #include "oocobol/oocobol.h"
 #include "runtime/classes.h"
+#include "runtime/cobol_items.h"
 #include "runtime/dispatch.h"
 #include "runtime/errors.h"
 #include "runtime/object_table.h"
@@ -24,20 +23,6 @@
 using namespace oocobol;
 
 namespace {
-
-constexpr std::size_t longestItem = 160;
-
-std::string nameItem(const char *name, std::size_t index) {
-    if (name == nullptr) return {};
-    const auto size = host::gnucobol::callerArgumentSize(index);
-    return std::string(nameView(name, size != 0 && size < longestItem ? size : longestItem));
-}
-
-template <class T> T item(const void *from) {
-    T value{};
-    if (from != nullptr) std::memcpy(&value, from, sizeof value);
-    return value;
-}
 
 std::unique_ptr<Registration> &declaration() {
     static thread_local std::unique_ptr<Registration> current;
@@ -54,7 +39,7 @@ struct SuperSend {
 SuperSend &superSend(const char *name, std::size_t size) {
     static thread_local std::unordered_map<const char *, std::unique_ptr<SuperSend>> known;
     auto &held = known[name];
-    const auto text = nameView(name, size != 0 && size < longestItem ? size : longestItem);
+    const auto text = nameView(name, size != 0 ? size : longestNameItem);
     if (held != nullptr && held->text == text) return *held;
     held = std::make_unique<SuperSend>();
     held->text = text;
@@ -65,20 +50,37 @@ SuperSend &superSend(const char *name, std::size_t size) {
     return *held;
 }
 
+// No exception may pass a COBOL program: memory that cannot be had is an error like any other.
+template <class Step> int guarded(Step step) {
+    try {
+        step();
+    } catch (const std::bad_alloc &) {
+        raiseOn(null, static_cast<Count>(Error::noStorage), "");
+    }
+    return 0;
+}
+
+void sendAboveOf(const char *name, std::size_t size, Ref receiver, const ItemList &list) {
+    auto &send = superSend(name, size);
+    void *data = receiver.isStatic() ? staticDataOf(receiver) : bodyOf(receiver);
+    sendToSuper(send.site, receiver, data, list.addresses, list.count);
+}
+
 } // namespace
 
 extern "C" {
 
 int ooclassbegin(const char *class_program, const char *class_name, const void *superclass, const void *class_data_size,
                  const void *instance_data_size) {
-    auto request = std::make_unique<Registration>();
-    request->program = nameItem(class_program, 0);
-    request->name = nameItem(class_name, 1);
-    request->superclass = item<Ref>(superclass);
-    request->classData = item<Count>(class_data_size);
-    request->instanceData = item<Count>(instance_data_size);
-    declaration() = std::move(request);
-    return 0;
+    return guarded([&] {
+        auto request = std::make_unique<Registration>();
+        request->program = nameItem(class_program, 0);
+        request->name = nameItem(class_name, 1);
+        request->superclass = item<Ref>(superclass);
+        request->classData = item<Count>(class_data_size);
+        request->instanceData = item<Count>(instance_data_size);
+        declaration() = std::move(request);
+    });
 }
 
 int oomethod(const char *kind, const char *name, const void *entry, const void *parameter_count) {
@@ -86,10 +88,11 @@ int oomethod(const char *kind, const char *name, const void *entry, const void *
     if (request == nullptr || kind == nullptr) return 0;
     const auto onClass = *kind == 'C' || *kind == 'c';
     const auto parameters = item<Count>(parameter_count);
-    request->methods.push_back({nameItem(name, 1), item<void *>(entry),
-                                static_cast<std::uint8_t>(parameters <= maximumArguments ? parameters : 0),
-                                static_cast<std::uint8_t>(onClass ? OOPS_CLASS_METHOD : 0)});
-    return 0;
+    return guarded([&] {
+        request->methods.push_back({std::string(nameItem(name, 1)), item<void *>(entry),
+                                    static_cast<std::uint8_t>(parameters <= maximumArguments ? parameters : 0),
+                                    static_cast<std::uint8_t>(onClass ? OOPS_CLASS_METHOD : 0)});
+    });
 }
 
 int ooinitializer(const char *kind, const void *entry) {
@@ -101,30 +104,22 @@ int ooinitializer(const char *kind, const void *entry) {
 
 int ooclassend(void *class_object) {
     const host::gnucobol::SenderScope scope;
-    const auto request = std::move(declaration());
-    const auto made = request != nullptr ? registerClass(*request) : null;
-    if (class_object != nullptr) std::memcpy(class_object, &made, sizeof made);
-    if (!made) raiseOn(null, static_cast<Count>(Error::notRegistered), request != nullptr ? request->program : "");
-    return 0;
+    return guarded([&] {
+        const auto request = std::move(declaration());
+        const auto made = request != nullptr ? registerClass(*request) : null;
+        put(class_object, &made, sizeof made);
+        if (!made) raiseOn(null, static_cast<Count>(Error::notRegistered), request != nullptr ? request->program : "");
+    });
 }
 
 int oosuper(const char *name, const void *self, ...) {
-    const auto passed = host::gnucobol::callerArgumentCount();
-    const auto size = host::gnucobol::callerArgumentSize(0);
-    const host::gnucobol::SenderScope scope(passed);
-    if (name == nullptr) return 0;
-    void *addresses[maximumArguments] = {};
-    const auto items = passed - 2;
+    const host::gnucobol::SenderScope caller;
     va_list rest;
     va_start(rest, self);
-    for (int i = 0; i < items && i < static_cast<int>(maximumArguments); ++i) addresses[i] = va_arg(rest, void *);
+    const ItemList list(caller.count(), rest);
     va_end(rest);
-    const auto receiver = item<Ref>(self);
-    auto &send = superSend(name, size);
-    const auto count = items < 1 ? 1 : items > static_cast<int>(maximumArguments) ? 16 : items;
-    void *data = receiver.isStatic() ? staticDataOf(receiver) : bodyOf(receiver);
-    sendToSuper(send.site, receiver, data, addresses, static_cast<std::uint32_t>(count));
-    return 0;
+    if (name == nullptr) return 0;
+    return guarded([&] { sendAboveOf(name, caller.size(0), item<Ref>(self), list); });
 }
 
 } // extern "C"

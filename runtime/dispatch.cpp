@@ -16,19 +16,21 @@
 #include "runtime/own_cell.h"
 #include "runtime/receiver.h"
 #include "runtime/send_fast.h"
-#include "runtime/thread_state.h"
+#include "runtime/thread_store.h"
 
 namespace oocobol {
 
 using detail::cellOf;
 using detail::gateOpen;
+using detail::isEnough;
 using detail::stackPosition;
 
 namespace {
 
 std::atomic<std::uint32_t> level{0};
 
-constexpr std::uint32_t missesToRelink = 16; // a power of two
+// Powers of two.
+constexpr std::uint32_t missesToRelink = 16, missesToRelinkSettled = 1024;
 
 // ---- Sites --------------------------------------------------------------------------------------------------------
 
@@ -40,11 +42,24 @@ SelectorId selectorOfSite(oops_site &site) {
     return found;
 }
 
-// A site that meets many classes keeps its cell most of the time, so that threads do not fight over it.
-void relink(oops_site &site, const Cell *cell) {
+// A site that meets many classes keeps its cell most of the time, so that threads do not fight over it and the
+// processor learns which receivers take the fast road. How often it was linked anew stands in the bits of its cell
+// number that name no cell.
+constexpr std::uint32_t relinkMask = sizeof(Cell) - 1;
+
+[[gnu::noinline]] void linkSite(oops_site &site, const Cell &cell) {
     const std::atomic_ref<std::uint32_t> number(site.cell);
-    if (number.load(std::memory_order_relaxed) != 0 && (++thread.misses & (missesToRelink - 1)) != 0) return;
-    number.store(numberOf(cell), std::memory_order_release);
+    const auto links = number.load(std::memory_order_relaxed) & relinkMask;
+    number.store(numberOf(&cell) | std::min(links + 1, relinkMask), std::memory_order_release);
+}
+
+void relink(oops_site &site, const Cell &cell) {
+    const auto number = std::atomic_ref<std::uint32_t>(site.cell).load(std::memory_order_relaxed);
+    const auto settled = (number & relinkMask) == relinkMask;
+    const auto every = settled ? missesToRelinkSettled : missesToRelink;
+    if (number != 0 && (++thread.misses & (every - 1)) != 0) [[likely]]
+        return;
+    linkSite(site, cell);
 }
 
 // ---- The stack ----------------------------------------------------------------------------------------------------
@@ -121,7 +136,7 @@ void forward(Ref receiver, void *body, Behaviour &behaviour, SelectorId selector
         linkCell(unremembered, behaviour, selector);
         return run(unremembered, receiver, body, arguments, count);
     }
-    if (site != nullptr) relink(*site, cell);
+    if (site != nullptr) relink(*site, *cell);
     run(*cell, receiver, body, arguments, count);
 }
 
@@ -157,7 +172,9 @@ const StaticFrame *findStaticFrame(Ref self) {
 // ---- Messages not understood --------------------------------------------------------------------------------------
 
 void noteNotUnderstood(Ref receiver, std::string_view name) {
-    auto &noted = thread.notUnderstood[thread.notUnderstoodNext++ % ThreadState::rememberedMessages];
+    auto *store = ownStore();
+    if (store == nullptr) return;
+    auto &noted = store->notUnderstood[store->notUnderstoodNext++ % ThreadStore::rememberedMessages];
     noted.receiver = receiver;
     const auto length = std::min(name.size(), sizeof noted.name - 1);
     std::memcpy(noted.name, name.data(), length);
@@ -184,8 +201,8 @@ void sendToAnother(Ref receiver, oops_site &site, void *const *arguments, std::u
         const auto *table = behaviourAt(behaviourOf(tag)).cells.load(std::memory_order_acquire);
         const auto number = table != nullptr && selector != 0 ? table->find(selector) : 0;
         const auto &cell = cellAt(number);
-        if (number != 0 && detail::isEnough(count, cell) && stackPosition() >= thread.stackLimit) [[likely]] {
-            relink(site, &cell);
+        if (number != 0 && isEnough(count, cell) && stackPosition() >= thread.stackLimit) [[likely]] {
+            relink(site, cell);
             return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed),
                                                               arguments, &cell);
         }
@@ -308,53 +325,43 @@ void sendByName(Ref receiver, const char *name, void *secondCacheWord, void *cac
 
 namespace {
 
-// What a thread remembers of the literals it sent by: the address finds the slot, the name's bytes must still agree.
-struct LiteralCache {
-    static constexpr std::size_t slots = 256;
-    const char *names[slots];
-    CellNumber numbers[slots];
+// The name as far as it goes, and a null: what a program's item holds is not always ended.
+struct BoundedName {
+    char text[161];
+    BoundedName(const char *name, std::size_t length) {
+        const auto view = nameView(name, length != 0 && length < sizeof text ? length : sizeof text - 1);
+        if (!view.empty()) std::memcpy(text, view.data(), view.size());
+        text[view.size()] = '\0';
+    }
 };
-constinit thread_local LiteralCache literals [[gnu::tls_model("initial-exec")]] = {};
 
-std::size_t slotOf(const char *name) {
-    const auto address = reinterpret_cast<std::uintptr_t>(name);
-    return (address ^ address >> 8) % LiteralCache::slots;
+[[gnu::noinline]] void sendUnknownLiteral(Ref receiver, const char *name, std::size_t length, void *const *arguments,
+                                          std::uint32_t count) noexcept {
+    ensureStarted();
+    const BoundedName bounded(name, length);
+    const auto selector = findSelector(bounded.text);
+    const auto *behaviour = receiver.isNull() ? &behaviourAt(nullBehaviour) : behaviourOfObject(receiver);
+    if (selector != 0 && behaviour != nullptr) {
+        if (const auto *found = cellFor(behaviourAt(behaviour->id), selector))
+            if (auto *store = ownStore()) store->literals.remember(name, length, numberOf(found));
+    }
+    sendSlowly(nullptr, bounded.text, selector, receiver, arguments, count);
 }
 
 } // namespace
 
 void sendByLiteral(Ref receiver, const char *name, std::size_t length, void *const *arguments,
                    std::uint32_t count) noexcept {
-    if (cells == nullptr) ensureStarted();
-    const auto slot = slotOf(name);
-    const auto number = literals.names[slot] == name ? literals.numbers[slot] : 0;
-    const auto &cell = cellAt(number);
-    const auto *known = cell.selector;
-    const auto matches = number != 0 && (length == 0 ? sameName(*known, name) : sameName(*known, name, length));
-    if (matches && gateOpen(receiver.index())) [[likely]] {
+    if (gateOpen(receiver.index())) [[likely]] {
         const auto &entry = objects.entries[receiver.index()];
+        const auto &cell = cellAt(thread.store->literals.find(name, length));
         if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
-            count >= cell.parameters.load(std::memory_order_relaxed) && stackPosition() >= thread.stackLimit)
-            [[likely]] {
+            isEnough(count, cell) && stackPosition() >= thread.stackLimit) [[likely]] {
             return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed),
                                                               arguments, &cell);
         }
     }
-    ensureStarted();
-    char bounded[161];
-    const auto view = nameView(name, length != 0 ? length : sizeof bounded - 1);
-    const auto size = std::min(view.size(), sizeof bounded - 1);
-    std::memcpy(bounded, view.data(), size);
-    bounded[size] = '\0';
-    const auto selector = matches ? known->id : findSelector({bounded, size});
-    const auto *behaviour = receiver.isNull() ? &behaviourAt(nullBehaviour) : behaviourOfObject(receiver);
-    if (selector != 0 && behaviour != nullptr) {
-        if (const auto *found = cellFor(behaviourAt(behaviour->id), selector)) {
-            literals.names[slot] = name;
-            literals.numbers[slot] = numberOf(found);
-        }
-    }
-    sendSlowly(nullptr, bounded, selector, receiver, arguments, count);
+    sendUnknownLiteral(receiver, name, length, arguments, count);
 }
 
 // ---- Code from outside --------------------------------------------------------------------------------------------
@@ -465,8 +472,9 @@ void *staticDataOf(Ref self) noexcept {
 }
 
 std::string_view lastNotUnderstood(Ref object) noexcept {
-    for (std::uint32_t i = 1; i <= ThreadState::rememberedMessages; ++i) {
-        const auto &noted = thread.notUnderstood[(thread.notUnderstoodNext - i) % ThreadState::rememberedMessages];
+    const auto &store = *thread.store;
+    for (std::uint32_t i = 1; i <= ThreadStore::rememberedMessages; ++i) {
+        const auto &noted = store.notUnderstood[(store.notUnderstoodNext - i) % ThreadStore::rememberedMessages];
         if (noted.receiver == object && noted.name[0] != '\0') return noted.name;
     }
     return "";

@@ -4,23 +4,23 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <sys/mman.h>
+#include <utility>
 
 #if OOCOBOL_CHECKED
 #include <malloc.h>
 #endif
 
-#include "runtime/thread_state.h"
+#include "runtime/thread_store.h"
 
 namespace oocobol {
 
 namespace {
 
-using detail::bodyCacheLimit;
 using detail::bodyStep;
 
 constexpr std::size_t slabSize = std::size_t{64} * 1024;
-constexpr std::uint32_t batch = bodyCacheLimit / 2;
 
 #if OOCOBOL_CHECKED
 std::atomic<std::uint64_t> allocations{0};
@@ -41,63 +41,60 @@ constexpr void countAllocated(void *) {}
 constexpr void countReleased(void *) {}
 #endif
 
-// What one thread has too many of waits here for another, by size class.
+// The bodies of threads that ended wait here for the others, with the slabs that were not used up.
+struct SlabRest {
+    SlabRest *next;
+    std::byte *end;
+};
 struct SharedBodies {
     std::mutex lock;
-    FreeBody *chains[ThreadState::bodyClasses + 1][64] = {};
-    std::uint32_t counts[ThreadState::bodyClasses + 1] = {};
+    FreeBody *free = nullptr;
+    SlabRest *slabs = nullptr;
 };
-SharedBodies &shared() {
-    static auto *bodies = new SharedBodies; // outlives every thread
-    return *bodies;
+constinit SharedBodies shared[bodyClasses + 1];
+
+// The C library's memory, in which only what is handed out is touched.
+void beginSlab(BodyCache &cache) {
+    auto *slab = static_cast<std::byte *>(std::aligned_alloc(bodyStep, slabSize));
+    if (slab == nullptr) return;
+    cache.next = slab;
+    cache.end = slab + slabSize;
 }
 
-// Cuts the next body from the thread's slab of that class. Only what is handed out is touched.
-std::byte *cut(ThreadState::BodyCache &cache, std::size_t sizeClass) {
+void takeShared(BodyCache &cache, std::size_t sizeClass) {
+    auto &others = shared[sizeClass];
+    const std::lock_guard guard(others.lock);
+    cache.free = std::exchange(others.free, nullptr);
+    if (cache.free != nullptr || others.slabs == nullptr) return;
+    cache.next = reinterpret_cast<std::byte *>(others.slabs);
+    cache.end = others.slabs->end;
+    others.slabs = others.slabs->next;
+}
+
+std::byte *takeBody(BodyCache &cache, std::size_t sizeClass) {
     const auto bytes = sizeClass * bodyStep;
-    if (static_cast<std::size_t>(cache.end - cache.next) < bytes) {
-        auto *slab = static_cast<std::byte *>(std::aligned_alloc(bodyStep, slabSize));
-        if (slab == nullptr) return nullptr;
-        cache.next = slab;
-        cache.end = slab + slabSize;
+    const auto isUsedUp = [&] { return static_cast<std::size_t>(cache.end - cache.next) < bytes; };
+    if (cache.free == nullptr && isUsedUp()) takeShared(cache, sizeClass);
+    if (auto *body = cache.free) {
+        cache.free = body->next;
+        return reinterpret_cast<std::byte *>(body);
     }
-    auto *body = cache.next;
-    cache.next += bytes;
-    return body;
+    if (isUsedUp()) beginSlab(cache);
+    return isUsedUp() ? nullptr : std::exchange(cache.next, cache.next + bytes);
 }
 
-std::byte *takeShared(ThreadState::BodyCache &cache, std::size_t sizeClass) {
-    auto &all = shared();
-    const std::lock_guard guard(all.lock);
-    if (all.counts[sizeClass] == 0) return nullptr;
-    cache.free = all.chains[sizeClass][--all.counts[sizeClass]];
-    cache.count = batch;
-    auto *body = cache.free;
-    cache.free = body->next;
-    --cache.count;
-    return reinterpret_cast<std::byte *>(body);
-}
-
-void giveShared(ThreadState::BodyCache &cache, std::size_t sizeClass) {
-    auto &all = shared();
-    const std::lock_guard guard(all.lock);
-    if (all.counts[sizeClass] == std::size(all.chains[sizeClass])) return; // keep them: the others have plenty
-    auto *chain = cache.free;
-    auto *last = chain;
-    for (std::uint32_t i = 1; i < batch; ++i) last = last->next;
-    cache.free = last->next;
-    last->next = nullptr;
-    cache.count -= batch;
-    all.chains[sizeClass][all.counts[sizeClass]++] = chain;
-}
-
-[[gnu::noinline]] std::byte *refill(ThreadState::BodyCache &cache, std::size_t sizeClass) {
-    prepareThread();
-    if (cache.next == cache.end) {
-        if (auto *body = takeShared(cache, sizeClass)) return body;
+void giveShared(BodyCache &cache, std::size_t sizeClass) {
+    auto &others = shared[sizeClass];
+    const std::lock_guard guard(others.lock);
+    while (auto *body = cache.free) {
+        cache.free = body->next;
+        body->next = std::exchange(others.free, body);
     }
-    return cut(cache, sizeClass);
+    if (static_cast<std::size_t>(cache.end - cache.next) < sizeClass * bodyStep) return;
+    others.slabs = new (cache.next) SlabRest{others.slabs, cache.end};
 }
+
+bool isPooled(std::size_t sizeClass) { return detail::hasBodyCaches && sizeClass <= bodyClasses; }
 
 } // namespace
 
@@ -129,42 +126,37 @@ void release(void *memory) noexcept {
     std::free(memory);
 }
 
-namespace detail {
-
-std::byte *allocateBodySlowly(std::uint32_t size) noexcept {
-    const auto sizeClass = bodyClassOf(size);
-    const auto cached = hasBodyCaches && sizeClass <= ThreadState::bodyClasses;
-    auto *memory = cached ? refill(thread.bodies[sizeClass], sizeClass)
-                          : static_cast<std::byte *>(allocate(sizeof(BodyHeader) + size));
+std::byte *allocateBody(std::uint32_t size) noexcept {
+    const auto sizeClass = detail::bodyClassOf(size);
+    std::byte *memory = nullptr;
+    if (!isPooled(sizeClass)) {
+        memory = static_cast<std::byte *>(allocate(sizeof(BodyHeader) + size));
+    } else if (auto *store = ownStore()) {
+        memory = takeBody(store->bodies[sizeClass], sizeClass);
+        if (memory != nullptr) detail::clearSteps(memory, sizeClass);
+    }
     if (memory == nullptr) return nullptr;
-    if (cached) clearSteps(memory, sizeClass);
     auto *body = memory + sizeof(BodyHeader);
     headerOf(body)->size = size;
+    if (isPooled(sizeClass)) headerOf(body)->pool = static_cast<std::uint16_t>(sizeClass);
     return body;
 }
 
-void freeBodySlowly(void *body) noexcept {
-    const auto sizeClass = bodyClassOf(headerOf(body)->size);
-    if (!hasBodyCaches || sizeClass > ThreadState::bodyClasses) return release(headerOf(body));
-    auto &cache = thread.bodies[sizeClass];
+void freeBody(void *body) noexcept {
+    const auto sizeClass = detail::bodyClassOf(headerOf(body)->size);
+    if (!isPooled(sizeClass)) return release(headerOf(body));
     auto *free = reinterpret_cast<FreeBody *>(headerOf(body));
-    free->next = cache.free;
-    cache.free = free;
-    ++cache.count;
-    giveShared(cache, sizeClass);
+    if (auto *store = ownStore()) {
+        free->next = std::exchange(store->bodies[sizeClass].free, free);
+        return;
+    }
+    const std::lock_guard guard(shared[sizeClass].lock);
+    free->next = std::exchange(shared[sizeClass].free, free);
 }
 
-} // namespace detail
-
-void returnBodies() noexcept {
-    for (std::size_t sizeClass = 1; sizeClass <= ThreadState::bodyClasses; ++sizeClass) {
-        auto &cache = thread.bodies[sizeClass];
-        while (cache.count >= batch) {
-            const auto before = cache.count;
-            giveShared(cache, sizeClass);
-            if (cache.count == before) break;
-        }
-    }
+void returnBodies(ThreadStore &store) noexcept {
+    for (std::size_t sizeClass = 1; sizeClass <= bodyClasses; ++sizeClass)
+        giveShared(store.bodies[sizeClass], sizeClass);
 }
 
 void *reserveRange(std::size_t bytes) noexcept {

@@ -9,10 +9,11 @@
 #include <cstdint>
 #include <emmintrin.h>
 
-#include "runtime/thread_state.h"
 #include "runtime/types.h"
 
 namespace oocobol {
+
+struct ThreadStore;
 
 // Zero-filled, aligned to 16 bytes; null when it cannot be had. Size 0 gives an area too.
 void *allocate(std::size_t size) noexcept;
@@ -25,17 +26,23 @@ struct BodyHeader {
     std::uint32_t index;      // the object's own, in the object table
     std::uint32_t classIndex; // its class object's; a class outlives its instances
     std::uint32_t size;       // of the data, indexed data included
-    std::uint32_t marks;
+    std::uint16_t marks;
+    std::uint16_t pool; // where it waits when it has ended (object_pool.h); 0: ending it takes more than that
 };
 static_assert(sizeof(BodyHeader) == 16);
 
 // Marks of a body.
-inline constexpr std::uint32_t markLibrary = 1;   // the library's own singleton: not counted as the program's
-inline constexpr std::uint32_t markClass = 2;     // a class object
-inline constexpr std::uint32_t markCopied = 4;    // a class object made by copying
-inline constexpr std::uint32_t markComponent = 8; // its component slot has been set
+inline constexpr std::uint16_t markLibrary = 1;   // the library's own singleton: not counted as the program's
+inline constexpr std::uint16_t markClass = 2;     // a class object
+inline constexpr std::uint16_t markCopied = 4;    // a class object made by copying
+inline constexpr std::uint16_t markComponent = 8; // its component slot has been set
 // A class object that nobody has a reference to but its instances, and such an instance: see tieClass in objects.h.
-inline constexpr std::uint32_t markTied = 16;
+inline constexpr std::uint16_t markTied = 16;
+
+inline void mark(BodyHeader &header, std::uint16_t marks) {
+    header.marks = static_cast<std::uint16_t>(header.marks | marks);
+    if ((marks & (markClass | markComponent | markTied)) != 0) header.pool = 0;
+}
 
 inline BodyHeader *headerOf(void *body) {
     return reinterpret_cast<BodyHeader *>(static_cast<std::byte *>(body) - sizeof(BodyHeader));
@@ -58,20 +65,15 @@ inline constexpr bool hasBodyCaches = true;
 #else
 inline constexpr bool hasBodyCaches = true;
 #endif
-inline constexpr std::uint32_t bodyCacheLimit = 1024; // above it half goes to the other threads
-
-std::byte *allocateBodySlowly(std::uint32_t size) noexcept;
-void freeBodySlowly(void *body) noexcept;
-
 // A handful of stores: for bodies' sizes a call of memset takes longer, and so does what compilers make of a plain
 // loop.
 inline void clearSteps(std::byte *memory, std::size_t steps) {
     auto *end = memory + steps * bodyStep;
-    do {
+    while (end != memory) {
         end -= bodyStep;
         _mm_store_si128(reinterpret_cast<__m128i *>(end), _mm_setzero_si128());
         __asm__("" : "+r"(end));
-    } while (end != memory);
+    }
 }
 
 } // namespace detail
@@ -80,37 +82,22 @@ struct FreeBody {
     FreeBody *next;
 };
 
+inline constexpr std::size_t bodyClasses = 64; // by size, in steps of 16 bytes; larger bodies are raw areas
+
+// A thread's free bodies of one size, and the rest of the slab that new ones are cut from.
+struct BodyCache {
+    FreeBody *free = nullptr;
+    std::byte *next = nullptr;
+    std::byte *end = nullptr;
+};
+
 // A body for `size` bytes of data, zero-filled, its header's size set; the address is the data's. Null when memory
 // is short.
-inline std::byte *allocateBody(std::uint32_t size) noexcept {
-    const auto sizeClass = detail::bodyClassOf(size);
-    if (!detail::hasBodyCaches || sizeClass > ThreadState::bodyClasses) return detail::allocateBodySlowly(size);
-    auto &cache = thread.bodies[sizeClass];
-    if (cache.free == nullptr) [[unlikely]]
-        return detail::allocateBodySlowly(size);
-    auto *memory = reinterpret_cast<std::byte *>(cache.free);
-    cache.free = cache.free->next;
-    --cache.count;
-    detail::clearSteps(memory, sizeClass);
-    auto *body = memory + sizeof(BodyHeader);
-    headerOf(body)->size = size;
-    return body;
-}
+std::byte *allocateBody(std::uint32_t size) noexcept;
+void freeBody(void *body) noexcept;
 
-inline void freeBody(void *body) noexcept {
-    const auto sizeClass = detail::bodyClassOf(headerOf(body)->size);
-    if (!detail::hasBodyCaches || sizeClass > ThreadState::bodyClasses) return detail::freeBodySlowly(body);
-    auto &cache = thread.bodies[sizeClass];
-    if (cache.count >= detail::bodyCacheLimit) [[unlikely]]
-        return detail::freeBodySlowly(body);
-    auto *free = reinterpret_cast<FreeBody *>(headerOf(body));
-    free->next = cache.free;
-    cache.free = free;
-    ++cache.count;
-}
-
-// Hands the calling thread's free bodies to the others.
-void returnBodies() noexcept;
+// Hands the free bodies of a thread that ends to the others.
+void returnBodies(ThreadStore &store) noexcept;
 
 // An address range that costs memory only where it is touched; null when it cannot be had.
 void *reserveRange(std::size_t bytes) noexcept;

@@ -1,9 +1,10 @@
 #include "runtime/object_table.h"
 
-#include <deque>
+#include <algorithm>
 #include <mutex>
 
 #include "runtime/memory.h"
+#include "runtime/object_pool.h"
 #include "runtime/thread_state.h"
 
 namespace oocobol {
@@ -14,60 +15,45 @@ namespace {
 
 constexpr std::uint32_t largestCapacity = std::uint32_t{1} << 28;
 constexpr std::uint32_t smallestCapacity = std::uint32_t{1} << 20;
-constexpr std::uint32_t freshBatch = 64;
 
 std::mutex tableLock;
 std::uint32_t nextIndex = 1; // 0 is null's
-std::deque<std::uint32_t> &waitingIndexes() {
-    static auto *waiting = new std::deque<std::uint32_t>; // outlives every thread
-    return *waiting;
-}
 void **components = nullptr;
 bool gateClosed = false;
 
 } // namespace
 
 namespace detail {
-
-// Fresh indexes first; then those that other threads freed; then the thread's own, however few.
-std::uint32_t refillIndexes() noexcept {
-    prepareThread();
-    const std::lock_guard guard(tableLock);
-    auto &waiting = waitingIndexes();
-    if (waiting.size() > ThreadState::indexReserve) {
-        const auto index = waiting.front();
-        waiting.pop_front();
-        for (std::uint32_t i = 0; i < freshBatch && thread.waitingIndexes() < ThreadState::indexRing; ++i) {
-            putIndex(waiting.front());
-            waiting.pop_front();
-        }
-        return index;
-    }
-    if (nextIndex < objects.capacity) {
-        thread.freshIndex = nextIndex;
-        thread.freshEnd = nextIndex + freshBatch < objects.capacity ? nextIndex + freshBatch : objects.capacity;
-        nextIndex = thread.freshEnd;
-        objects.limit.store(nextIndex, std::memory_order_release);
-        if (!gateClosed) objects.gate.store(nextIndex, std::memory_order_release);
-        return thread.freshIndex++;
-    }
-    if (!waiting.empty()) {
-        const auto index = waiting.front();
-        waiting.pop_front();
-        return index;
-    }
-    return thread.waitingIndexes() > 0 ? takeIndex() : 0;
-}
-
-void shareIndexes() noexcept {
-    const std::lock_guard guard(tableLock);
-    auto &waiting = waitingIndexes();
-    for (std::uint32_t i = 0; i < freshBatch; ++i) waiting.push_back(takeIndex());
-}
-
 void clearComponentSlot(std::uint32_t index) noexcept { components[index] = nullptr; }
-
 } // namespace detail
+
+IndexRange reserveIndexes(std::uint32_t count) noexcept {
+    const std::lock_guard guard(tableLock);
+    const IndexRange range{nextIndex, nextIndex + std::min(count, objects.capacity - nextIndex)};
+    nextIndex = range.end;
+    objects.limit.store(nextIndex, std::memory_order_release);
+    if (!gateClosed) objects.gate.store(nextIndex, std::memory_order_release);
+    return range.first < range.end ? range : IndexRange{};
+}
+
+Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept {
+    const auto index = takeIndex();
+    if (index == 0) return null;
+    headerOf(body)->index = index;
+    auto &entry = objects.entries[index];
+    entry.body.store(body, std::memory_order_relaxed);
+    return detail::makeLive(index, entry, behaviour);
+}
+
+std::byte *removeObject(Ref ref, Entry &entry) noexcept {
+    if (!detail::claim(entry, ref.generation())) return nullptr;
+    auto *body = entry.body.load(std::memory_order_relaxed);
+    if ((headerOf(body)->marks & markComponent) != 0) detail::clearComponentSlot(ref.index());
+    ++thread.epoch;
+    // An index whose generations are used up is never used again.
+    if (ref.generation() + 1 < detail::lastGeneration) putIndex(ref.index());
+    return body;
+}
 
 bool reserveObjectTable() noexcept {
     for (auto capacity = largestCapacity; capacity >= smallestCapacity; capacity /= 2) {
@@ -94,13 +80,6 @@ void closeGate(bool closed) noexcept {
     objects.gate.store(closed ? 0 : objects.limit.load(), std::memory_order_release);
 }
 
-void returnIndexes() noexcept {
-    const std::lock_guard guard(tableLock);
-    auto &waiting = waitingIndexes();
-    while (thread.waitingIndexes() > 0) waiting.push_back(detail::takeIndex());
-    while (thread.freshIndex < thread.freshEnd) waiting.push_back(thread.freshIndex++);
-}
-
 void *componentSlot(Ref ref) noexcept {
     return isLive(ref) ? __atomic_load_n(&components[ref.index()], __ATOMIC_ACQUIRE) : nullptr;
 }
@@ -108,7 +87,7 @@ void *componentSlot(Ref ref) noexcept {
 void setComponentSlot(Ref ref, void *pointer) noexcept {
     auto *body = bodyOf(ref);
     if (body == nullptr) return;
-    headerOf(body)->marks |= markComponent;
+    mark(*headerOf(body), markComponent);
     __atomic_store_n(&components[ref.index()], pointer, __ATOMIC_RELEASE);
 }
 

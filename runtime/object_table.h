@@ -41,16 +41,14 @@ OOCOBOL_LOCAL extern constinit ObjectTable objects;
 // Reserves the table. Called once, by the start of the runtime. False when there is no address space.
 bool reserveObjectTable() noexcept;
 
-// The entry of a live reference, null for any other value.
-inline Entry *findEntry(Ref ref) noexcept {
-    const auto index = ref.index();
-    if (index >= objects.limit.load(std::memory_order_acquire)) return nullptr;
-    auto *entry = &objects.entries[index];
-    const auto tag = entry->tag.load(std::memory_order_acquire);
-    const auto live = static_cast<std::uint32_t>(tag) == ref.generation() && (ref.bits >> 32 & 1) != 0;
-    return live ? entry : nullptr;
+// Any value may be asked for.
+inline bool isLive(Ref ref) noexcept {
+    if (ref.index() >= objects.limit.load(std::memory_order_acquire)) return false;
+    const auto tag = objects.entries[ref.index()].tag.load(std::memory_order_acquire);
+    return static_cast<std::uint32_t>(tag) == ref.generation() && (ref.generation() & 1) != 0;
 }
-inline bool isLive(Ref ref) noexcept { return findEntry(ref) != nullptr; }
+// The entry of a live reference, null for any other value.
+inline Entry *findEntry(Ref ref) noexcept { return isLive(ref) ? &objects.entries[ref.index()] : nullptr; }
 inline std::byte *bodyOf(Ref ref) noexcept {
     auto *entry = findEntry(ref);
     return entry != nullptr ? entry->body.load(std::memory_order_relaxed) : nullptr;
@@ -63,73 +61,48 @@ namespace detail {
 #endif
 inline constexpr std::uint32_t lastGeneration = (std::uint32_t{1} << OOCOBOL_GENERATION_BITS) - 1;
 
-std::uint32_t refillIndexes() noexcept; // 0 when the table is full
-void shareIndexes() noexcept;
 void clearComponentSlot(std::uint32_t index) noexcept;
 
-inline std::uint32_t takeIndex() noexcept { return thread.freeIndexes[thread.indexHead++ % ThreadState::indexRing]; }
-inline void putIndex(std::uint32_t index) noexcept {
-    thread.freeIndexes[thread.indexTail++ % ThreadState::indexRing] = index;
-}
-
-// Takes the entry from live to free; of several threads that try, one succeeds. The locked instruction costs more than
-// the rest of finalizing, and a process of one thread has nobody to race.
+// Takes the entry of a live object to free; of several threads that try, one succeeds. The locked instruction costs
+// more than the rest of finalizing, and a process of one thread has nobody to race.
 inline bool claim(Entry &entry, std::uint32_t generation) noexcept {
-    auto tag = entry.tag.load(std::memory_order_acquire);
-    if (static_cast<std::uint32_t>(tag) != generation) return false;
     const auto ended = makeTag(generation + 1, 0);
     if (__libc_single_threaded != 0) {
         entry.tag.store(ended, std::memory_order_release);
         return true;
     }
-    return entry.tag.compare_exchange_strong(tag, ended, std::memory_order_acq_rel);
+    auto tag = entry.tag.load(std::memory_order_acquire);
+    return static_cast<std::uint32_t>(tag) == generation &&
+           entry.tag.compare_exchange_strong(tag, ended, std::memory_order_acq_rel);
 }
 
-// Gives a free index to the object and makes it live.
-inline Ref publish(std::uint32_t index, std::byte *body, std::uint32_t behaviour) noexcept {
-    auto &entry = objects.entries[index];
+// The entry's body is in place: from here on the new reference reaches it.
+inline Ref makeLive(std::uint32_t index, Entry &entry, std::uint32_t behaviour) noexcept {
     const auto generation = static_cast<std::uint32_t>(entry.tag.load(std::memory_order_relaxed)) + 1;
-    headerOf(body)->index = index;
-    entry.body.store(body, std::memory_order_relaxed);
     entry.tag.store(makeTag(generation, behaviour), std::memory_order_release);
     return {index | std::uint64_t{generation} << 32};
 }
 
 } // namespace detail
 
+// A range of indexes that no object has had yet.
+struct IndexRange {
+    std::uint32_t first = 0, end = 0;
+};
+// At most `count` of them; none when the table is full.
+IndexRange reserveIndexes(std::uint32_t count) noexcept;
+
 // Makes an index the object's and publishes it: the reference, or null when the table is full.
-inline Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept {
-    const auto index = thread.waitingIndexes() > ThreadState::indexReserve ? detail::takeIndex()
-                       : thread.freshIndex < thread.freshEnd               ? thread.freshIndex++
-                                                                           : detail::refillIndexes();
-    if (index == 0) [[unlikely]]
-        return null;
-    return detail::publish(index, body, behaviour);
-}
+Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept;
 
 // Ends the reference of a live object whose entry this is; answers the body, or null when another thread was first.
-inline std::byte *removeObject(Ref ref, Entry &entry) noexcept {
-    if (!detail::claim(entry, ref.generation())) return nullptr;
-    auto *body = entry.body.load(std::memory_order_relaxed);
-    if ((headerOf(body)->marks & markComponent) != 0) [[unlikely]]
-        detail::clearComponentSlot(ref.index());
-    ++thread.epoch;
-    if (ref.generation() + 1 < detail::lastGeneration) [[likely]] {
-        if (thread.waitingIndexes() == ThreadState::indexRing) [[unlikely]]
-            detail::shareIndexes();
-        detail::putIndex(ref.index());
-    }
-    return body;
-}
+std::byte *removeObject(Ref ref, Entry &entry) noexcept;
 
 // The reference that reaches the object at an index now; null when it is free.
 Ref referenceAt(std::uint32_t index) noexcept;
 
 // All sends take the slow road while closed.
 void closeGate(bool closed) noexcept;
-
-// Hands the calling thread's free indexes to the others.
-void returnIndexes() noexcept;
 
 // One pointer per object, in a table of its own that is touched only where it is used.
 void *componentSlot(Ref ref) noexcept;

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "host/host.h"
-#include "runtime/thread_state.h"
+#include "runtime/thread_store.h"
 
 namespace oocobol {
 
@@ -43,6 +43,19 @@ Ref create(const ClassFamily &family, Ref classObject, std::uint64_t size) {
     return object;
 }
 
+// An ended object is made anew, its index and its body together.
+inline Ref revive(ObjectPool &pool, const Behaviour &classSide, std::uint32_t classIndex) {
+    const auto index = pool.take();
+    auto &entry = objects.entries[index];
+    auto *body = entry.body.load(std::memory_order_relaxed);
+    auto *header = headerOf(body);
+    detail::clearSteps(body, classSide.plainPool - 1);
+    header->classIndex = classIndex;
+    header->size = classSide.plainSize;
+    header->marks = 0;
+    return detail::makeLive(index, entry, instancesOfClassSide(classSide.id));
+}
+
 std::recursive_mutex &exchangeLock() {
     static auto *lock = new std::recursive_mutex;
     return *lock;
@@ -52,7 +65,11 @@ bool isClassObject(const std::byte *body) { return (headerOf(const_cast<std::byt
 
 [[gnu::noinline]] Ref createSlowly(Ref classObject) {
     const auto *family = familyOfClass(classObject);
-    return family != nullptr ? create(*family, classObject, family->instanceDataSize) : null;
+    if (family == nullptr) return null;
+    const auto &classSide = *family->classSide;
+    if (auto *pool = classSide.plainPool != 0 ? restedPool(classSide.plainPool) : nullptr)
+        return revive(*pool, classSide, classObject.index());
+    return create(*family, classObject, family->instanceDataSize);
 }
 
 // A tied class object counts its instances where others note their class.
@@ -69,7 +86,7 @@ BodyHeader *tiedClassOf(const BodyHeader *instance) {
 }
 
 void joinTied(BodyHeader *instance) {
-    instance->marks |= markTied;
+    mark(*instance, markTied);
     if (auto *header = tiedClassOf(instance)) ++instancesOf(header);
 }
 
@@ -85,12 +102,21 @@ void leaveTied(const BodyHeader *instance) {
 }
 
 void untie(Ref classObject) {
-    if (auto *body = bodyOf(classObject)) std::atomic_ref(headerOf(body)->marks).fetch_and(~markTied);
+    if (auto *body = bodyOf(classObject))
+        std::atomic_ref(headerOf(body)->marks).fetch_and(static_cast<std::uint16_t>(~markTied));
 }
 
 [[gnu::noinline]] bool cancelSlowly(Ref object) {
     auto *entry = findEntry(object);
     if (entry == nullptr || isClassObject(entry->body.load(std::memory_order_relaxed))) return false;
+    const std::size_t sizeClass = headerOf(entry->body.load(std::memory_order_relaxed))->pool;
+    const auto poolable = sizeClass != 0 && object.generation() + 1 < detail::lastGeneration;
+    if (auto *pool = poolable ? roomyPool(sizeClass) : nullptr) {
+        if (!detail::claim(*entry, object.generation())) return false;
+        ++thread.epoch;
+        pool->put(object.index());
+        return true;
+    }
     auto *body = removeObject(object, *entry);
     if (body == nullptr) return false;
     if ((headerOf(body)->marks & markTied) != 0) leaveTied(headerOf(body));
@@ -104,39 +130,27 @@ void untie(Ref classObject) {
 // call in them they need no registers saved, which is a good part of their time.
 
 Ref createInstance(Ref classObject) noexcept {
-    const auto *family = familyOfClass(classObject);
-    if (family == nullptr || family->plainBodyClass == 0) return createSlowly(classObject);
-    auto &bodies = thread.bodies[family->plainBodyClass];
-    auto *memory = reinterpret_cast<std::byte *>(bodies.free);
-    if (memory == nullptr || thread.waitingIndexes() <= ThreadState::indexReserve) return createSlowly(classObject);
-    bodies.free = bodies.free->next;
-    --bodies.count;
-    detail::clearSteps(memory, family->plainBodyClass);
-    auto *body = memory + sizeof(BodyHeader);
-    headerOf(body)->size = family->instanceDataSize;
-    headerOf(body)->classIndex = classObject.index();
-    return detail::publish(detail::takeIndex(), body, family->instancesId);
+    const auto index = classObject.index();
+    if (index >= objects.limit.load(std::memory_order_relaxed)) return null;
+    const auto tag = objects.entries[index].tag.load(std::memory_order_acquire);
+    const auto &behaviour = behaviourAt(behaviourOf(tag));
+    auto &pool = *thread.store->pools[behaviour.plainPool];
+    if (static_cast<std::uint32_t>(tag) != classObject.generation() || behaviour.plainPool == 0 || !pool.hasRested())
+        [[unlikely]]
+        return createSlowly(classObject);
+    return revive(pool, behaviour, index);
 }
 
 bool cancelObject(Ref object) noexcept {
-    auto *entry = findEntry(object);
-    if (entry == nullptr) return false;
-    auto *body = entry->body.load(std::memory_order_relaxed);
-    auto *header = headerOf(body);
-    const auto sizeClass = detail::bodyClassOf(header->size);
-    auto &bodies = thread.bodies[sizeClass <= ThreadState::bodyClasses ? sizeClass : 0];
-    if (!detail::hasBodyCaches || (header->marks & (markClass | markComponent | markTied)) != 0 ||
-        __libc_single_threaded == 0 || object.generation() + 1 >= detail::lastGeneration ||
-        thread.waitingIndexes() == ThreadState::indexRing || sizeClass > ThreadState::bodyClasses ||
-        bodies.count >= detail::bodyCacheLimit)
+    if (!isLive(object)) return false;
+    auto &entry = objects.entries[object.index()];
+    const std::size_t sizeClass = headerOf(entry.body.load(std::memory_order_relaxed))->pool;
+    auto &pool = *thread.store->pools[sizeClass];
+    if (sizeClass == 0 || !pool.hasRoom() || (object.generation() + 1) >= detail::lastGeneration) [[unlikely]]
         return cancelSlowly(object);
-    entry->tag.store(makeTag(object.generation() + 1, 0), std::memory_order_release);
+    if (!detail::claim(entry, object.generation())) return false;
     ++thread.epoch;
-    detail::putIndex(object.index());
-    auto *free = reinterpret_cast<FreeBody *>(header);
-    free->next = bodies.free;
-    bodies.free = free;
-    ++bodies.count;
+    pool.put(object.index());
     return true;
 }
 
@@ -157,7 +171,7 @@ Ref shallowCopy(Ref object) noexcept {
     const auto *from = headerOf(original);
     auto *header = headerOf(body);
     header->classIndex = from->classIndex;
-    if ((from->marks & markClass) != 0) header->marks = markClass | markCopied | markLibrary;
+    if ((from->marks & markClass) != 0) mark(*header, markClass | markCopied | markLibrary);
     const auto copy = enterObject(body, behaviour);
     if (!copy)
         freeBody(body);
@@ -233,7 +247,7 @@ bool resizeIndexed(Ref object, std::uint64_t count) noexcept {
     std::memcpy(body, old, std::min<std::size_t>(size, header->size));
     headerOf(body)->index = header->index;
     headerOf(body)->classIndex = header->classIndex;
-    headerOf(body)->marks = header->marks;
+    mark(*headerOf(body), header->marks);
     entry->body.store(body, std::memory_order_release);
     ++thread.epoch;
     freeBody(old);
@@ -245,13 +259,13 @@ void tieClass(Ref classObject, Ref instance) noexcept {
     auto *body = bodyOf(instance);
     if (classBody == nullptr) return;
     if (body == nullptr) return removeClass(classObject);
-    headerOf(classBody)->marks |= markTied;
+    mark(*headerOf(classBody), markTied);
     headerOf(classBody)->classIndex = 1;
-    headerOf(body)->marks |= markTied;
+    mark(*headerOf(body), markTied);
 }
 
 void keepForLibrary(Ref object) noexcept {
-    if (auto *body = bodyOf(object)) headerOf(body)->marks |= markLibrary;
+    if (auto *body = bodyOf(object)) mark(*headerOf(body), markLibrary);
 }
 
 Count countInstances(Ref classObject) noexcept {

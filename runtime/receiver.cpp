@@ -2,12 +2,9 @@
 
 #include <cstring>
 
-namespace oocobol {
+#include "runtime/thread_store.h"
 
-namespace {
-// What a method that has lost its object works on.
-alignas(16) constinit thread_local std::byte standIn[detail::standInSize] = {};
-} // namespace
+namespace oocobol {
 
 void *resolveData(Ref self, void *data, const ClassFamily *layout, bool classSide) noexcept {
     if (self.isStatic()) return data; // the caller's bytes stay where they are
@@ -15,6 +12,7 @@ void *resolveData(Ref self, void *data, const ClassFamily *layout, bool classSid
     if (behaviour != nullptr && layout != nullptr && behaviour->classSide == classSide &&
         behaviour->family->isKindOf(*layout))
         return bodyOf(self);
+    auto &standIn = (ownStore() != nullptr ? *thread.store : noStore).standIn;
     std::memset(standIn, 0, sizeof standIn);
     return standIn;
 }

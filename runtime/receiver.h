@@ -60,7 +60,6 @@ protected:
 void *resolveData(Ref self, void *data, const ClassFamily *layout, bool classSide) noexcept;
 
 namespace detail {
-inline constexpr std::size_t standInSize = 1024;
 template <class Fields, bool classSide> class ReceiverOf : public Receiver {
 public:
     using Receiver::Receiver;

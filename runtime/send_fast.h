@@ -47,12 +47,11 @@ inline void sendFast(Ref receiver, oops_site &site, void *const *arguments, std:
         return detail::sendUnusually(receiver, site, arguments, count);
     const auto &entry = objects.entries[receiver.index()];
     const auto &cell = detail::cellOf(site);
-    if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
-        detail::isEnough(count, cell) && detail::stackPosition() >= thread.stackLimit) [[likely]] {
-        return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed),
-                                                          arguments, &cell);
-    }
-    detail::sendToAnother(receiver, site, arguments, count);
+    if (entry.tag.load(std::memory_order_acquire) != makeTag(receiver.generation(), cell.behaviour)) [[unlikely]]
+        return detail::sendToAnother(receiver, site, arguments, count);
+    if (!detail::isEnough(count, cell) || detail::stackPosition() < thread.stackLimit) [[unlikely]]
+        return detail::sendUnusually(receiver, site, arguments, count);
+    cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed), arguments, &cell);
 }
 
 } // namespace oocobol

@@ -1,14 +1,17 @@
 #include "runtime/thread_state.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <new>
 #include <pthread.h>
+#include <utility>
 
-#include "runtime/memory.h"
-#include "runtime/object_table.h"
+#include "runtime/thread_store.h"
 
 namespace oocobol {
 
 constinit thread_local ThreadState thread [[gnu::tls_model("initial-exec")]];
+constinit ThreadStore noStore;
 
 namespace {
 
@@ -17,8 +20,10 @@ constexpr std::uintptr_t handlerReserve = 256 * 1024;
 
 struct ExitHook {
     ~ExitHook() {
-        returnBodies();
-        returnIndexes();
+        if (thread.store == &noStore) return;
+        returnObjects(*thread.store);
+        returnBodies(*thread.store);
+        std::free(std::exchange(thread.store, &noStore));
     }
 };
 
@@ -34,6 +39,11 @@ void findStack(std::uintptr_t &lowest, std::uintptr_t &above) {
     pthread_attr_destroy(&attributes);
 }
 
+void makeStore() {
+    auto *memory = std::aligned_alloc(alignof(ThreadStore), sizeof(ThreadStore));
+    if (memory != nullptr) thread.store = new (memory) ThreadStore;
+}
+
 } // namespace
 
 void prepareThread() noexcept {
@@ -42,6 +52,7 @@ void prepareThread() noexcept {
         static thread_local ExitHook hook;
         static_cast<void>(&hook);
     }
+    if (thread.store == &noStore) makeStore();
     if (thread.stackLimit != UINTPTR_MAX) return;
     findStack(thread.stackEnd, thread.stackBase);
     const auto size = thread.stackBase - thread.stackEnd;

@@ -121,7 +121,7 @@ protected:
         setenv("COB_LIBRARY_PATH", path.c_str(), 1);
         setenv("COB_PRE_LOAD", "ht-omitted", 1);
         EXPECT_FALSE(isCobolCode(reinterpret_cast<void *>(&entryOf)));
-        EXPECT_EQ(gnucobol::callerArgumentCount(), 0);
+        EXPECT_EQ(gnucobol::CallerArguments().count(), 0);
         ASSERT_TRUE(findProgram("HT-OMITTED"));
     }
     void SetUp() override {
@@ -177,9 +177,9 @@ TEST_F(GnuCobol, activeProgramsMayBeEnteredAgain) {
 
 std::int64_t lengths;
 void sendInScope(void *object, void *, void *returning, void *argument, void *literal) {
-    EXPECT_EQ(gnucobol::callerArgumentCount(), 5);
-    EXPECT_EQ(gnucobol::callerArgumentSize(2), 10U);
-    EXPECT_EQ(gnucobol::callerArgumentSize(5), 0U);
+    EXPECT_EQ(gnucobol::CallerArguments().count(), 5);
+    EXPECT_EQ(gnucobol::CallerArguments().size(2), 10U);
+    EXPECT_EQ(gnucobol::CallerArguments().size(5), 0U);
     const gnucobol::SenderScope scope;
     std::array<void *, entryArguments> arguments{object, object, returning, argument, literal};
     lengths = call(findProgram("ht-lengths"), arguments.data());
@@ -235,7 +235,7 @@ void pauseInBlockingSection(void *text) {
     }
     ++inside;
     EXPECT_EQ(gnucobol::runTime()->current, frame);
-    EXPECT_EQ(gnucobol::callerArgumentCount(), 1);
+    EXPECT_EQ(gnucobol::CallerArguments().count(), 1);
     *static_cast<char *>(text) = static_cast<char>(before + 1);
     --inside;
 }
