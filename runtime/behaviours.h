@@ -121,7 +121,7 @@ inline constexpr std::string_view guardedMessages[] = {"at",
                                                        "replacecontentswith",
                                                        "fixcollisionsfrom",
                                                        "setdata",
-                                                       "keydata",
+                                                       "basiccopy",
                                                        "privateat",
                                                        "withlengthvalue"};
 static_assert(std::size(guardedMessages) <= 64);

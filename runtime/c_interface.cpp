@@ -232,7 +232,7 @@ oops_ref oopsnewindexedinstance(oops_ref class_object, uint32_t count) {
 
 void oopscancel(oops_ref object) { cancelObject(Ref{object}); }
 
-oops_ref oopsshallowcopy(oops_ref object) { return shallowCopy(Ref{object}).bits; }
+oops_ref oopsshallowcopy(oops_ref object) { return sharingCopy(Ref{object}).bits; }
 
 int32_t oopscopyobjectcontents(oops_ref to, oops_ref from) { return copyContents(Ref{to}, Ref{from}) ? 1 : 0; }
 

@@ -124,6 +124,13 @@ void untie(Ref classObject) {
     return true;
 }
 
+bool isOfSameShape(Ref to, Ref from) {
+    auto *target = bodyOf(to), *source = bodyOf(from);
+    if (target == nullptr || source == nullptr || isClassObject(target)) return false;
+    return headerOf(target)->classIndex == headerOf(source)->classIndex &&
+           headerOf(target)->size == headerOf(source)->size;
+}
+
 } // namespace
 
 // The two below are the common case of the general ones, with everything asked before anything is changed: without a
@@ -180,13 +187,27 @@ Ref shallowCopy(Ref object) noexcept {
     return copy;
 }
 
+bool (*contentsShared)(Ref original) = nullptr;
+void (*contentsReplaced)(Ref object) = nullptr;
+
+Ref sharingCopy(Ref object) noexcept {
+    const auto copy = shallowCopy(object);
+    if (copy && contentsShared != nullptr && !contentsShared(copy)) {
+        cancelObject(copy);
+        return null;
+    }
+    return copy;
+}
+
 bool copyContents(Ref to, Ref from) noexcept {
-    auto *target = bodyOf(to);
+    if (!isOfSameShape(to, from)) return false;
+    if (to == from) return true;
+    if (contentsShared != nullptr && !contentsShared(from)) return false;
+    if (contentsReplaced != nullptr) contentsReplaced(to);
+    if (!isOfSameShape(to, from)) return false; // releasing an area may have run user code
     const auto *source = bodyOf(from);
-    if (target == nullptr || source == nullptr || isClassObject(target)) return false;
-    const auto *header = headerOf(const_cast<std::byte *>(source));
-    if (headerOf(target)->classIndex != header->classIndex || headerOf(target)->size != header->size) return false;
-    std::memmove(target, source, header->size);
+    std::memmove(bodyOf(to), source, headerOf(const_cast<std::byte *>(source))->size);
+    ++thread.epoch;
     return true;
 }
 

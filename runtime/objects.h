@@ -13,11 +13,20 @@ Ref createInstance(Ref classObject) noexcept;
 // The same with `count` bytes of indexed data behind its fields.
 Ref createIndexedInstance(Ref classObject, std::uint64_t count) noexcept;
 
-// A byte copy of an object, of the same class; of a class object, a class of the same family.
+// A byte copy of an object, of the same class; of a class object, a class of the same family. What its fields point to
+// is the original's: the caller replaces that at once.
 Ref shallowCopy(Ref object) noexcept;
+// The same for everybody else: areas behind the fields belong to both.
+Ref sharingCopy(Ref object) noexcept;
 
-// Copies the data over that of an object of the same class and size. False, and nothing changed, otherwise.
+// Copies the data over that of an object of the same class and size, as sharingCopy does. False, and nothing changed,
+// otherwise.
 bool copyContents(Ref to, Ref from) noexcept;
+
+// Set by the module whose classes have areas behind their fields: the area of this object gets one more owner (false
+// when that cannot be noted); this object gives its area up, because its fields are about to be overwritten.
+extern bool (*contentsShared)(Ref original);
+extern void (*contentsReplaced)(Ref object);
 
 // The two exchange bodies and classes. False, and nothing changed, for class objects and dead references.
 bool exchangeIdentities(Ref one, Ref other) noexcept;

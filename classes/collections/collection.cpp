@@ -1,5 +1,7 @@
 #include "classes/collections/collection.h"
 
+#include "classes/collections/shared_storage.h"
+
 namespace oocobol {
 
 // ---- Storage ------------------------------------------------------------------------------------------------------
@@ -10,19 +12,43 @@ std::byte *allocateStorage(const Receiver &self, Count bytes) noexcept {
 }
 
 void releaseStorage(const Receiver &self, std::byte *storage) noexcept {
-    if (storage == nullptr) return;
+    if (storage == nullptr || leaveToOthers(storage)) return;
     if (nativePath(self.ref(), {"dealloc"})) return release(storage);
     sendSelf(SITE("dealloc"), self, Address{storage});
 }
 
+namespace {
+// The others keep what is shared.
+std::byte *ownCopy(const CollectionFields &fields, std::size_t length) {
+    auto *storage = static_cast<std::byte *>(allocate(length));
+    if (storage == nullptr) return nullptr;
+    std::memcpy(storage, fields.storage, fields.storageLength);
+    if (!leaveToOthers(fields.storage)) release(fields.storage); // the last of them has just gone
+    return storage;
+}
+} // namespace
+
 bool stretchStorage(CollectionFields &fields, Count bytes) noexcept {
     const auto kept = std::min(bytes, Count{fields.storageLength});
     const auto length = std::size_t{std::max(bytes, Count{fields.storageLength})} + 1;
-    auto *storage = static_cast<std::byte *>(reallocate(fields.storage, length));
+    auto *storage = isShared(fields.storage) ? ownCopy(fields, length)
+                                             : static_cast<std::byte *>(reallocate(fields.storage, length));
     if (storage == nullptr) return false;
     std::memset(storage + kept, ' ', length - kept);
     fields.storage = storage;
     return true;
+}
+
+Ref copyForOwnStorage(const Receiver &self, oops_super_site &basicCopy) noexcept {
+    static const auto &base = *rootFamilies().base->instances;
+    if (isPristine(base, {"basiccopy"})) {
+        const auto copy = shallowCopy(self.ref());
+        if (copy) sendSelf(SITE("resetcache"), self);
+        return copy;
+    }
+    const auto copy = sendSuper<Ref>(basicCopy, self);
+    if (const auto *fields = fieldsOf<CollectionFields>(copy)) leaveToOthers(fields->storage);
+    return copy;
 }
 
 // ---- Reading elements ---------------------------------------------------------------------------------------------

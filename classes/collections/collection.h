@@ -55,6 +55,9 @@ void releaseStorage(const Receiver &self, std::byte *storage) noexcept;
 // block of many pages is stretched without being copied.
 bool stretchStorage(CollectionFields &fields, Count bytes) noexcept;
 
+// `basiccopy` for a method that gives the copy storage of its own: until then its fields name the receiver's.
+Ref copyForOwnStorage(const Receiver &self, oops_super_site &basicCopy) noexcept;
+
 // A number of slots as a size argument; one that no collection can have becomes -1, which every creation refuses.
 inline Index asSize(std::int64_t slots) { return slots < 0 || slots > INT32_MAX ? -1 : static_cast<Index>(slots); }
 

@@ -5,6 +5,7 @@
 // collection's own per-element methods (their names end in bm).
 #include "classes/collections/collection.h"
 #include "classes/collections/dictionary.h"
+#include "classes/collections/shared_storage.h"
 #include "host/host.h"
 
 #if OOCOBOL_CHECKED
@@ -34,7 +35,7 @@ void moveStorageOf(Ref object, void *) {
     auto *moved = static_cast<std::byte *>(allocate(bytes));
     if (moved == nullptr) return;
     std::memcpy(moved, fields->storage, bytes);
-    release(fields->storage);
+    if (!leaveToOthers(fields->storage)) release(fields->storage);
     fields->storage = moved;
 }
 const bool storageMoves = (moveStorage = moveStorageOf, true);
@@ -126,7 +127,7 @@ Ref finalize(Self self) {
 
 // copy () -> collection with the same elements and storage of its own. Raises 32 when there is no memory.
 Answer<Ref> copy(Self self) {
-    const auto made = sendSuper<Ref>(SUPER("basiccopy"), self);
+    const auto made = copyForOwnStorage(self, SUPER("basiccopy"));
     auto *fields = changeableFields<CollectionFields>(made);
     if (fields == nullptr) return raise(Error::noStorage);
     const auto slots = fields->slotCount;

@@ -347,7 +347,7 @@ Ref minus(Self self, Ref other) {
 
 // copy () -> set. Raises 32 when there is no memory.
 Answer<Ref> copy(Self self) {
-    const auto made = withOwnStorage(self, sendSuper<Ref>(SUPER("basiccopy"), self));
+    const auto made = withOwnStorage(self, copyForOwnStorage(self, SUPER("basiccopy")));
     if (!made) return raise(Error::noStorage);
     return made;
 }

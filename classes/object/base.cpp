@@ -20,7 +20,7 @@ using Self = Receiver;
 // basiccopy, copy () -> object. A byte copy; null when memory is short. A null receiver raises 27.
 Answer<Ref> basicCopy(Self self) {
     if (self.isNull()) return raise(Error::nullReceiver);
-    const auto copy = shallowCopy(self.ref());
+    const auto copy = sharingCopy(self.ref());
     if (copy) sendSelf(SITE("resetcache"), self);
     return copy;
 }

@@ -49,9 +49,9 @@ int main(int count, char **arguments) {
     for (i = 0; i < THREADS; ++i) pthread_create(&threads[i], NULL, create_and_finalize, &failed[i]);
     library = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
     if (library == NULL) fprintf(stderr, "%s\n", dlerror());
-    if (library != NULL && (!find(library, "oopsresolvelist", &send_list) ||
-                            !find(library, "oopsgetobjectcount", &object_count) ||
-                            !find(library, "oopsgetclassobject", &get_class)))
+    if (library != NULL &&
+        (!find(library, "oopsresolvelist", &send_list) || !find(library, "oopsgetobjectcount", &object_count) ||
+         !find(library, "oopsgetclassobject", &get_class)))
         fprintf(stderr, "a function is missing\n");
     pthread_barrier_wait(&loaded);
     for (i = 0; i < THREADS; ++i) {

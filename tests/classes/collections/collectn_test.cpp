@@ -35,6 +35,26 @@ TEST_F(Collections, ShowThemselvesOnOneLine) {
     for (const auto object : {none, words, array, objects, one}) finalize(object);
 }
 
+// A byte copy shares the storage, whichever of the two ends or grows first.
+TEST_F(Collections, ShareStorageUntilTheLastIsGone) {
+    for (const auto originalEndsFirst : {true, false}) {
+        const auto original = listOf({"a", "b", "c"}, 1), other = listOf({"z"}, 1);
+        const auto copy = send<Ref>(SITE("basiccopy"), original);
+        EXPECT_TRUE(send<bool>(SITE("copycontents"), other, original));
+        EXPECT_TRUE(send<bool>(SITE("copycontents"), original, original));
+        finalize(originalEndsFirst ? original : copy);
+        const auto left = originalEndsFirst ? copy : original;
+        EXPECT_EQ(display(left), "(a b c )");
+        for (int i = 0; i < 100; ++i) add(left, "d");
+        EXPECT_EQ(send<Index>(SITE("size"), left), 103);
+        EXPECT_EQ(display(other), "(a b c )");
+        finalize(left);
+        EXPECT_EQ(display(other), "(a b c )");
+        finalize(other);
+    }
+    EXPECT_TRUE(errors.numbers().empty());
+}
+
 TEST_F(Collections, ShowThatTheyContainThemselves) {
     const auto outer = referencesOf("ordrdcll", {}), inner = referencesOf("ordrdcll", {outer});
     send(SITE("add"), outer, inner);
