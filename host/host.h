@@ -119,25 +119,79 @@ bool createThread(void (*entry)(void *block), const void *block, std::size_t len
 // Runs action(argument) when the calling thread ends.
 void atThreadExit(void (*action)(void *argument), void *argument) noexcept;
 
-// ---- Text and system --------------------------------------------------------------------------------------------
+// ---- Text -------------------------------------------------------------------------------------------------------
 
 // ASCII letters converted in place, nothing else.
 void toUpper(char *text, std::size_t length) noexcept;
 void toLower(char *text, std::size_t length) noexcept;
 
-// A file name as programs hold it in the form that files are opened by, ended by a null byte: without spaces at its
-// end and quotes around it, cut to 255 bytes.
+// 1 or 2: the bytes of the character at the start of the text; a lead byte with nothing behind it counts 1.
+// Lead bytes are those of Shift-JIS.
+std::size_t characterLength(std::string_view text) noexcept;
+
+// ---- File names -------------------------------------------------------------------------------------------------
+// In all of these `/` and `\` both separate directories, and a separator that is put in is a `\`.
+
+inline constexpr char insertedSeparator = '\\';
+inline constexpr std::size_t longestFileName = 65535; // of joined parts
+
+// A name as programs write it, without the spaces behind it and the double quotes around it.
+std::string_view bareFileName(std::string_view name) noexcept;
+// The same as files are opened by it: up to the first null byte, cut to 255 bytes, ended by a null byte.
 inline constexpr std::size_t fileNameSize = 256;
 void toInternalFileName(std::string_view name, char (&internal)[fileNameSize]) noexcept;
+// Whether that conversion would leave the name as it is.
+bool isInternalFileName(std::string_view name) noexcept;
+
+struct FileNameParts {
+    std::string_view path;      // up to the last separator, that one included
+    std::string_view base;      // what follows, without the extension and its period
+    std::string_view extension; // behind the last period
+};
+// Whether the last component has an extension: not when its only period is its first character, or the last period its
+// last one.
+bool hasExtension(std::string_view name) noexcept;
+// Where there is no extension, the base takes in everything behind the path.
+FileNameParts splitFileName(std::string_view name, bool withExtension) noexcept;
+// The parts in one name; a path that lacks its separator gets one, and an extension its period. False when memory is
+// short or the name would be longer than longestFileName.
+bool joinFileName(const FileNameParts &parts, std::string &joined) noexcept;
+
+// ---- Directories ------------------------------------------------------------------------------------------------
+
+struct FileStatus {
+    bool found = false;
+    bool isDirectory = false;
+    bool isHidden = false;   // the name begins with a period
+    bool isReadOnly = false; // its owner may not write
+    std::uint32_t size = 0;  // 0xFFFFFFFF: that or more
+};
+// What a name stands for. Links are followed; one that leads nowhere counts as a file. Where there is nothing, a
+// name with `\` is tried as it stands: other programs make such files.
+FileStatus lookUpFile(std::string_view name) noexcept;
+
+struct FoundFile {
+    std::string_view name() const { return {text, length}; }
+    char text[fileNameSize];
+    std::uint8_t length = 0;
+    bool isDirectory = false; // or a link to one
+    std::uint16_t handle = 0; // where the search goes on; 0 when this was the last
+};
+enum class SearchResult { found, nothing, noMemory };
+// Looks in the pattern's path, taken as it stands, for the names that fit its last component: `*`, `?` and `[...]` as
+// in the shell, so that only a pattern with a leading period finds names with one. Never finds "." and "..". The names
+// are those at the start, in the order of their bytes.
+SearchResult findFirstFile(std::string_view pattern, FoundFile &found) noexcept;
+// The next name. A search that has ended is `nothing`, as is one that has been forgotten because 256 others were used
+// after it.
+SearchResult findNextFile(std::uint16_t handle, FoundFile &found) noexcept;
+
+// ---- System -----------------------------------------------------------------------------------------------------
 
 struct SystemInfo {
     std::uint8_t type; // 128: file names in lower case
     bool doubleByte;   // the environment has double-byte characters (OOCOBOL_DBCS, else the locale's encoding)
 };
 SystemInfo systemInfo() noexcept;
-
-// 1 or 2: the bytes of the character at the start of the text; a lead byte with nothing behind it counts 1.
-// Lead bytes are those of Shift-JIS.
-std::size_t characterLength(std::string_view text) noexcept;
 
 } // namespace oocobol::host

@@ -37,14 +37,6 @@ void toUpper(char *text, std::size_t length) noexcept { exchangeCase<'a', 'z'>(t
 
 void toLower(char *text, std::size_t length) noexcept { exchangeCase<'A', 'Z'>(text, length); }
 
-void toInternalFileName(std::string_view name, char (&internal)[fileNameSize]) noexcept {
-    while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
-    if (name.size() >= 2 && name.front() == '"' && name.back() == '"') name = name.substr(1, name.size() - 2);
-    name = name.substr(0, fileNameSize - 1);
-    std::memset(internal, 0, fileNameSize);
-    std::memcpy(internal, name.data(), name.size());
-}
-
 std::size_t characterLength(std::string_view text) noexcept {
     return text.size() >= 2 && isLeadByte(text.front()) ? 2 : 1;
 }

@@ -30,20 +30,12 @@ void replace(const Self &self, Ref Fields::*field, Ref made) {
 
 // ---- Names ------------------------------------------------------------------------------------------------------
 
-// Where the extension's period is: in the last component and not its first character.
-std::size_t findExtension(std::string_view name) {
-    const auto component = name.find_last_of("/\\") + 1; // 0 when there is none
-    const auto period = name.rfind('.');
-    return period == std::string_view::npos || period <= component ? std::string_view::npos : period;
-}
-
 // setlanguagefilename (name). Split at the extension's period.
 void setLanguageFileName(Self self, Ref name) {
     const auto text = textOf(name);
-    const auto period = findExtension(text);
-    const auto hasExtension = period != std::string::npos;
-    replace(self, &Fields::fileName, newText(std::string_view(text).substr(0, period)));
-    replace(self, &Fields::extension, newText(hasExtension ? std::string_view(text).substr(period + 1) : ""));
+    const auto [path, base, extension] = host::splitFileName(text, host::hasExtension(text));
+    replace(self, &Fields::fileName, newText(std::string_view(text).substr(0, path.size() + base.size())));
+    replace(self, &Fields::extension, newText(extension));
 }
 
 // getlanguagefilename () -> character array. Joined again.

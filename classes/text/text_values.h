@@ -10,8 +10,8 @@ namespace oocobol {
 
 // A new character array of these bytes, the caller's to finalize; null when memory is short.
 inline Ref newText(std::string_view text) {
-    return send<Ref>(SITE("withbytelengthvalue"), CLASS("chararry"), static_cast<Index>(text.size()),
-                     Bytes{text.data()});
+    const Bytes bytes{text.empty() ? "" : text.data()}; // an empty one may have no address
+    return send<Ref>(SITE("withbytelengthvalue"), CLASS("chararry"), static_cast<Index>(text.size()), bytes);
 }
 
 // The bytes of any object that answers `sizeinbytes` and `getvalue`; what claims more than `limit` bytes, and what is
