@@ -27,6 +27,7 @@ constexpr Ratio ratios[] = {
     {"object/new_finalize_messages", "object/malloc_free", 0},
     {"collection/do", "send/one_class", 4.0},
     {"sort/values", "sort/std", 0.3},
+    {"files/expandwildcards", "files/readdir_fnmatch", 2.0},
     {"send/one_class", "call/virtual", 0},
 };
 

@@ -90,6 +90,8 @@ public:
     bool take(FoundFile &found) noexcept {
         if (isOver()) return false;
         const auto &entry = entries[next++];
+        constexpr std::size_t ahead = 8; // the names lie in the folder's order
+        if (next + ahead < entries.size()) __builtin_prefetch(text.data() + entries[next + ahead].offset);
         std::memcpy(found.text, text.data() + entry.offset, entry.length);
         found.length = entry.length;
         found.isDirectory = entry.isDirectory;

@@ -10,8 +10,9 @@ namespace {
 bool isSeparator(char character) { return character == '/' || character == '\\'; }
 
 std::string_view lastComponent(std::string_view name) {
-    const auto separator = name.find_last_of("/\\");
-    return separator == std::string_view::npos ? name : name.substr(separator + 1);
+    auto start = name.size();
+    while (start > 0 && !isSeparator(name[start - 1])) --start;
+    return name.substr(start);
 }
 
 } // namespace

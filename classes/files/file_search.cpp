@@ -82,25 +82,22 @@ Answer<Ref> findFirst(const ClassSelf &self, Ref pattern) {
 
 namespace {
 
-// What withFound makes, for a class without redefinitions.
+// What withFound makes, for a class without redefinitions. The search will be over before anybody sees its names, so
+// that there is nothing of it to remember.
 Answer<Ref> makeFound(Ref ofClass, std::string_view path, const host::FoundFile &found) noexcept {
     const auto entry = found.name();
     const std::string_view separator(&host::insertedSeparator, found.isDirectory ? 1 : 0);
     NewText joined(CLASS("chararry"), path.size() + entry.size() + separator.size());
     const auto name = joined.append(path).append(entry).append(separator).finish();
     if (!name.value) return name;
-    const auto searchPath = textOfClass(CLASS("chararry"), path);
-    const auto made = searchPath.value ? createInstance(ofClass) : null;
+    const auto made = createInstance(ofClass);
     if (!made) {
         send<Ref>(SITE("finalize"), name.value);
-        if (searchPath.value) send<Ref>(SITE("finalize"), searchPath.value);
-        return searchPath.failure ? searchPath.failure : raise(Error::noInstance);
+        return raise(Error::noInstance);
     }
-    fieldsOfMade(made) = {.name = name.value,
-                          .searchHandle = found.handle,
-                          .searchPath = searchPath.value,
-                          .hasExtension = !found.isDirectory && host::hasExtension(entry),
-                          .isCut = 0};
+    auto &fields = fieldsOfMade(made);
+    fields.name = name.value;
+    fields.hasExtension = !found.isDirectory && host::hasExtension(entry);
     return made;
 }
 
@@ -124,12 +121,12 @@ bool searchesNatively(Ref ofClass, Ref list) noexcept {
            runsLibraryCode(*textFamily->instances, {"asinternalfilename", "concatz", "copy"});
 }
 
-// Adds an object to the list. False when there is none or no room for it: then it has been finalized.
-bool addOwned(Ref list, Ref object) {
+// Adds an object as the last of `size` in the list. False when there is none or no room for it: then it has been
+// finalized.
+bool addOwned(Ref list, Ref object, Count size) {
     if (!object) return false;
-    const auto size = send<Count>(SITE("size"), list);
     send(SITE("add"), list, object);
-    if (send<Count>(SITE("size"), list) != size) return true;
+    if (send<Count>(SITE("size"), list) == size) return true;
     send<Ref>(SITE("finalize"), object);
     return false;
 }
@@ -148,9 +145,10 @@ Answer<Ref> expandNatively(const ClassSelf &self, Ref pattern, Ref list) {
     const auto path = textOf(pathText.ref(), host::longestFileName);
     host::FoundFile found;
     auto isFound = findFirstOf(name.ref(), found);
+    Count size = 0;
     for (; isFound.value; isFound = findNextOf(found.handle, found)) {
         const auto made = makeFound(self.ref(), path, found);
-        if (!addOwned(list, made.value)) return giveUp(list, made.failure);
+        if (!addOwned(list, made.value, ++size)) return giveUp(list, made.failure);
     }
     if (isFound.failure) return giveUp(list, isFound.failure);
     return list;
@@ -163,8 +161,8 @@ Answer<Ref> expandWildcards(const ClassSelf &self, Ref pattern) {
     if (!list) return null;
     if (searchesNatively(self.ref(), list)) return expandNatively(self, pattern, list);
     auto found = sendSelf<Ref>(SITE("findfirst"), self, pattern);
-    while (found) {
-        if (!addOwned(list, found)) return giveUp(list, {});
+    for (Count size = 1; found; ++size) {
+        if (!addOwned(list, found, size)) return giveUp(list, {});
         found = send<Ref>(SITE("findnext"), found);
     }
     return list;
