@@ -91,7 +91,7 @@ main-line.
             CALL "lister-folder" USING entry-name inner-level
         END-IF
     END-PERFORM
-    CALL "oosend" USING "deepfinalize" found found
+    CALL "oosend" USING "deepfinalize" found OMITTED
     GOBACK.
 END PROGRAM lister-folder.
 

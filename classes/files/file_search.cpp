@@ -140,7 +140,7 @@ Answer<Ref> giveUp(Ref list, Failure failure) {
 
 Answer<Ref> expandNatively(const ClassSelf &self, Ref pattern, Ref list) {
     const Temporary name(sendSelf<Ref>(SITE("withname"), self, pattern));
-    if (!name) return giveUp(list, {});
+    if (!name) return list; // what kept it from being one has been raised
     const Temporary pathText(send<Ref>(SITE("path"), name.ref()));
     const auto path = textOf(pathText.ref(), host::longestFileName);
     host::FoundFile found;
