@@ -10,7 +10,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <fnmatch.h>
-#include <locale.h>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -47,23 +46,9 @@ bool readStatus(std::string_view name, struct stat &status) noexcept {
 
 bool isDotOrDotDot(std::string_view name) { return name == "." || name == ".."; }
 
-// ---- Patterns ---------------------------------------------------------------------------------------------------
-
-// Names that are no text in the locale of the process are compared byte by byte.
-bool matchesAsBytes(const char *pattern, const char *name, int flags) noexcept {
-    static const auto bytes = newlocale(LC_ALL_MASK, "C", nullptr);
-    if (!bytes) return false;
-    const auto former = uselocale(bytes);
-    const auto result = fnmatch(pattern, name, flags);
-    uselocale(former);
-    return result == 0;
-}
-
-bool matches(const char *pattern, const char *name) noexcept {
-    constexpr int flags = FNM_NOESCAPE | FNM_PERIOD;
-    const auto result = fnmatch(pattern, name, flags);
-    if (result == 0 || result == FNM_NOMATCH) return result == 0;
-    return matchesAsBytes(pattern, name, flags);
+// A name that is no text in the locale is compared byte by byte: the C library sees to that.
+bool matches(const std::string &pattern, const char *name) noexcept {
+    return fnmatch(pattern.c_str(), name, FNM_NOESCAPE | FNM_PERIOD) == 0;
 }
 
 // ---- The names of one search ------------------------------------------------------------------------------------
@@ -151,7 +136,7 @@ Names namesIn(std::string_view path, const std::string &pattern) {
     const auto folder = openFolder(path);
     if (!folder) return names;
     while (const auto *entry = readdir(folder.get())) {
-        if (!isDotOrDotDot(entry->d_name) && matches(pattern.c_str(), entry->d_name))
+        if (!isDotOrDotDot(entry->d_name) && matches(pattern, entry->d_name))
             names.add(entry->d_name, isDirectory(folder.get(), *entry));
     }
     names.sort();
