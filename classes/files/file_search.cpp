@@ -62,7 +62,7 @@ Ref withFound(Ref ofClass, Ref path, const host::FoundFile &found) {
         send(SITE("appenddir"), made, entryName.ref());
     else if (!found.isDirectory)
         send(SITE("setpath"), made, pathName.ref());
-    send(SITE("setsearchpath"), made, path);
+    if (path) send(SITE("setsearchpath"), made, path);
     send(SITE("setsearchhandle"), made, found.handle);
     return made;
 }

@@ -5,7 +5,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "runtime/dispatch.h"
+#include "classes/files/filename.h"
 #include "tests/host/temporary_folder.h"
 #include "tests/support/support.h"
 
@@ -333,6 +333,13 @@ TEST(FileName, WrongArgumentsRaiseAndChangeNothing) {
     EXPECT_FALSE(send<Ref>(SITE("path"), nameless.ref()));
     EXPECT_FALSE(exists(nameless.ref()));
     EXPECT_FALSE(send<Ref>(SITE("findnext"), nameless.ref()));
+    const TemporaryFolder folder;
+    for (const auto *file : {"a", "b"}) folder.write(file, "");
+    const Temporary pattern(text((folder.path / "*").string()));
+    const Temporary found(send<Ref>(SITE("findfirst"), classObject(), pattern.ref()));
+    send(SITE("setsearchhandle"), nameless.ref(), fieldsOf<FileNameFields>(found.ref())->searchHandle);
+    const Temporary next(send<Ref>(SITE("findnext"), nameless.ref())); // goes on with that search, without its path
+    EXPECT_EQ(valueOf(next.ref()), "b");
     send(SITE("setpathz"), nameless.ref(), "x");
     EXPECT_EQ(errors.numbers(), std::vector<Count>{});
 }
