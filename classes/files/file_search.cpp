@@ -14,22 +14,44 @@
 
 namespace oocobol::files {
 
+namespace {
+
+bool runsLibraryCode(const Behaviour &behaviour, std::initializer_list<std::string_view> messages) noexcept {
+    return std::ranges::all_of(messages, [&](std::string_view message) {
+        const auto *method = lookUp(behaviour, findSelector(message));
+        return method != nullptr && method->library;
+    });
+}
+
+} // namespace
+
 bool isCutByConversion(Ref given) noexcept {
     if (const auto *fields = fieldsOf<FileNameFields>(given)) return fields->isCut != 0;
-    return host::bareFileName(nativeValue(given)).size() >= host::fileNameSize;
+    if (host::bareFileName(nativeValue(given)).size() < host::fileNameSize) return false;
+    return runsLibraryCode(*behaviourOfObject(given), {"asinternalfilename"});
 }
 
 namespace {
 
 FileNameFields &fieldsOfMade(Ref made) noexcept { return *reinterpret_cast<FileNameFields *>(bodyOf(made)); }
 
-// An object for messages that take a name and convert it: what comes out is exactly this name.
-Ref nameObject(std::string_view name) {
-    if (host::isInternalFileName(name)) return newText(name);
-    const auto made = createInstance(CLASS("filename"));
-    const auto text = made ? newText(name) : null;
-    if (text) fieldsOfMade(made).name = text;
+// A file name of that class that keeps the text; without memory the text is gone.
+Answer<Ref> withNameText(Ref ofClass, Ref text, bool hasExtension) noexcept {
+    if (!text) return null; // that has been raised
+    const auto made = createInstance(ofClass);
+    if (!made) {
+        send<Ref>(SITE("finalize"), text);
+        return raise(Error::noInstance);
+    }
+    fieldsOfMade(made).name = text;
+    fieldsOfMade(made).hasExtension = hasExtension;
     return made;
+}
+
+// An object for messages that take a name and convert it: what comes out is exactly this name.
+Answer<Ref> nameObject(std::string_view name) {
+    if (host::isInternalFileName(name)) return newText(name);
+    return withNameText(CLASS("filename"), newText(name), false);
 }
 
 // A pattern that was cut would find other files.
@@ -47,22 +69,38 @@ Answer<bool> findNextOf(std::uint16_t handle, host::FoundFile &found) {
     return result == host::SearchResult::found;
 }
 
+// Sends a name a message that sets one of its fields. False when that failed for lack of memory: a name that lacks its
+// folder is another file's.
+bool setField(Ref made, Ref FileNameFields::*field, oops_site &message, Ref value) {
+    const auto held = [&] {
+        const auto *fields = fieldsOf<FileNameFields>(made);
+        return fields != nullptr ? fields->*field : null;
+    };
+    const auto before = held();
+    send(message, made, value);
+    return held() != before || !runsMethodOf(made, message.method, "filename");
+}
+
 // The file name for what has been found in a path: a directory's ends with a separator.
-Ref withFound(Ref ofClass, Ref path, const host::FoundFile &found) {
+Answer<Ref> withFound(Ref ofClass, Ref path, const host::FoundFile &found) {
     const auto folder = textOf(path, host::longestFileName);
-    const Temporary pathName(nameObject(folder));
     auto entry = std::string(found.name());
     if (found.isDirectory && folder.empty()) entry += host::insertedSeparator;
-    const Temporary entryName(nameObject(entry));
+    const auto folderObject = nameObject(folder), entryObject = nameObject(entry);
+    const Temporary folderName(folderObject.value), entryName(entryObject.value);
+    if (!folderName) return folderObject;
+    if (!entryName) return entryObject;
 
     const auto isFolderInPath = found.isDirectory && !folder.empty();
-    const auto made = send<Ref>(SITE("withname"), ofClass, isFolderInPath ? pathName.ref() : entryName.ref());
+    const auto made = send<Ref>(SITE("withname"), ofClass, isFolderInPath ? folderName.ref() : entryName.ref());
     if (!made) return null;
+    auto isWhole = true;
     if (isFolderInPath)
-        send(SITE("appenddir"), made, entryName.ref());
+        isWhole = setField(made, &FileNameFields::name, SITE("appenddir"), entryName.ref());
     else if (!found.isDirectory)
-        send(SITE("setpath"), made, pathName.ref());
-    if (path) send(SITE("setsearchpath"), made, path);
+        isWhole = setField(made, &FileNameFields::name, SITE("setpath"), folderName.ref());
+    if (isWhole && path) isWhole = setField(made, &FileNameFields::searchPath, SITE("setsearchpath"), path);
+    if (!isWhole) return send<Ref>(SITE("finalize"), made);
     send(SITE("setsearchhandle"), made, found.handle);
     return made;
 }
@@ -77,6 +115,7 @@ Answer<Ref> findFirst(const ClassSelf &self, Ref pattern) {
     if (isFound.failure) return isFound.failure;
     if (!isFound.value) return null;
     const Temporary path(send<Ref>(SITE("path"), name.ref()));
+    if (!path) return null;
     return withFound(self.ref(), path.ref(), found);
 }
 
@@ -89,23 +128,8 @@ Answer<Ref> makeFound(Ref ofClass, std::string_view path, const host::FoundFile 
     const std::string_view separator(&host::insertedSeparator, found.isDirectory ? 1 : 0);
     NewText joined(CLASS("chararry"), path.size() + entry.size() + separator.size());
     const auto name = joined.append(path).append(entry).append(separator).finish();
-    if (!name.value) return name;
-    const auto made = createInstance(ofClass);
-    if (!made) {
-        send<Ref>(SITE("finalize"), name.value);
-        return raise(Error::noInstance);
-    }
-    auto &fields = fieldsOfMade(made);
-    fields.name = name.value;
-    fields.hasExtension = !found.isDirectory && host::hasExtension(entry);
-    return made;
-}
-
-bool runsLibraryCode(const Behaviour &behaviour, std::initializer_list<std::string_view> messages) noexcept {
-    return std::ranges::all_of(messages, [&](std::string_view message) {
-        const auto *method = lookUp(behaviour, findSelector(message));
-        return method != nullptr && method->library;
-    });
+    if (name.failure) return name;
+    return withNameText(ofClass, name.value, !found.isDirectory && host::hasExtension(entry));
 }
 
 // Whether no message that a search sends for its results is redefined.
@@ -142,6 +166,7 @@ Answer<Ref> expandNatively(const ClassSelf &self, Ref pattern, Ref list) {
     const Temporary name(sendSelf<Ref>(SITE("withname"), self, pattern));
     if (!name) return list; // what kept it from being one has been raised
     const Temporary pathText(send<Ref>(SITE("path"), name.ref()));
+    if (!pathText) return giveUp(list, {});
     const auto path = textOf(pathText.ref(), host::longestFileName);
     host::FoundFile found;
     auto isFound = findFirstOf(name.ref(), found);
@@ -172,7 +197,8 @@ Answer<Ref> findNext(const Self &self) {
     host::FoundFile found;
     const auto isFound = findNextOf(self->searchHandle, found);
     if (isFound.failure) return isFound.failure;
-    return isFound.value ? withFound(self.classObject(), self->searchPath, found) : null;
+    if (!isFound.value) return null;
+    return withFound(self.classObject(), self->searchPath, found);
 }
 
 } // namespace oocobol::files

@@ -75,7 +75,9 @@ Answer<void> initialize(Self self, Ref given) {
 
 // setsearchhandle (handle). setsearchpath (path). Keeps a copy.
 void setSearchHandle(Self self, std::uint16_t handle) { self->searchHandle = handle; }
-void setSearchPath(Self self, Ref path) { replace(self, &Fields::searchPath, send<Ref>(SITE("copy"), path)); }
+void setSearchPath(Self self, Ref path) {
+    if (const auto copied = send<Ref>(SITE("copy"), path)) replace(self, &Fields::searchPath, copied);
+}
 
 // ---- Parts ------------------------------------------------------------------------------------------------------
 
