@@ -15,7 +15,7 @@ constinit Behaviour *behaviours = nullptr;
 
 namespace {
 
-constexpr std::uint32_t behaviourCapacity = std::uint32_t{1} << 20;
+constexpr std::uint32_t behaviourCapacity = (std::uint32_t{1} << 20) / owningRangeDivisor;
 
 std::atomic<std::uint32_t> behaviourCount{1};
 std::recursive_mutex lock;
@@ -103,7 +103,7 @@ void refresh(Behaviour &behaviour) {
 
 bool reserveBehaviours() noexcept {
     cells = static_cast<Cell *>(reserveRange(std::size_t{cellCapacity} * sizeof(Cell)));
-    behaviours = static_cast<Behaviour *>(reserveRange(std::size_t{behaviourCapacity} * sizeof(Behaviour)));
+    behaviours = static_cast<Behaviour *>(reserveOwningRange(std::size_t{behaviourCapacity} * sizeof(Behaviour)));
     if (cells == nullptr || behaviours == nullptr) return false;
     new (&cells[0]) Cell;
     cells[0].behaviour = noBehaviour;

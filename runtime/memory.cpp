@@ -12,6 +12,10 @@
 #include <malloc.h>
 #endif
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
 #include "runtime/thread_store.h"
 
 namespace oocobol {
@@ -163,6 +167,14 @@ void *reserveRange(std::size_t bytes) noexcept {
     auto *range = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (range == MAP_FAILED) return nullptr;
     madvise(range, bytes, MADV_DONTDUMP);
+    return range;
+}
+
+void *reserveOwningRange(std::size_t bytes) noexcept {
+    auto *range = reserveRange(bytes);
+#if defined(__SANITIZE_ADDRESS__)
+    if (range != nullptr) __lsan_register_root_region(range, bytes);
+#endif
     return range;
 }
 

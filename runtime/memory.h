@@ -53,18 +53,16 @@ namespace detail {
 inline constexpr std::size_t bodyStep = 16;
 constexpr std::size_t bodyClassOf(std::size_t size) { return (sizeof(BodyHeader) + size + bodyStep - 1) / bodyStep; }
 
-// Sanitizers watch each body on its own, and checked builds count every allocation.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || OOCOBOL_CHECKED
-inline constexpr bool hasBodyCaches = false;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool isSanitized = true;
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-inline constexpr bool hasBodyCaches = false;
+inline constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
 #else
-inline constexpr bool hasBodyCaches = true;
+inline constexpr bool isSanitized = false;
 #endif
-#else
-inline constexpr bool hasBodyCaches = true;
-#endif
+// Sanitizers watch each body on its own, and checked builds count every allocation.
+inline constexpr bool hasBodyCaches = !isSanitized && !OOCOBOL_CHECKED;
+
 // A handful of stores: for bodies' sizes a call of memset takes longer, and so does what compilers make of a plain
 // loop.
 inline void clearSteps(std::byte *memory, std::size_t steps) {
@@ -101,6 +99,10 @@ void returnBodies(ThreadStore &store) noexcept;
 
 // An address range that costs memory only where it is touched; null when it cannot be had.
 void *reserveRange(std::size_t bytes) noexcept;
+// The same for a range that owns areas, which leak checkers are told of.
+void *reserveOwningRange(std::size_t bytes) noexcept;
+// How many times smaller the owning ranges of sanitizer builds are: a leak check reads them whole.
+inline constexpr std::uint32_t owningRangeDivisor = detail::isSanitized ? 64 : 1;
 
 // ---- For tests: failing allocations ------------------------------------------------------------------------------
 

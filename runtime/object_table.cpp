@@ -13,7 +13,7 @@ constinit ObjectTable objects;
 
 namespace {
 
-constexpr std::uint32_t largestCapacity = std::uint32_t{1} << 28;
+constexpr std::uint32_t largestCapacity = (std::uint32_t{1} << 28) / owningRangeDivisor;
 constexpr std::uint32_t smallestCapacity = std::uint32_t{1} << 20;
 
 std::mutex tableLock;
@@ -57,9 +57,9 @@ std::byte *removeObject(Ref ref, Entry &entry) noexcept {
 
 bool reserveObjectTable() noexcept {
     for (auto capacity = largestCapacity; capacity >= smallestCapacity; capacity /= 2) {
-        objects.entries = static_cast<Entry *>(reserveRange(std::size_t{capacity} * sizeof(Entry)));
+        objects.entries = static_cast<Entry *>(reserveOwningRange(std::size_t{capacity} * sizeof(Entry)));
         if (objects.entries == nullptr) continue;
-        components = static_cast<void **>(reserveRange(std::size_t{capacity} * sizeof(void *)));
+        components = static_cast<void **>(reserveOwningRange(std::size_t{capacity} * sizeof(void *)));
         if (components == nullptr) return false;
         objects.capacity = capacity;
         objects.limit = 1;
