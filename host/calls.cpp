@@ -16,14 +16,19 @@ std::size_t givenArguments(void *const *arguments) {
     return count;
 }
 
+template <std::size_t... at>
+std::int64_t callEntry(host_entry entry, void *const *arguments, std::index_sequence<at...>) {
+    return entry(arguments[at]...);
+}
+
 } // namespace
 
 std::int64_t call(const Program &program, void *const *arguments, bool *threw) noexcept try {
     if (threw) *threw = false;
     if (!program) return 0;
-    auto *entry = reinterpret_cast<void *>(program.entry);
-    if (!program.cobol) return invoke<std::int64_t>(entry, arguments, entryArguments);
-    const auto result = gnucobol::callProgram(entry, arguments, givenArguments(arguments));
+    if (!program.cobol) return callEntry(program.entry, arguments, std::make_index_sequence<entryArguments>());
+    const auto result =
+        gnucobol::callProgram(reinterpret_cast<void *>(program.entry), arguments, givenArguments(arguments));
     return program.wide ? result : static_cast<std::int32_t>(result);
 } catch (...) {
     if (threw) *threw = true;

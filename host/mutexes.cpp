@@ -6,6 +6,7 @@
 #include <atomic>
 #include <mutex>
 #include <new>
+#include <sys/single_threaded.h>
 
 #include "host/gnucobol.h"
 #include "host/host.h"
@@ -69,13 +70,25 @@ std::uint32_t freePosition() {
     return size + 1;
 }
 
+// In a process of one thread nobody is raced, and locked instructions would be most of what a mutex costs.
+bool isAlone() { return __libc_single_threaded != 0; }
+
 // Frees the mutex if the thread still has it: it may have been closed, and opened for others, under its feet.
 void setFree(Slot &slot, std::uint64_t self) {
+    if (isAlone()) {
+        if (slot.owner.load(std::memory_order_relaxed) == self) slot.owner.store(0, std::memory_order_relaxed);
+        return;
+    }
     if (!slot.owner.compare_exchange_strong(self, 0, std::memory_order_seq_cst)) return;
     if (slot.waiting.load(std::memory_order_seq_cst) != 0) slot.owner.notify_all();
 }
 
 bool tryAcquire(Slot &slot, std::uint64_t self) {
+    if (isAlone()) {
+        const auto free = slot.owner.load(std::memory_order_relaxed) == 0;
+        if (free) slot.owner.store(self, std::memory_order_relaxed);
+        return free;
+    }
     std::uint64_t nobody = 0;
     return slot.owner.compare_exchange_strong(nobody, self, std::memory_order_seq_cst);
 }

@@ -36,7 +36,7 @@ void placeCell(CellTable &table, SelectorId selector, CellNumber number) {
     ++table.used;
 }
 
-// Readers may still probe the old table: it stays, and the sum of all old ones is less than the current one.
+// The sum of all outgrown tables is less than the current one.
 bool makeRoom(Behaviour &behaviour) {
     auto *table = behaviour.cells.load(std::memory_order_relaxed);
     const std::uint32_t capacity = table == nullptr ? 0 : table->mask + 1;
@@ -44,6 +44,7 @@ bool makeRoom(Behaviour &behaviour) {
     const auto larger = capacity == 0 ? 16 : capacity * 2;
     auto *grown = static_cast<CellTable *>(allocate(sizeof(CellTable) + larger * sizeof(std::uint64_t)));
     if (grown == nullptr) return false;
+    grown->outgrown = table;
     grown->mask = larger - 1;
     for (std::uint32_t i = 0; i < capacity; ++i) {
         const auto held = table->slots[i].load(std::memory_order_relaxed);

@@ -146,6 +146,7 @@ private:
 
 // A behaviour's cells by selector, open-addressed. Readers take no lock: a grown table is published whole.
 struct CellTable {
+    const CellTable *outgrown; // readers may still probe it: it stays
     std::uint32_t mask;
     std::uint32_t used;
     std::atomic<std::uint64_t> slots[1]; // selector above cell number, 0 where free

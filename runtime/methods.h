@@ -40,7 +40,7 @@ struct Thunk<function, Result (*)(Self, Parameters...)> {
     using Value = typename Answered<Result>::Type;
     static constexpr bool hasArea = std::is_same_v<typename FirstOf<Parameters...>::Type, Returning>;
     static constexpr std::size_t shift = hasArea ? 0 : 1; // where the parameters start among the addresses
-    static constexpr std::size_t parameters = sizeof...(Parameters) + shift;
+    static constexpr std::size_t parameters = (argumentsOf<Parameters>() + ... + shift);
     static_assert(parameters <= maximumArguments);
     static_assert(!hasArea || std::is_void_v<Value>, "an area or a value, not both");
 
@@ -65,16 +65,16 @@ struct Thunk<function, Result (*)(Self, Parameters...)> {
             return refuseOmitted(self, body, arguments[0], width());
         if constexpr (Answered<Result>::mayFail) {
             const auto answer =
-                function(std::remove_cvref_t<Self>(self, body), Load<Parameters>::from(arguments[at + shift])...);
+                function(std::remove_cvref_t<Self>(self, body), loadFrom<Parameters>(arguments + at + shift)...);
             if (answer.failure) [[unlikely]]
                 return deliver(answer.failure, self, body, arguments[0],
                                std::is_void_v<Value> ? answer.failure.width() : width());
             if constexpr (!std::is_void_v<Value>) store(arguments[0], answer.value);
         } else if constexpr (std::is_void_v<Value>) {
-            function(std::remove_cvref_t<Self>(self, body), Load<Parameters>::from(arguments[at + shift])...);
+            function(std::remove_cvref_t<Self>(self, body), loadFrom<Parameters>(arguments + at + shift)...);
         } else {
             store(arguments[0],
-                  function(std::remove_cvref_t<Self>(self, body), Load<Parameters>::from(arguments[at + shift])...));
+                  function(std::remove_cvref_t<Self>(self, body), loadFrom<Parameters>(arguments + at + shift)...));
         }
     }
 

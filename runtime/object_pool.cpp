@@ -1,5 +1,6 @@
 #include "runtime/object_pool.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <mutex>
 #include <new>
@@ -20,20 +21,23 @@ constexpr std::uint32_t sharedBatch = 256;
 // its table entry when it has none.
 class SharedQueue {
 public:
-    bool isRested() const { return count > ObjectPool::reserve; }
-    bool isEmpty() const { return count == 0; }
+    // May be asked without the lock, as a hint: most of the time there is nothing.
+    bool isRested() const { return count.load(std::memory_order_relaxed) > ObjectPool::reserve; }
+    bool isEmpty() const { return count.load(std::memory_order_relaxed) == 0; }
 
     void put(std::uint32_t index, bool hasBody) {
-        if (count == 0)
+        if (isEmpty())
             head = index;
         else
             link(tail, index, hasBody);
         tail = index;
-        ++count;
+        count.store(count.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     }
     std::uint32_t take(bool hasBody) {
         const auto index = head;
-        if (--count > 0) head = next(index, hasBody);
+        const auto left = count.load(std::memory_order_relaxed) - 1;
+        if (left > 0) head = next(index, hasBody);
+        count.store(left, std::memory_order_relaxed);
         return index;
     }
 
@@ -51,7 +55,7 @@ private:
     }
 
     std::uint32_t head = 0, tail = 0;
-    std::uint32_t count = 0;
+    std::atomic<std::uint32_t> count{0};
 };
 
 constinit std::mutex lock; // of the shared queues
@@ -78,8 +82,9 @@ void share(ObjectPool &pool, std::size_t sizeClass, std::uint32_t count) {
 
 // Takes over what others shared: to the end of the queue, behind the thread's own.
 void refill(ObjectPool &pool, std::size_t sizeClass) {
-    const std::lock_guard guard(lock);
     auto &queue = shared[sizeClass];
+    if (!queue.isRested()) return;
+    const std::lock_guard guard(lock);
     while (queue.isRested() && pool.waiting() < ObjectPool::reserve + 2 * ObjectPool::batch)
         pool.put(queue.take(sizeClass != 0));
 }

@@ -6,15 +6,22 @@
 
 namespace oocobol {
 
-void *resolveData(Ref self, void *data, const ClassFamily *layout, bool classSide) noexcept {
+namespace {
+[[gnu::noinline]] void *standInFor(Ref self, void *data) {
     if (self.isStatic()) return data; // the caller's bytes stay where they are
-    const auto *behaviour = behaviourOfObject(self);
-    if (behaviour != nullptr && layout != nullptr && behaviour->classSide == classSide &&
-        behaviour->family->isKindOf(*layout))
-        return bodyOf(self);
     auto &standIn = (ownStore() != nullptr ? *thread.store : noStore).standIn;
     std::memset(standIn, 0, sizeof standIn);
     return standIn;
+}
+} // namespace
+
+void *resolveData(Ref self, void *data, const ClassFamily *layout, bool classSide) noexcept {
+    if (!isLive(self)) return standInFor(self, data);
+    const auto &entry = objects.entries[self.index()];
+    const auto &behaviour = behaviourAt(behaviourOf(entry.tag.load(std::memory_order_acquire)));
+    const auto fits = behaviour.classSide == classSide &&
+                      (behaviour.family == layout || (layout != nullptr && behaviour.family->isKindOf(*layout)));
+    return fits ? entry.body.load(std::memory_order_relaxed) : standInFor(self, data);
 }
 
 #if OOCOBOL_CHECKED

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstring>
-#include <emmintrin.h>
 #include <mutex>
 
 #include "runtime/memory.h"
@@ -10,8 +9,6 @@
 namespace oocobol {
 
 namespace {
-
-constexpr std::uintptr_t pageSize = 4096;
 
 constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; }
 
@@ -23,6 +20,7 @@ std::uint32_t hashOf(std::string_view name) {
 
 // Readers probe whatever table they find; a grown table is published whole and the old one stays.
 struct Table {
+    const Table *outgrown;
     std::uint32_t mask;
     std::atomic<const Selector *> slots[1];
 };
@@ -64,6 +62,7 @@ bool makeRoom() {
     const auto larger = capacity == 0 ? 4096 : capacity * 2;
     auto *grown = static_cast<Table *>(allocate(sizeof(Table) + larger * sizeof(void *)));
     if (grown == nullptr) return false;
+    grown->outgrown = current;
     grown->mask = larger - 1;
     for (std::uint32_t i = 0; i < capacity; ++i) {
         if (const auto *selector = current->slots[i].load(std::memory_order_relaxed)) place(*grown, selector);
@@ -83,23 +82,6 @@ Selector *makeSelector(std::string_view name, std::uint32_t hash) {
     selector->name = text;
     std::memcpy(selector->start, text, name.size() < Selector::window ? name.size() : Selector::window);
     return selector;
-}
-
-__m128i lowered(__m128i bytes) {
-    const auto above = _mm_cmpgt_epi8(bytes, _mm_set1_epi8('A' - 1));
-    const auto below = _mm_cmplt_epi8(bytes, _mm_set1_epi8('Z' + 1));
-    return _mm_or_si128(bytes, _mm_and_si128(_mm_and_si128(above, below), _mm_set1_epi8(0x20)));
-}
-
-// Bit i set where byte i of the name, in lower case, equals the selector's. The bytes behind the name's end are read
-// only within its page, which the hardware allows and address checkers must be told of.
-__attribute__((no_sanitize("address"))) std::uint32_t equalBytes(const char *name, const char *start) {
-    const auto *text = reinterpret_cast<const __m128i *>(name);
-    const auto *expected = reinterpret_cast<const __m128i *>(start);
-    const auto low = _mm_cmpeq_epi8(lowered(_mm_loadu_si128(text)), _mm_load_si128(expected));
-    const auto high = _mm_cmpeq_epi8(lowered(_mm_loadu_si128(text + 1)), _mm_load_si128(expected + 1));
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(low)) | static_cast<std::uint32_t>(_mm_movemask_epi8(high))
-                                                                    << 16;
 }
 
 } // namespace
@@ -136,26 +118,9 @@ SelectorId internSelector(std::string_view name) noexcept {
 
 const Selector &selectorOf(SelectorId id) noexcept { return id == 0 ? noSelector : *directory[id]; }
 
-bool sameName(const Selector &selector, const char *name) noexcept {
-    if (name == nullptr) return false;
-    const auto offset = reinterpret_cast<std::uintptr_t>(name) % pageSize;
-    if (selector.length >= Selector::window || offset > pageSize - Selector::window) {
-        const auto view = nameView(name);
-        return matches(selector, hashOf(view), view);
-    }
-    const auto wanted = (std::uint32_t{1} << selector.length) - 1;
-    if ((equalBytes(name, selector.start) & wanted) != wanted) return false;
-    const char end = name[selector.length];
-    return end == ' ' || end == '\0';
-}
-
-bool sameName(const Selector &selector, const char *name, std::size_t length) noexcept {
-    if (length > selector.length) return sameName(selector, name);
-    if (length < selector.length || selector.length >= Selector::window) return false;
-    const auto offset = reinterpret_cast<std::uintptr_t>(name) % pageSize;
-    if (offset > pageSize - Selector::window) return matches(selector, hashOf({name, length}), {name, length});
-    const auto wanted = (std::uint32_t{1} << selector.length) - 1;
-    return (equalBytes(name, selector.start) & wanted) == wanted;
+bool detail::sameLongName(const Selector &selector, const char *name) noexcept {
+    const auto view = nameView(name);
+    return matches(selector, hashOf(view), view);
 }
 
 } // namespace oocobol

@@ -10,6 +10,7 @@
 //   Returning                                      the returning item, where its length is not fixed by a type
 //   InOut<T>                                       an item that is read and written
 //   Optional<T>                                    any of these, when omitting it means something
+//   Areas<n>                                       the last n arguments, each an area that may be omitted
 //
 // Omitting an Element, Bytes, Name or InOut that is not Optional raises 33 before the method runs.
 #pragma once
@@ -46,6 +47,12 @@ struct Area {
 };
 struct Returning : Area {};
 
+template <std::size_t number> struct Areas {
+    static constexpr std::size_t count = number;
+    void *const *addresses;
+    Area operator[](std::size_t at) const { return {static_cast<std::byte *>(addresses[at])}; }
+};
+
 template <class T> class InOut {
 public:
     explicit InOut(void *item) : address(item) {}
@@ -78,6 +85,16 @@ template <class T> struct IsInOut : std::false_type {};
 template <class T> struct IsInOut<InOut<T>> : std::true_type {};
 template <class T> struct IsOptional : std::false_type {};
 template <class T> struct IsOptional<Optional<T>> : std::true_type {};
+
+template <class T> struct IsAreas : std::false_type {};
+template <std::size_t number> struct IsAreas<Areas<number>> : std::true_type {};
+// How many arguments a parameter stands for.
+template <class T> constexpr std::size_t argumentsOf() {
+    if constexpr (IsAreas<T>::value)
+        return T::count;
+    else
+        return 1;
+}
 
 // Whether the method cannot run without this argument.
 template <class T>
@@ -112,6 +129,14 @@ template <class T> struct Load<InOut<T>> {
 template <class T> struct Load<Optional<T>> {
     static Optional<T> from(void *item) { return {Load<T>::from(item), item != nullptr}; }
 };
+
+// The same, from where the argument's address stands in the list.
+template <class T> T loadFrom(void *const *argument) {
+    if constexpr (IsAreas<T>::value)
+        return {argument};
+    else
+        return Load<T>::from(*argument);
+}
 
 // From a value that is sent to the address that travels.
 template <class T> void *addressOf(const T &value) {

@@ -43,17 +43,16 @@ void initialize(Self self, Ref receiver, Name method, Stored a, Stored b, Stored
 
 // invoke (up to 9 arguments) -> the method's answer. Without a stored receiver the first argument is the receiver.
 // A tenth argument raises 21.
-Answer<void> invoke(Self self, Returning answer, Area a, Area b, Area c, Area d, Area e, Area f, Area g, Area h, Area i,
-                    Area tenth) {
-    if (tenth) return raise(Error::tooManyArguments).answering(sizeof(std::uint64_t));
+Answer<void> invoke(Self self, Returning answer, Brought brought) {
+    if (brought[invokeArguments]) return raise(Error::tooManyArguments).answering(sizeof(std::uint64_t));
     ArgumentList list(*self);
     auto receiver = self->receiver;
-    if (a) {
+    if (const auto first = brought[0]) {
         if (receiver)
-            list.append(a);
+            list.append(first);
         else
-            std::memcpy(&receiver, a.address, sizeof receiver);
-        for (const auto argument : {b, c, d, e, f, g, h, i}) list.append(argument);
+            std::memcpy(&receiver, first.address, sizeof receiver);
+        for (Count i = 1; i < invokeArguments; ++i) list.append(brought[i]);
     }
     std::uint64_t standIn = 0;
     void *returning = answer ? static_cast<void *>(answer.address) : &standIn;

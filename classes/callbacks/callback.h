@@ -6,8 +6,10 @@
 namespace oocobol {
 
 inline constexpr std::size_t callbackNameWidth = 81;
-inline constexpr Count storedArguments = 6;   // at most, at creation
-inline constexpr Count invokeArguments = 9;   // at most, at each invocation
+inline constexpr Count storedArguments = 6; // at most, at creation
+inline constexpr Count invokeArguments = 9; // at most, at each invocation
+// What `invoke` takes: one more than it may have, which is refused.
+using Brought = Areas<invokeArguments + 1>;
 inline constexpr std::size_t listLength = 15; // of an invocation's argument list
 
 struct [[gnu::packed]] EntryCallbackFields {
@@ -48,21 +50,23 @@ inline void storeParameters(EntryCallbackFields &fields, std::initializer_list<O
 class ArgumentList {
 public:
     explicit ArgumentList(const EntryCallbackFields &fields) : stored(fields.parameterCount) {
+        detail::clearSteps(reinterpret_cast<std::byte *>(addresses), sizeof addresses / detail::bodyStep);
         if (stored > storedArguments) stored = storedArguments;
-        std::memcpy(values, fields.parameters, sizeof values);
-        std::memcpy(before, fields.parameters, sizeof before);
-        for (Count i = 0; i < stored; ++i) addresses[count++] = &values[i];
+        for (Count i = 0; i < stored; ++i) {
+            values[i] = before[i] = fields.parameters[i];
+            addresses[count++] = &values[i];
+        }
     }
 
     void append(Area argument) {
-        if (argument && count < listLength) addresses[count++] = argument.address;
+        if (argument) addresses[count++] = argument.address;
     }
     // The list with the returning item's address in front: what a send takes.
     void *const *forSend(void *returning) {
-        withReturning[0] = returning;
-        return withReturning;
+        addresses[0] = returning;
+        return addresses;
     }
-    void *const *forEntry() const { return addresses; }
+    void *const *forEntry() const { return addresses + 1; }
 
     template <class Self> void storeBack(const Self &self) const {
         for (Count i = 0; i < stored; ++i) {
@@ -71,12 +75,12 @@ public:
     }
 
 private:
-    std::uint64_t values[storedArguments];
-    std::uint64_t before[storedArguments];
-    void *withReturning[1 + listLength] = {};
-    void **addresses = withReturning + 1;
+    static_assert(storedArguments + invokeArguments <= listLength);
+    alignas(16) void *addresses[1 + listLength];
     Count stored;
-    Count count = 0;
+    Count count = 1;                       // the returning item's stands in front
+    std::uint64_t values[storedArguments]; // as many as are stored
+    std::uint64_t before[storedArguments];
 };
 
 } // namespace oocobol

@@ -108,12 +108,11 @@ void call(const Self &self, Returning answer, const ArgumentList &list) {
 
 // invoke (up to 9 arguments) -> the entry's 8-byte answer. A tenth argument raises 21. An entry that does not exist
 // raises 110, an exception out of it 109.
-Answer<void> invoke(Self self, Returning answer, Area a, Area b, Area c, Area d, Area e, Area f, Area g, Area h, Area i,
-                    Area tenth) {
-    if (tenth) return raise(Error::tooManyArguments).answering(sizeof(std::uint64_t));
+Answer<void> invoke(Self self, Returning answer, Brought brought) {
+    if (brought[invokeArguments]) return raise(Error::tooManyArguments).answering(sizeof(std::uint64_t));
     Hold hold(self);
     ArgumentList list(*self);
-    for (const auto argument : {a, b, c, d, e, f, g, h, i}) list.append(argument);
+    for (Count i = 0; i < invokeArguments; ++i) list.append(brought[i]);
     ++self->active;
     call(self, answer, list);
     list.storeBack(self);

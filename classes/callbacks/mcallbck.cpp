@@ -38,19 +38,19 @@ void sendMessage(void *block) {
 }
 
 // invoke (up to 9 arguments). A tenth argument raises 21.
-Answer<void> invoke(Self self, Area a, Area b, Area c, Area d, Area e, Area f, Area g, Area h, Area i, Area tenth) {
-    if (tenth) return raise(Error::tooManyArguments);
+Answer<void> invoke(Self self, Brought brought) {
+    if (brought[invokeArguments]) return raise(Error::tooManyArguments);
     Message message{};
     message.receiver = self->receiver;
     std::memcpy(message.name, self->name, callbackNameWidth);
     std::memcpy(message.stored, self->parameters, sizeof message.stored);
     message.storedCount = self->parameterCount;
-    if (a) {
+    if (const auto first = brought[0]) {
         if (message.receiver)
-            message.bring(a);
+            message.bring(first);
         else
-            std::memcpy(&message.receiver, a.address, sizeof message.receiver);
-        for (const auto argument : {b, c, d, e, f, g, h, i}) message.bring(argument);
+            std::memcpy(&message.receiver, first.address, sizeof message.receiver);
+        for (Count i = 1; i < invokeArguments; ++i) message.bring(brought[i]);
     }
     host::createThread(sendMessage, &message, sizeof message);
     return {};

@@ -70,6 +70,18 @@ bool Travelling::holds(const std::byte *address, std::size_t wanted) noexcept {
 
 void NativeElements::resolve() noexcept {
     seen = thread.epoch;
+    const auto *entry = findEntry(collection);
+    const auto found = entry != nullptr ? entry->tag.load(std::memory_order_acquire) : 0;
+    // The same object of the same class as last time: only its body may be another one, or a method have come.
+    if (found != 0 && found == tag && isPristine(behaviourAt(behaviourOf(tag)), needs)) [[likely]] {
+        fields = reinterpret_cast<const SequencedFields *>(entry->body.load(std::memory_order_relaxed));
+        return;
+    }
+    resolveAnew();
+    tag = fields != nullptr ? found : 0;
+}
+
+void NativeElements::resolveAnew() noexcept {
     fields = nativePath(collection, needs) ? fieldsOf<SequencedFields>(collection) : nullptr;
     dynamic = fields != nullptr && fieldsOf<DynamicFields>(collection) != nullptr;
 }

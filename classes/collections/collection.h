@@ -126,9 +126,11 @@ public:
 
 private:
     void resolve() noexcept;
+    void resolveAnew() noexcept;
 
     Ref collection;
     Needs needs;
+    std::uint64_t tag = 0; // of the collection's entry in the object table, when it was found to be native
     std::uint64_t seen = 0;
     const SequencedFields *fields = nullptr;
     bool dynamic = false;
