@@ -105,10 +105,38 @@ bool readMessage(const MessageRequest &request, std::string *text) noexcept;
 // let be, and closing a mutex sends those who wait for it on. A thread that ends leaves none behind. open answers 0
 // when memory is short.
 using MutexHandle = std::uint64_t;
-MutexHandle openMutex() noexcept;
-void acquireMutex(MutexHandle handle) noexcept;
+// What a mutex is for: checked builds record in which order those of each kind are taken, see lock_order.h.
+enum class MutexKind : std::uint8_t { other, entryCallback, manager, names, component };
+MutexHandle openMutex(MutexKind kind = MutexKind::other) noexcept;
+// Whether the caller has it now: not when there is no such mutex, or it was closed meanwhile.
+bool acquireMutex(MutexHandle handle) noexcept;
 void releaseMutex(MutexHandle handle) noexcept;
 void closeMutex(MutexHandle handle) noexcept;
+
+// Holds a mutex for a scope, and gives it up for as long as the thread waits for any other mutex. So whoever holds one
+// this way never waits while others wait for him: no order in which such mutexes are taken can end in a deadlock. A
+// thread has one of them at a time: an inner scope with another mutex puts the outer one's aside until it ends.
+class YieldingHold {
+public:
+    explicit YieldingHold(MutexHandle wanted) noexcept; // of 0: holds nothing
+    ~YieldingHold();
+    YieldingHold(const YieldingHold &) = delete;
+    YieldingHold &operator=(const YieldingHold &) = delete;
+
+    explicit operator bool() const noexcept { return held; }
+    // In between, around what must not keep others waiting.
+    void release() noexcept;
+    bool acquire() noexcept;
+
+    void putAside() noexcept;
+    void takeBack() noexcept;
+
+private:
+    MutexHandle handle;
+    YieldingHold *outer = nullptr;
+    bool held = false;
+    unsigned aside = 0; // how often the thread had the mutex when it was put aside
+};
 
 // Identifies the calling thread; never 0, never the same for two threads of one run.
 std::uint64_t threadSelf() noexcept;

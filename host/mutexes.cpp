@@ -2,14 +2,17 @@
 //
 // A handle names a slot and the generation that the slot had when the mutex was opened: a stale or garbage handle
 // finds no generation that fits and is let be. Slots are never given back to the heap, so that any number may be looked
-// at without a lock; a mutex that is not contended costs two atomic operations.
+// at without a lock; a mutex that is not contended costs two atomic operations, and in a process of one thread, which
+// has nobody to race, none.
 #include <atomic>
 #include <mutex>
 #include <new>
 #include <sys/single_threaded.h>
+#include <utility>
 
 #include "host/gnucobol.h"
 #include "host/host.h"
+#include "host/lock_order.h"
 
 namespace oocobol::host {
 namespace {
@@ -19,6 +22,7 @@ struct Slot {
     std::atomic<std::uint32_t> waiting{0};
     std::atomic<std::uint32_t> generation{0}; // odd while the mutex is open
     std::atomic<std::uint32_t> depth{0};      // how often the owner has acquired it again
+    std::atomic<MutexKind> kind{MutexKind::other};
     std::uint32_t nextFree = 0;
 };
 
@@ -44,7 +48,7 @@ bool isOpen(const Slot &slot, MutexHandle handle) {
 }
 
 // The slot of an open mutex, else null.
-Slot *find(MutexHandle handle) {
+[[gnu::always_inline]] inline Slot *find(MutexHandle handle) {
     const auto position = static_cast<std::uint32_t>(handle); // index + 1
     if (position == 0 || position > table.size.load(std::memory_order_acquire)) return nullptr;
     if (generationOf(handle) % 2 == 0) return nullptr;
@@ -93,9 +97,35 @@ bool tryAcquire(Slot &slot, std::uint64_t self) {
     return slot.owner.compare_exchange_strong(nobody, self, std::memory_order_seq_cst);
 }
 
+bool owns(MutexHandle handle) {
+    const auto *slot = find(handle);
+    return slot != nullptr && slot->owner.load(std::memory_order_relaxed) == threadSelf();
+}
+
+[[gnu::tls_model("initial-exec")]] constinit thread_local YieldingHold *innermost = nullptr;
+
+// While it stands, what the thread holds in a yielding way is put aside. When it comes back the thread may have what it
+// waited for; but whoever has it now is not waiting for that, or he would have put it aside.
+class Aside {
+public:
+    Aside() : hold(innermost) {
+        if (hold != nullptr) hold->putAside();
+    }
+    ~Aside() {
+        if (hold != nullptr) hold->takeBack();
+    }
+    Aside(const Aside &) = delete;
+    Aside &operator=(const Aside &) = delete;
+
+private:
+    YieldingHold *hold;
+};
+
 // Answers false when the mutex was closed meanwhile.
 bool waitAndAcquire(Slot &slot, MutexHandle handle, std::uint64_t self) {
+    const Aside aside;
     const gnucobol::BlockingSection section;
+    lockOrder::waits(owns);
     slot.waiting.fetch_add(1, std::memory_order_seq_cst);
     bool acquired = false;
     while (isOpen(slot, handle) && !(acquired = tryAcquire(slot, self)))
@@ -123,38 +153,45 @@ void releaseAllAtThreadExit() {
 
 } // namespace
 
-MutexHandle openMutex() noexcept {
+MutexHandle openMutex(MutexKind kind) noexcept {
     const std::lock_guard lock(table.lock);
     const auto position = freePosition();
     if (position == 0) return 0;
-    const auto generation = slotAt(position - 1).generation.fetch_add(1, std::memory_order_release) + 1;
+    auto &slot = slotAt(position - 1);
+    slot.kind.store(kind, std::memory_order_relaxed);
+    const auto generation = slot.generation.fetch_add(1, std::memory_order_release) + 1;
     return MutexHandle{generation} << 32 | position;
 }
 
-void acquireMutex(MutexHandle handle) noexcept {
+bool acquireMutex(MutexHandle handle) noexcept {
     auto *slot = find(handle);
-    if (!slot) return;
+    if (!slot) return false;
     const auto self = threadSelf();
     if (slot->owner.load(std::memory_order_relaxed) == self) {
         slot->depth.fetch_add(1, std::memory_order_relaxed);
-        return;
+        return true;
     }
     releaseAllAtThreadExit();
-    if (!tryAcquire(*slot, self) && !waitAndAcquire(*slot, handle, self)) return;
-    if (isOpen(*slot, handle))
-        slot->depth.store(0, std::memory_order_relaxed);
-    else
-        setFree(*slot, self); // closed just now
+    if (!tryAcquire(*slot, self) && !waitAndAcquire(*slot, handle, self)) return false;
+    if (!isOpen(*slot, handle)) { // closed just now
+        setFree(*slot, self);
+        return false;
+    }
+    slot->depth.store(0, std::memory_order_relaxed);
+    lockOrder::acquired(handle, slot->kind.load(std::memory_order_relaxed), owns);
+    return true;
 }
 
 void releaseMutex(MutexHandle handle) noexcept {
     auto *slot = find(handle);
     const auto self = threadSelf();
     if (!slot || slot->owner.load(std::memory_order_relaxed) != self) return;
-    if (slot->depth.load(std::memory_order_relaxed) > 0)
+    if (slot->depth.load(std::memory_order_relaxed) > 0) {
         slot->depth.fetch_sub(1, std::memory_order_relaxed);
-    else
-        setFree(*slot, self);
+        return;
+    }
+    lockOrder::released(handle);
+    setFree(*slot, self);
 }
 
 void closeMutex(MutexHandle handle) noexcept {
@@ -168,6 +205,36 @@ void closeMutex(MutexHandle handle) noexcept {
     const auto position = static_cast<std::uint32_t>(handle);
     slot->nextFree = table.firstFree;
     table.firstFree = position;
+}
+
+YieldingHold::YieldingHold(MutexHandle wanted) noexcept : handle(wanted) {
+    if (handle == 0) return;
+    outer = innermost;
+    if (outer != nullptr && outer->handle != handle) outer->putAside();
+    innermost = this;
+    acquire();
+}
+
+YieldingHold::~YieldingHold() {
+    if (handle == 0) return;
+    release();
+    innermost = outer;
+    if (outer != nullptr && outer->handle != handle) outer->takeBack();
+}
+
+bool YieldingHold::acquire() noexcept { return held = acquireMutex(handle); }
+
+void YieldingHold::release() noexcept {
+    if (held) releaseMutex(handle);
+    held = false;
+}
+
+void YieldingHold::putAside() noexcept {
+    for (; owns(handle); ++aside) releaseMutex(handle);
+}
+
+void YieldingHold::takeBack() noexcept {
+    for (auto count = std::exchange(aside, 0); count > 0 && held; --count) held = acquireMutex(handle);
 }
 
 } // namespace oocobol::host

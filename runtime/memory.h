@@ -38,6 +38,7 @@ inline constexpr std::uint16_t markCopied = 4;    // a class object made by copy
 inline constexpr std::uint16_t markComponent = 8; // its component slot has been set
 // A class object that nobody has a reference to but its instances, and such an instance: see tieClass in objects.h.
 inline constexpr std::uint16_t markTied = 16;
+inline constexpr std::uint16_t markWatched = 32; // some registry has an entry for it: see watchObject in objects.h
 
 inline void mark(BodyHeader &header, std::uint16_t marks) {
     header.marks = static_cast<std::uint16_t>(header.marks | marks);

@@ -24,7 +24,9 @@ bool gateClosed = false;
 } // namespace
 
 namespace detail {
-void clearComponentSlot(std::uint32_t index) noexcept { components[index] = nullptr; }
+void clearComponentSlot(std::uint32_t index) noexcept {
+    __atomic_store_n(&components[index], nullptr, __ATOMIC_RELEASE);
+}
 } // namespace detail
 
 IndexRange reserveIndexes(std::uint32_t count) noexcept {

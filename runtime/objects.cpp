@@ -219,6 +219,10 @@ bool exchangeIdentities(Ref one, Ref other) noexcept {
     auto *firstBody = first->body.load();
     auto *secondBody = second->body.load();
     if (isClassObject(firstBody) || isClassObject(secondBody)) return false;
+    if (isWatched(one) != isWatched(other)) { // registries know references: either may have an entry from now on
+        watchObject(one);
+        watchObject(other);
+    }
     const auto firstBehaviour = behaviourOf(first->tag.load());
     const auto secondBehaviour = behaviourOf(second->tag.load());
     auto *firstComponent = componentSlot(one);
@@ -287,6 +291,18 @@ void tieClass(Ref classObject, Ref instance) noexcept {
 
 void keepForLibrary(Ref object) noexcept {
     if (auto *body = bodyOf(object)) mark(*headerOf(body), markLibrary);
+}
+
+void watchObject(Ref object) noexcept {
+    auto *body = bodyOf(object);
+    if (body == nullptr || isWatched(object)) return;
+    std::atomic_ref(headerOf(body)->marks).fetch_or(markWatched);
+}
+
+bool isWatched(Ref object) noexcept {
+    auto *body = bodyOf(object);
+    return body != nullptr &&
+           (std::atomic_ref(headerOf(body)->marks).load(std::memory_order_relaxed) & markWatched) != 0;
 }
 
 Count countInstances(Ref classObject) noexcept {

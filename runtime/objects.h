@@ -52,6 +52,11 @@ void tieClass(Ref classObject, Ref instance) noexcept;
 // Leaves the object out of the counts of what the program owns: a singleton that the library keeps for the run.
 void keepForLibrary(Ref object) noexcept;
 
+// Notes that a registry has an entry for the object, so that it is told when the object is finalized: `finalize` of
+// `base` asks isWatched.
+void watchObject(Ref object) noexcept;
+bool isWatched(Ref object) noexcept;
+
 // Calls visit(reference, class index, marks) for each live object, class objects included, in the order of indexes.
 template <class Visit> void forEachObject(Visit visit) {
     const auto limit = objects.limit.load(std::memory_order_acquire);

@@ -23,6 +23,7 @@ struct [[gnu::packed]] EntryCallbackFields {
     host_entry entry;
     Flag entryIsCobol, entryIsWide;
     std::uint64_t entryVersion;
+    Flag owned; // made by the library for the component that holds it
 };
 
 struct [[gnu::packed]] CallbackFields : EntryCallbackFields {

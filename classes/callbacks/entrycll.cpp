@@ -70,7 +70,7 @@ private:
         const std::atomic_ref<std::uint64_t> held(*static_cast<std::uint64_t *>(first));
         auto known = held.load(std::memory_order_acquire);
         if (known != 0) return known;
-        const auto opened = host::openMutex();
+        const auto opened = host::openMutex(host::MutexKind::entryCallback);
         if (held.compare_exchange_strong(known, opened)) return opened;
         host::closeMutex(opened);
         return known;

@@ -106,8 +106,14 @@ void raiseUnsettled(const Receiver &self) {
 // ---- Keys natively --------------------------------------------------------------------------------------------------
 
 Count hashKeyBytes(const std::byte *key, std::size_t width) noexcept {
+    // Four bytes a step: a byte a step would make each wait for the multiplication before.
+    constexpr Count p1 = 47, p2 = p1 * p1, p3 = p2 * p1, p4 = p3 * p1;
+    const auto byte = [key](std::size_t at) { return std::to_integer<Count>(key[at]); };
     Count hash = 0;
-    for (std::size_t i = 0; i < width; ++i) hash = hash * 47 + std::to_integer<Count>(key[i]);
+    std::size_t i = 0;
+    for (; i + 4 <= width; i += 4)
+        hash = hash * p4 + (byte(i) * p3 + byte(i + 1) * p2 + byte(i + 2) * p1 + byte(i + 3));
+    for (; i < width; ++i) hash = hash * p1 + byte(i);
     return static_cast<Index>(hash) < 0 ? 0 - hash : hash;
 }
 

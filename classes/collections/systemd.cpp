@@ -24,7 +24,7 @@ public:
 
 private:
     static host::MutexHandle mutex() {
-        static const auto handle = host::openMutex();
+        static const auto handle = host::openMutex(host::MutexKind::names);
         return handle;
     }
 };

@@ -4,6 +4,7 @@
 // comes first, then the one for its class; while that one runs (a handler that raises is busy), and without one, the
 // first system handler that is free. All state is class data; one lock, which admits its owner again, keeps other
 // threads out while an exception is dealt with.
+#include "classes/exceptions/handlers.h"
 #include "classes/exceptions/message_text.h"
 #include "classes/text/text_algorithms.h"
 #include "classes/text/text_values.h"
@@ -36,7 +37,7 @@ public:
 
 private:
     static host::MutexHandle mutex() {
-        static const auto handle = host::openMutex();
+        static const auto handle = host::openMutex(host::MutexKind::manager);
         return handle;
     }
 };
@@ -121,6 +122,7 @@ bool wasRaisedByClass(ClassSelf self) { return self->raisedStatic != 0; }
 void registerHandler(ClassSelf self, Ref object, Ref callback) {
     const Hold hold;
     send(SITE("atput"), self->registry, object, callback);
+    watchObject(object);
 }
 
 // cancel (object or class) -> flag. Whether there was one.
@@ -358,4 +360,11 @@ constexpr ClassDef definition{.program = program,
 const Registered registered(definition);
 
 } // namespace
+
+bool hasOwnHandler(Ref object) {
+    const Hold hold;
+    const auto *data = classDataOf<ClassData>(CLASS("exptnmgr"));
+    return data != nullptr && data->registry && send<bool>(SITE("includeskey"), data->registry, object);
+}
+
 } // namespace oocobol

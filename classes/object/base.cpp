@@ -2,8 +2,9 @@
 //
 // It has no data of its own. A message through the null reference that finds a method here runs it with a null self:
 // the methods that cannot work without an object say so. Raising itself is the extension's (ebase.cpp); signals,
-// sockets, spies, delegates and events are in components.cpp.
+// sockets, spies and events are those of components.h.
 #include "classes/exceptions/message_text.h"
+#include "classes/object/components.h"
 #include "classes/text/text_algorithms.h"
 #include "host/host.h"
 #include "runtime/module.h"
@@ -31,16 +32,19 @@ bool copyContentsFrom(Self self, Ref other) { return copyContents(self.ref(), ot
 // deepcopy () -> object. Collections go deeper.
 Ref deepCopy(Self self) { return sendSelf<Ref>(SITE("copy"), self); }
 
-// Releases what makes the object a component, if it is one.
-void leaveComponents(const Self &self) {
-    if (componentSlot(self.ref()) == nullptr) return;
-    sendSelf(SITE("disconnect"), self);
+// Lets everybody go who knows of the object: other components, and registries that have an entry for it.
+void leave(const Self &self) {
+    component::end(self);
+    if (!isWatched(self.ref())) return;
+    component::forgetEvents(self.ref());
+    send(SITE("remove"), CLASS("delegate"), self.ref());
+    send<bool>(SITE("cancel"), CLASS("exptnmgr"), self.ref());
 }
 
 // finalize () -> null. A null receiver raises 27; a reference that is no longer live never gets here.
 Answer<Ref> finalize(Self self) {
     if (self.isNull()) return raise(Error::nullReceiver);
-    leaveComponents(self);
+    leave(self);
     cancelObject(self.ref());
     return null;
 }
@@ -183,9 +187,15 @@ bool yes(Self) { return true; }
 void nothing(Self) {}
 
 // iscomponent () -> flag.
-bool isComponent(Self self) { return componentSlot(self.ref()) != nullptr; }
+bool isComponent(Self self) { return component::isOne(self.ref()); }
 // isdbcsenvironment () -> flag. Whether the host says that double-byte characters are in use.
 bool isDbcsEnvironment(Self) { return host::systemInfo().doubleByte; }
+
+// ---- Delegates --------------------------------------------------------------------------------------------------
+
+// setdelegate (delegate). removedelegate ().
+void setDelegate(Self self, Ref delegate) { send(SITE("adddelegatefor"), CLASS("delegate"), self.ref(), delegate); }
+void removeDelegate(Self self) { send(SITE("remove"), CLASS("delegate"), self.ref()); }
 
 // initializeclass (class), for base itself: draws in the extension that teaches every object to raise.
 void initializeClass(Self self) {
@@ -259,6 +269,44 @@ constexpr std::array methods{
     instance<no>("iswindow"),
     instance<no>("containscharacters"),
     instance<no>("containsdbcscharacters"),
+    instance<component::makeComponent>("makecomponent"),
+    instance<component::allowDuplicates>("duplicatesok"),
+    instance<component::refuseDuplicates>("duplicatesnotok"),
+    instance<component::defineInSocket>("defineinsocket"),
+    instance<component::getSocket>("getsocket"),
+    instance<component::getOutputs>("getoutputs"),
+    instance<component::getOutputSignalCallbacks>("getoutputsignalcallbacks"),
+    instance<component::isOutputSignal>("isoutputsignal"),
+    instance<component::isInputSignal>("isinputsignal"),
+    instance<component::getSignalHandlers>("getsignalhandlers"),
+    instance<component::addReceiver>("addreceiver"),
+    instance<component::connect>("connect"),
+    instance<component::connectTo>("connectto"),
+    instance<component::addSignalDependant>("addsignaldependant"),
+    instance<component::removeSignalDependant>("removesignaldependant"),
+    instance<component::getSignalDependents>("getsignaldependents"),
+    instance<component::addSpy>("addspy"),
+    instance<component::addSpyCallback>("addspycallback"),
+    instance<component::removeSpy>("removespy"),
+    instance<component::removeSpyCallback>("removespycallback"),
+    instance<component::sendToSpy>("sendtospy"),
+    instance<component::disconnect>("disconnect"),
+    instance<component::disconnectInputs>("disconnectinputs"),
+    instance<component::disconnectOutputs>("disconnectoutputs"),
+    instance<component::disconnectInstance>("disconnectinstance"),
+    instance<component::removeHandler>("removehandler"),
+    instance<component::disconnectSignals>("disconnectsignals"),
+    instance<component::disconnectCallback>("disconnectcallback"),
+    instance<component::disconnectSignal>("disconnectsignal"),
+    instance<component::removeSignalDependents>("removesignaldependents"),
+    instance<component::doRemoveSignalDependant>("doremovesignaldependant"),
+    instance<setDelegate>("setdelegate"),
+    instance<removeDelegate>("removedelegate"),
+    instance<component::setEvent>("setevent"),
+    instance<component::translateEvent>("translateevent"),
+    instance<component::doEvent>("doevent"),
+    instance<component::dispatchEvent>("dispatchevent"),
+    instance<component::translateEventToSignal>("translateeventtosignal"),
 };
 
 constexpr ClassDef definition{.program = program, .name = "base", .super = "", .methods = methods};

@@ -1,7 +1,9 @@
 // The extension of base that teaches every object to raise: called once, when base is initialised.
 //
 // The raising methods go to `exceptionmanager`, whose handler answers in the failing method's place. Here also:
-// forwarding of what an object does not understand to its delegate, and trace lines.
+// forwarding of what an object does not understand to its delegate, trace lines, and those methods of components that
+// make and send signals (see components.h).
+#include "classes/object/components.h"
 #include "runtime/module.h"
 
 namespace oocobol {
@@ -73,7 +75,8 @@ void raiseWithTextZ(Self self, Returning answer, Count error, Optional<Bytes> a,
 
 // ---- Messages not understood --------------------------------------------------------------------------------------
 
-// A cycle of delegates would forward for ever: each thread remembers who is forwarding what.
+// A cycle of delegates would forward for ever. Each thread remembers who is passing on the message that nobody in the
+// chain has understood so far; once somebody has, his method is free to send the same message again.
 struct Forwarding {
     Ref object;
     const Forwarding *outer;
@@ -87,7 +90,14 @@ bool isForwarding(Ref object) {
     return false;
 }
 
-// doesnotunderstand (up to 7 arguments) -> the delegate's answer. Without a delegate raises 24.
+bool understands(Ref object, std::string_view message) {
+    const auto *behaviour = behaviourOfObject(object);
+    const auto selector = findSelector(message);
+    return behaviour != nullptr && selector != 0 && lookUp(*behaviour, selector) != nullptr;
+}
+
+// doesnotunderstand (up to 7 arguments) -> the delegate's answer. Without a delegate, or when the delegates lead back
+// here, raises 24.
 Answer<void> doesNotUnderstand(Self self, Returning answer, Area a, Area b, Area c, Area d, Area e, Area f, Area g) {
     const auto name = lastNotUnderstood(self.ref());
     char message[161] = {};
@@ -95,11 +105,12 @@ Answer<void> doesNotUnderstand(Self self, Returning answer, Area a, Area b, Area
     const auto manager = isForwarding(self.ref()) ? null : CLASS("delegate");
     const auto delegate = manager ? send<Ref>(SITE("getdelegatefor"), manager, self.ref()) : null;
     if (!delegate) return raise(Error::notUnderstood).answering(sizeof(Ref));
-    const Forwarding frame{self.ref(), forwarding};
-    forwarding = &frame;
+    const auto *const outer = forwarding;
+    const Forwarding frame{self.ref(), outer};
+    forwarding = understands(delegate, message) ? nullptr : &frame;
     void *arguments[] = {answer.address, a.address, b.address, c.address, d.address, e.address, f.address, g.address};
     sendByName(delegate, message, nullptr, nullptr, arguments, std::size(arguments));
-    forwarding = frame.outer;
+    forwarding = outer;
     return {};
 }
 
@@ -130,6 +141,13 @@ constexpr std::array methods{
     instance<writeTrace>("writetrace"),
     instance<raiseException>("raiseexception"),
     instance<doesNotUnderstand>("doesnotunderstand"),
+    instance<component::signal>("signal"),
+    instance<component::signalString>("signalstring"),
+    instance<component::defineInSignal>("defineinsignal"),
+    instance<component::copyConnection>("copyconnection"),
+    instance<component::defineOutSignal>("defineoutsignal"),
+    instance<component::componentException>("componentexception"),
+    instance<component::setEventTo>("seteventto"),
 };
 
 std::int64_t extendBase(void *, void *, void *, void *, void *, void *, void *, void *, void *, void *, void *, void *,

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "host/host.h"
+#include "host/lock_order.h"
 
 namespace oocobol::host::tests {
 namespace {
@@ -147,6 +148,76 @@ TEST(Threads, exitActionsRunLatestFirstAndMayAskForMore) {
     }).join();
     EXPECT_EQ(order, "bca");
 }
+
+// Two threads that take two mutexes crosswise, each holding one the yielding way, do not wait for each other.
+TEST(YieldingHold, givesItsMutexUpWhileItsThreadWaits) {
+    const auto mine = openMutex(MutexKind::component), other = openMutex();
+    std::atomic<bool> holds{false}, done{false};
+    std::thread thread([&] {
+        acquireMutex(other);
+        holds = true;
+        std::this_thread::sleep_for(20ms);
+        const YieldingHold hold(mine); // the main thread has it, and waits
+        EXPECT_TRUE(hold);
+        done = true;
+        releaseMutex(other);
+    });
+    {
+        const YieldingHold hold(mine), again(mine);
+        while (!holds) std::this_thread::yield();
+        EXPECT_TRUE(acquireMutex(other));
+        EXPECT_TRUE(done);
+        releaseMutex(other);
+        EXPECT_TRUE(hold);
+    }
+    thread.join();
+    EXPECT_TRUE(othersGet(mine, 5s));
+    closeMutex(mine);
+    closeMutex(other);
+}
+
+TEST(YieldingHold, putsTheOuterOneAsideForAnother) {
+    const auto outer = openMutex(MutexKind::component), inner = openMutex(MutexKind::component);
+    {
+        YieldingHold first(outer);
+        {
+            const YieldingHold second(inner);
+            EXPECT_TRUE(othersGet(outer, 5s));
+            EXPECT_FALSE(othersGet(inner, 20ms));
+        }
+        EXPECT_FALSE(othersGet(outer, 20ms));
+        first.release();
+        EXPECT_TRUE(othersGet(outer, 5s));
+        closeMutex(outer);
+        EXPECT_FALSE(first.acquire());
+    }
+    const YieldingHold nothing(0);
+    EXPECT_FALSE(nothing);
+    closeMutex(inner);
+}
+
+#if OOCOBOL_CHECKED
+TEST(LockOrder, isRecordedByKind) {
+    const auto manager = openMutex(MutexKind::manager), names = openMutex(MutexKind::names);
+    acquireMutex(manager);
+    acquireMutex(names);
+    releaseMutex(names);
+    releaseMutex(manager);
+    EXPECT_TRUE(lockOrder::seen(MutexKind::manager, MutexKind::names));
+    EXPECT_FALSE(lockOrder::seen(MutexKind::names, MutexKind::manager));
+    closeMutex(manager);
+    closeMutex(names);
+}
+
+TEST(LockOrderDeathTest, whoHoldsTwoComponentsEndsTheRun) {
+    const auto one = openMutex(MutexKind::component), other = openMutex(MutexKind::component);
+    acquireMutex(one);
+    EXPECT_DEATH(acquireMutex(other), "two components");
+    releaseMutex(one);
+    closeMutex(one);
+    closeMutex(other);
+}
+#endif
 
 } // namespace
 } // namespace oocobol::host::tests
