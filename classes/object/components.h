@@ -233,10 +233,9 @@ void doRemoveSignalDependant(const Self &self, Ref callback);
 // ---- signals.cpp
 // --------------------------------------------------------------------------------------------------------
 
-Answer<void> signal(const Self &self, Returning answer, Name name, Area a, Area b, Area c, Area d, Area e, Area f,
-                    Area g, Area h, Area i, Area j);
-Answer<void> signalString(const Self &self, Returning answer, Ref name, Area a, Area b, Area c, Area d, Area e, Area f,
-                          Area g, Area h, Area i, Area j);
+using SignalArguments = Areas<10>;
+Answer<void> signal(const Self &self, Returning answer, Name name, SignalArguments given);
+Answer<void> signalString(const Self &self, Returning answer, Ref name, SignalArguments given);
 
 // ---- spies.cpp
 // ----------------------------------------------------------------------------------------------------------

@@ -11,18 +11,16 @@ namespace oocobol::component {
 
 namespace {
 
-constexpr Count signalArguments = 10;
-
 // What a signal brings, as callbacks get it.
 class Arguments {
 public:
-    Arguments(Returning answer, const Area (&given)[signalArguments]) : areas(given), returning(answer) {
+    Arguments(Returning answer, SignalArguments given) : areas(given), returning(answer) {
         if (!returning) returning.address = reinterpret_cast<std::byte *>(&standIn);
         oocobol::detail::clearSteps(reinterpret_cast<std::byte *>(list), sizeof list / oocobol::detail::bodyStep);
         list[0] = returning.address;
         std::size_t count = 1;
-        for (const auto &area : given) {
-            if (given[0] && area) list[count++] = area.address;
+        for (std::size_t i = 0; given[0] && i < SignalArguments::count; ++i) {
+            if (const auto area = given[i]) list[count++] = area.address;
         }
     }
     Arguments(const Arguments &) = delete;
@@ -42,7 +40,7 @@ public:
     }
 
 private:
-    const Area (&areas)[signalArguments];
+    SignalArguments areas;
     Returning returning;
     std::uint64_t standIn = 0;
     alignas(16) void *list[maximumArguments];
@@ -85,7 +83,7 @@ CallbackFields *fieldsOfCallback(Ref callback) {
     const auto *entry = findEntry(callback);
     const auto *family = layoutOf<CallbackFields>;
     if (entry == nullptr || family == nullptr) return nullptr;
-    if (behaviourOf(entry->tag.load(std::memory_order_acquire)) != family->instancesId)
+    if (behaviourOf(entry->tag.load(std::memory_order_acquire)) != family->instances->id)
         return changeableFields<CallbackFields>(callback);
     return reinterpret_cast<CallbackFields *>(entry->body.load(std::memory_order_relaxed));
 }
@@ -282,9 +280,7 @@ Ending sendSignal(const Self &self, const NameKey &name, const Arguments &argume
 // signal (name, up to 10 arguments) -> what the last receiver answers. A callback refuses a tenth argument (21). Raises
 // 94 for what is no component, 95 when the signal is not defined, 111 when memory is short. How wide the returning item
 // is, only the receivers know: a handler that answers nothing leaves it as it was.
-Answer<void> signal(const Self &self, Returning answer, Name name, Area a, Area b, Area c, Area d, Area e, Area f,
-                    Area g, Area h, Area i, Area j) {
-    const Area given[] = {a, b, c, d, e, f, g, h, i, j};
+Answer<void> signal(const Self &self, Returning answer, Name name, SignalArguments given) {
     const NameKey key(name);
     const auto ending = sendSignal(self, key, Arguments(answer, given));
     if (ending <= Ending::stopped) [[likely]]
@@ -302,11 +298,12 @@ Answer<void> signal(const Self &self, Returning answer, Name name, Area a, Area 
 
 // signalstring (text object, up to 10 arguments) -> as signal with the text's value. Null ends in invalidparameter
 // (33).
-Answer<void> signalString(const Self &self, Returning answer, Ref name, Area a, Area b, Area c, Area d, Area e, Area f,
-                          Area g, Area h, Area i, Area j) {
+Answer<void> signalString(const Self &self, Returning answer, Ref name, SignalArguments given) {
     if (!isLive(name)) return pass(SITE("invalidparameter"));
     const auto value = textOf(name);
-    sendSelf(SITE("signal"), self, answer, Bytes{value.c_str()}, a, b, c, d, e, f, g, h, i, j);
+    const Bytes text{value.c_str()};
+    const auto &a = given;
+    sendSelf(SITE("signal"), self, answer, text, a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9]);
     return {};
 }
 
