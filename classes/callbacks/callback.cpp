@@ -52,7 +52,7 @@ Answer<void> invoke(Self self, Returning answer, Brought brought) {
             list.append(first);
         else
             std::memcpy(&receiver, first.address, sizeof receiver);
-        for (Count i = 1; i < invokeArguments; ++i) list.append(brought[i]);
+        list.appendFrom(1, brought);
     }
     std::uint64_t standIn = 0;
     void *returning = answer ? static_cast<void *>(answer.address) : &standIn;

@@ -62,6 +62,12 @@ public:
     void append(Area argument) {
         if (argument) addresses[count++] = argument.address;
     }
+    // Those from `first` on. Most invocations bring one or two.
+    void appendFrom(std::size_t first, const Brought &brought) {
+        auto last = std::size_t{invokeArguments};
+        while (last > first && !brought[last - 1]) --last;
+        for (auto i = first; i < last; ++i) append(brought[i]);
+    }
     // The list with the returning item's address in front: what a send takes.
     void *const *forSend(void *returning) {
         addresses[0] = returning;

@@ -112,7 +112,7 @@ Answer<void> invoke(Self self, Returning answer, Brought brought) {
     if (brought[invokeArguments]) return raise(Error::tooManyArguments).answering(sizeof(std::uint64_t));
     Hold hold(self);
     ArgumentList list(*self);
-    for (Count i = 0; i < invokeArguments; ++i) list.append(brought[i]);
+    list.appendFrom(0, brought);
     ++self->active;
     call(self, answer, list);
     list.storeBack(self);

@@ -8,7 +8,7 @@ namespace {
 
 // The walk over a copy of the source that `do` makes, and the callback that carries each element.
 bool walksNatively(Ref source) noexcept {
-    return nativePath(source, {"do", "dowithoutcopy", "copy", "finalize", "at", "size"}) &&
+    return nativePath(source, {"do", "dowithoutcopy", "copy", "malloc", "dealloc", "finalize", "at", "size"}) &&
            nativeElements(CLASS("callback"), {"invoke", "finalize"});
 }
 
