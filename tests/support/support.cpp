@@ -1,5 +1,6 @@
 #include "tests/support/support.h"
 
+#include <cstdlib>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -56,6 +57,14 @@ template <std::size_t... slot> constexpr auto slotEntries(std::index_sequence<sl
     return std::array<host_entry, sizeof...(slot)>{slotEntry<slot>...};
 }
 constexpr auto entries = slotEntries(std::make_index_sequence<slots>{});
+
+// Whole test programs run in either environment: they start as a program does that knows which one it is in.
+class Start : public testing::Environment {
+    void SetUp() override {
+        if (std::getenv("OOCOBOL_DBCS") != nullptr) send(SITE("readyforapplicationstart"), classForProgram("base"));
+    }
+};
+const auto *const start = testing::AddGlobalTestEnvironment(new Start);
 
 } // namespace
 
