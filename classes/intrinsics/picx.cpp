@@ -243,7 +243,7 @@ Answer<void> atPut(Self self, Index position, Bytes character) {
 
 // setvalue (value). Double-byte characters turn self into an item that can hold them.
 void setValue(Self self, Bytes value) {
-    const auto length = static_cast<Index>(itemLength(self));
+    const auto length = static_cast<Index>(itemOf(self).size());
     if (!self.ref().isStatic() && anyDoubleByte(length, value)) {
         turnInto(self, send<Ref>(SITE("withlengthvalue"), CLASS("dbcspicx"), length, value));
         return;

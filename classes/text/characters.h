@@ -50,7 +50,7 @@ std::size_t lengthOf(std::string_view text, std::size_t count) noexcept;
 // The same where nobody knows how many bytes there are: reads as many characters and no byte more.
 std::size_t lengthOf(const char *text, std::size_t count) noexcept;
 
-// Whether a character starts at the position, or the text ends there. `known` is a position before it where one does.
+// Whether no character before the position goes on behind it. `known` is a position in front of it where one starts.
 bool isBoundary(std::string_view text, std::size_t position, std::size_t known = 0) noexcept;
 
 // The first `size` bytes at most; what is left of a character that would be cut in half becomes a space.

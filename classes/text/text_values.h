@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "classes/text/operand.h"
 #include "runtime/module.h"
 
 namespace oocobol {
@@ -15,14 +16,12 @@ inline Ref newText(std::string_view text) {
 }
 
 // The bytes of any object that answers `sizeinbytes` and `getvalue`; what claims more than `limit` bytes, and what is
-// null, counts as empty.
+// null or cannot be had, counts as empty.
 inline std::string textOf(Ref object, std::size_t limit = std::size_t{1} << 20) {
     if (object.isNull()) return {};
-    const auto size = send<Count>(SITE("sizeinbytes"), object);
-    if (size == 0 || size > limit) return {};
-    std::string value(size, '\0');
-    send(SITE("getvalue"), object, Returning{{reinterpret_cast<std::byte *>(value.data())}});
-    return value;
+    const Operand value(object);
+    if (value.failure() || value.bytes().size() > limit) return {};
+    return std::string(value.bytes());
 }
 
 } // namespace oocobol

@@ -5,6 +5,8 @@
 #include <map>
 #include <mutex>
 
+#include "host/host.h"
+
 namespace oocobol::test {
 
 namespace {
@@ -84,7 +86,8 @@ std::string padded(std::string_view text, std::size_t length) {
 }
 
 Ref text(std::string_view value) {
-    return send<Ref>(SITE("withlengthvalue"), CLASS("chararry"), static_cast<Index>(value.size()), Bytes{value.data()});
+    return send<Ref>(SITE("withbytelengthvalue"), CLASS("chararry"), static_cast<Index>(value.size()),
+                     Bytes{value.data()});
 }
 
 std::string valueOf(Ref textObject) {
@@ -94,6 +97,11 @@ std::string valueOf(Ref textObject) {
 }
 
 void finalize(Ref object) { send<Ref>(SITE("finalize"), object); }
+
+InEnvironment::InEnvironment(std::uint8_t status) : before(*host::externalByte("DBCSENVIRONMENTSTATUS")) {
+    *host::externalByte("DBCSENVIRONMENTSTATUS") = status;
+}
+InEnvironment::~InEnvironment() { *host::externalByte("DBCSENVIRONMENTSTATUS") = before; }
 
 RaisedErrors::RaisedErrors() {
     installHandler();
