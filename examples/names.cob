@@ -66,7 +66,7 @@ main-line.
     CALL "oosend" USING "do" sorted OMITTED print-block
 
     CALL "oofinalize" USING print-block
-    CALL "oosend" USING "deepfinalize" name-list name-list
+    CALL "oosend" USING "deepfinalize" name-list no-object
     CALL "oofinalize" USING sorted
     CALL "oocount" USING no-object objects-after
     IF objects-after = objects-before

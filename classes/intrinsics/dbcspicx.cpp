@@ -94,10 +94,11 @@ void store(std::span<char> room, std::string_view text) {
 Count size(Self self) { return characterCount(self); }
 Count sizeInBytes(Self self) { return static_cast<Count>(textOf(self).size()); }
 
-// setvalue (value). As many characters.
+// setvalue (value). As many characters, and of a class that was given another length no more than there is room for.
 void setValue(Self self, Bytes value) {
-    const auto length = characters::lengthOf(value.address, characterCount(self));
-    store(roomOf(self), {value.address, length});
+    const auto count = std::size_t{characterCount(self)};
+    const auto room = roomOf(self);
+    store(room, {value.address, characters::lengthOf(value.address, std::min(count, room.size()))});
 }
 
 // ---- Characters -----------------------------------------------------------------------------------------------------

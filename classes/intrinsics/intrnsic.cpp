@@ -54,6 +54,7 @@ Ref makeItem(Ref classObject, std::string_view value) {
 
 // Nothing when an item of single-byte text is to hold double-byte characters: `setvalue` makes another one of it.
 Ref makeItemUnlessMixed(Ref classObject, std::string_view value) {
+    if (value.size() > static_cast<std::size_t>(longestItem)) return null; // nobody has so many
     const auto isText = isLaidOutAs<PicXClassData>(*familyOfClass(classObject));
     return isText && characters::anyDoubleByte(value) ? null : makeItem(classObject, value);
 }

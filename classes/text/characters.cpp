@@ -15,18 +15,29 @@ namespace {
 constexpr std::size_t blockSize = 64;
 constexpr std::uint64_t even = 0x5555555555555555;
 
-// A bit for each byte that is a lead byte wherever a character starts with it.
+constexpr std::size_t partSize = sizeof(__m128i);
+
+// Which of 16 bytes are lead bytes, wherever a character starts with one.
+__m128i leadsAt(const char *part) noexcept {
+    __m128i bytes;
+    std::memcpy(&bytes, part, sizeof bytes);
+    bytes = _mm_xor_si128(bytes, _mm_set1_epi8(host::leadFlip));
+    bytes = _mm_sub_epi8(bytes, _mm_set1_epi8(static_cast<char>(host::firstLead)));
+    return _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(host::leadBytes - 1)), bytes);
+}
+unsigned bitsOf(__m128i bytes) noexcept { return static_cast<unsigned>(_mm_movemask_epi8(bytes)); }
+
+// A bit for each such byte of a block.
 std::uint64_t leadsIn(const char *block) noexcept {
     std::uint64_t leads = 0;
-    for (std::size_t part = 0; part < blockSize; part += sizeof(__m128i)) {
-        __m128i bytes;
-        std::memcpy(&bytes, block + part, sizeof bytes);
-        bytes = _mm_xor_si128(bytes, _mm_set1_epi8(host::leadFlip));
-        bytes = _mm_sub_epi8(bytes, _mm_set1_epi8(static_cast<char>(host::firstLead)));
-        const auto inRange = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(host::leadBytes - 1)), bytes);
-        leads |= std::uint64_t{static_cast<unsigned>(_mm_movemask_epi8(inRange))} << part;
-    }
+    for (std::size_t part = 0; part < blockSize; part += partSize)
+        leads |= std::uint64_t{bitsOf(leadsAt(block + part))} << part;
     return leads;
+}
+bool anyLeadIn(const char *block) noexcept {
+    const auto front = _mm_or_si128(leadsAt(block), leadsAt(block + partSize));
+    const auto back = _mm_or_si128(leadsAt(block + 2 * partSize), leadsAt(block + 3 * partSize));
+    return bitsOf(_mm_or_si128(front, back)) != 0;
 }
 
 // Tells the second halves, block after block. In a run of lead bytes every other one starts a character, from the
@@ -85,13 +96,21 @@ std::size_t selectBit(std::uint64_t mask, std::size_t n) noexcept {
     return static_cast<std::size_t>(std::countr_zero(mask));
 }
 
+// The last 16 bytes may be looked at twice.
 std::size_t firstDoubleByte(std::string_view text, std::size_t from) noexcept {
     if (!mayBeDoubleByte()) return text.size();
-    Blocks blocks(text.substr(from));
-    while (blocks.next()) {
-        if (blocks.leads != 0) return from + blocks.position + static_cast<std::size_t>(std::countr_zero(blocks.leads));
+    auto at = from;
+    while (text.size() - at >= blockSize && !anyLeadIn(text.data() + at)) at += blockSize;
+    const auto firstIn = [&](std::size_t part) {
+        const auto leads = bitsOf(leadsAt(text.data() + part));
+        return leads != 0 ? part + static_cast<std::size_t>(std::countr_zero(leads)) : text.size();
+    };
+    for (; text.size() - at >= partSize; at += partSize) {
+        if (const auto found = firstIn(at); found < text.size()) return found;
     }
-    return text.size();
+    if (at < text.size() && text.size() - from >= partSize) return firstIn(text.size() - partSize);
+    while (at < text.size() && !host::isLeadByte(text[at])) ++at;
+    return at;
 }
 
 } // namespace
