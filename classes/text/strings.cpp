@@ -139,12 +139,20 @@ Ref ofValues(const ClassSelf &self, Ref, Index count) { return sendSelf<Ref>(SIT
 Answer<Ref> ofReferences(const ClassSelf &, Index) { return pass(SITE("shouldnotimplement")); }
 Ref withAll(const ClassSelf &, Ref other) { return send<Ref>(SITE("copy"), other); }
 
+namespace {
+
+// With a value that is known to be of single bytes; null where messages have to make it.
+Ref filled(const ClassSelf &self, Index length, Bytes value) noexcept {
+    const auto made = length >= 0 ? blank(self.ref(), length) : null;
+    if (made && length != 0) std::memcpy(fieldsOfMade(made).storage, value.address, static_cast<std::size_t>(length));
+    return made;
+}
+
+} // namespace
+
 Answer<Ref> withLengthValue(const ClassSelf &self, Index length, Bytes value) {
-    if (length >= 0 && !(yieldsToMixedText(self.ref()) && characters::anyDoubleByte(textAt(length, value)))) {
-        if (const auto made = blank(self.ref(), length)) {
-            if (length != 0) std::memcpy(fieldsOfMade(made).storage, value.address, static_cast<std::size_t>(length));
-            return made;
-        }
+    if (!yieldsToMixedText(self.ref()) || !characters::anyDoubleByte(textAt(length, value))) {
+        if (const auto made = filled(self, length, value)) return made;
     }
     const auto made = sendSelf<Ref>(SITE("new"), self, length);
     if (made) send(SITE("setvalue"), made, value);
@@ -152,12 +160,13 @@ Answer<Ref> withLengthValue(const ClassSelf &self, Index length, Bytes value) {
 }
 
 Answer<Ref> withByteLengthValue(const ClassSelf &self, Index length, Bytes value) {
+    if (const auto made = filled(self, length, value)) return made;
     return sendSelf<Ref>(SITE("withlengthvalue"), self, length, value);
 }
 
 Answer<Ref> fromBuffer(const ClassSelf &self, Index length, Bytes buffer) {
     while (length >= 1 && (buffer.address[length - 1] == ' ' || buffer.address[length - 1] == '\0')) --length;
-    return sendSelf<Ref>(SITE("withlengthvalue"), self, length, buffer);
+    return withByteLengthValue(self, length, buffer);
 }
 
 // What the caller gave has the terminator: there is no other bound.

@@ -84,7 +84,7 @@ Ref ofValues(const ClassSelf &self, Ref, Index count);
 Answer<Ref> ofReferences(const ClassSelf &self, Index);
 // withall (object) -> a copy of the object.
 Ref withAll(const ClassSelf &self, Ref other);
-// withlengthvalue, withbytelengthvalue (length, value) -> text.
+// withlengthvalue, withbytelengthvalue (length, value) -> text. By the second no double-byte characters get here.
 Answer<Ref> withLengthValue(const ClassSelf &self, Index length, Bytes value);
 Answer<Ref> withByteLengthValue(const ClassSelf &self, Index length, Bytes value);
 // frombuffer (length, buffer) -> text. Spaces and null bytes at the end are left out.

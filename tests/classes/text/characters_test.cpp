@@ -81,6 +81,19 @@ TEST_F(InMixedText, ReadsNoByteBehindTheCharactersAskedFor) {
     }
 }
 
+TEST_F(InMixedText, OneLeadByteIsSeenWhereverItIs) {
+    for (const std::size_t size : {1U, 15U, 16U, 17U, 63U, 64U, 65U, 255U, 256U, 257U, 700U}) {
+        const std::string none(size, '\xB1'); // a katakana of one byte
+        const ExactBytes exact(none);
+        ASSERT_FALSE(characters::anyDoubleByte({Bytes(exact).address, size}));
+        for (std::size_t at = 0; at < size; ++at) {
+            auto text = std::string(size, 'a');
+            text[at] = '\xE0';
+            ASSERT_TRUE(characters::anyDoubleByte(text)) << size << " " << at;
+        }
+    }
+}
+
 TEST_F(InMixedText, TrimsSplitsAndFindsWholeCharacters) {
     const auto isSpace = [](const std::string &part) { return part == " " || part == "\x81\x40"; };
     const auto isNull = [](const std::string &part) { return part == std::string(1, '\0'); };
