@@ -11,6 +11,9 @@ namespace oocobol {
 
 // A new character array of these bytes, the caller's to finalize; null when memory is short.
 inline Ref newText(std::string_view text) {
+    if (characters::counted(text).endsInHalf) { // which the message would refuse
+        if (const auto made = textOfClass(CLASS("chararry"), text); made.value) return made.value;
+    }
     const Bytes bytes{text.empty() ? "" : text.data()}; // an empty one may have no address
     return send<Ref>(SITE("withbytelengthvalue"), CLASS("chararry"), static_cast<Index>(text.size()), bytes);
 }
