@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "classes/intrinsics/intrinsic.h"
+#include "classes/intrinsics/native_element.h"
 #include "classes/text/mixed_text.h"
 #include "classes/text/operand.h"
 
@@ -232,21 +233,28 @@ void setValue(Self self, Bytes value) {
 }
 Address getAddress(Self self) { return itemOf(self).data(); }
 
-// allocateelement, allocateelements (count) -> address, zero-filled; null when it cannot be had. A negative count ends
-// in invalidparameter.
-Address allocateElement(Self self) { return allocate(itemLength(self)); }
-Answer<Address> allocateElements(Self self, Index count) {
-    if (count < 0) return pass(SITE("invalidparameter"));
-    return allocate(static_cast<std::size_t>(count) * itemLength(self));
-}
-
-// ---- Comparing ----------------------------------------------------------------------------------------------------
-
 bool countsCharacters(Ref object) {
     const auto *behaviour = behaviourOfObject(object.withoutStatic());
     return behaviour != nullptr && behaviour->classSide == object.isStatic() &&
            oocobol::countsCharacters(*behaviour->family);
 }
+
+// What an element needs: the value's length, or the room for any where that depends on the characters.
+std::size_t elementWidth(const Self &self) {
+    if (!countsCharacters(self.ref())) return itemLength(self);
+    auto *body = bodyOf(self.ref());
+    return body != nullptr ? headerOf(body)->size : itemWidth(self.ref().withoutStatic());
+}
+
+// allocateelement, allocateelements (count) -> address, zero-filled; null when it cannot be had. A negative count ends
+// in invalidparameter.
+Address allocateElement(Self self) { return allocate(elementWidth(self)); }
+Answer<Address> allocateElements(Self self, Index count) {
+    if (count < 0) return pass(SITE("invalidparameter"));
+    return allocate(static_cast<std::size_t>(count) * elementWidth(self));
+}
+
+// ---- Comparing ----------------------------------------------------------------------------------------------------
 
 // What the method that compares takes as the length of the value.
 enum class Length { ownKind, characters };
