@@ -32,6 +32,22 @@ constexpr Ratio ratios[] = {
     {"sort/values", "sort/std", 0.3},
     {"files/expandwildcards", "files/readdir_fnmatch", 2.0},
     {"send/one_class", "call/virtual", 0},
+    {"text/walk", "text/plain_walk", 2.0},
+    {"text/at_end", "text/at_start", 1.2},
+    {"text/double_byte_withbytelengthvalue", "text/single_byte_withbytelengthvalue", 1.5},
+    {"text/double_byte_withvalue", "text/single_byte_withvalue", 1.5},
+    {"text/double_byte_withspaceterminator", "text/single_byte_withspaceterminator", 1.5},
+    {"text/double_byte_frombuffer", "text/single_byte_frombuffer", 1.5},
+    {"text/double_byte_setvalue", "text/single_byte_setvalue", 1.5},
+    {"text/double_byte_atput", "text/single_byte_atput", 1.5},
+    {"text/double_byte_movevalue", "text/single_byte_movevalue", 1.5},
+    {"text/double_byte_concat", "text/single_byte_concat", 1.5},
+    {"text/double_byte_trimblanks", "text/single_byte_trimblanks", 1.5},
+    {"text/double_byte_asuppercase", "text/single_byte_asuppercase", 1.5},
+    {"text/double_byte_copyfromto", "text/single_byte_copyfromto", 1.5},
+    {"text/double_byte_equal", "text/single_byte_equal", 1.5},
+    {"text/double_byte_hash", "text/single_byte_hash", 1.5},
+    {"text/double_byte_indexofsubcollection", "text/single_byte_indexofsubcollection", 1.5},
 };
 
 class Lowest : public benchmark::ConsoleReporter {

@@ -153,9 +153,16 @@ void atThreadExit(void (*action)(void *argument), void *argument) noexcept;
 void toUpper(char *text, std::size_t length) noexcept;
 void toLower(char *text, std::size_t length) noexcept;
 
+// Whether the byte, where a character starts, makes it one of two bytes: 0x81 to 0x9F and 0xE0 to 0xFC, the lead bytes
+// of Shift-JIS. The two ranges meet once bit 5 is turned over.
+inline constexpr std::uint8_t leadFlip = 0x20, firstLead = 0x81 ^ leadFlip, leadBytes = 0xFC - 0xE0 + 0x9F - 0x81 + 2;
+constexpr bool isLeadByte(char character) noexcept {
+    return static_cast<std::uint8_t>((static_cast<std::uint8_t>(character) ^ leadFlip) - firstLead) < leadBytes;
+}
 // 1 or 2: the bytes of the character at the start of the text; a lead byte with nothing behind it counts 1.
-// Lead bytes are those of Shift-JIS.
-std::size_t characterLength(std::string_view text) noexcept;
+constexpr std::size_t characterLength(std::string_view text) noexcept {
+    return text.size() >= 2 && isLeadByte(text.front()) ? 2 : 1;
+}
 
 // ---- File names -------------------------------------------------------------------------------------------------
 // In all of these `/` and `\` both separate directories, and a separator that is put in is a `\`.

@@ -26,19 +26,10 @@ template <char First, char Last> void exchangeCase(char *text, std::size_t lengt
         if (*text >= First && *text <= Last) *text ^= caseBit;
 }
 
-bool isLeadByte(char character) {
-    const auto byte = static_cast<unsigned char>(character);
-    return (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
-}
-
 } // namespace
 
 void toUpper(char *text, std::size_t length) noexcept { exchangeCase<'a', 'z'>(text, length); }
 
 void toLower(char *text, std::size_t length) noexcept { exchangeCase<'A', 'Z'>(text, length); }
-
-std::size_t characterLength(std::string_view text) noexcept {
-    return text.size() >= 2 && isLeadByte(text.front()) ? 2 : 1;
-}
 
 } // namespace oocobol::host

@@ -94,6 +94,8 @@ bool ElementReader::read(Index index) noexcept {
         return true;
     }
     if (!isLive(collection) || areaWidth(collection) > area.size()) return false;
+    // What is no collection answers elements of any width, each of which must end where it ends.
+    if (fieldsOf<CollectionFields>(collection) == nullptr) std::memset(area.bytes(), 0, area.size());
     send(SITE("at"), collection, area.returning(), index);
     return true;
 }

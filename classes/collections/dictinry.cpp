@@ -4,6 +4,7 @@
 // Associations are held as values, in the slots, or as objects that the dictionary owns: what it takes in is copied,
 // what it hands out is a copy, and what it lets go is finalized. The keys' objects and the data's are never its own.
 #include "classes/collections/dictionary.h"
+#include "classes/intrinsics/intrinsic.h"
 #include "host/host.h"
 
 namespace oocobol {
@@ -477,7 +478,8 @@ Answer<Ref> reject(Self self, Ref block) { return filtered(self, block, 0); }
 // Whether a datum equals the wanted one. An object that is null or gone equals only itself.
 bool equalsDatum(const Self &self, Element datum, Element wanted) {
     if (self->elementTemplate)
-        return sendOver<bool>(SITE("equalbylengthvalue"), self->elementTemplate, datum.address, self->dataSize, wanted);
+        return sendOver<bool>(SITE("equalbylengthvalue"), self->elementTemplate, datum.address,
+                              comparedLength(self->elementTemplate, self->dataSize), wanted);
     const auto object = referenceIn(datum.address);
     const auto other = referenceIn(wanted.address);
     return isLive(object) ? send<bool>(SITE("equal"), object, other) : object == other;

@@ -87,8 +87,8 @@ public:
         if (!readPartAt(self.ref(), slot, Part::key, stored.bytes(), stored.size())) return false;
         if (matching == Matching::byIdentity) return equalElements(stored.bytes(), key, self->keySize);
         if (self->keyTemplate)
-            return sendOver<bool>(SITE("equalbylengthvalue"), self->keyTemplate, stored.bytes(), self->keySize,
-                                  Element{key});
+            return sendOver<bool>(SITE("equalbylengthvalue"), self->keyTemplate, stored.bytes(),
+                                  comparedLength(self->keyTemplate, self->keySize), Element{key});
         const auto object = referenceIn(stored.bytes());
         return isLive(object) && send<bool>(SITE("equal"), object, referenceIn(key));
     }

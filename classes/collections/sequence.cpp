@@ -1,8 +1,8 @@
 // Sequenced collection: elements numbered from 1 to the size, reached by `at`, `atput` and `isat`.
 //
-// Everything here works through these three, so that fixed-size and growing collections share it. Loops run to the
-// size read at their start, whatever the code that they call does to the receiver.
-#include "classes/collections/collection.h"
+// Most of it is in sequence_protocol.h. What is here knows the slots, or the template of the elements.
+#include "classes/collections/sequence_protocol.h"
+#include "classes/text/mixed_text.h"
 
 namespace oocobol {
 namespace {
@@ -12,21 +12,7 @@ constexpr char program[] = "sequence";
 using Self = Instance<SequencedFields>;
 using ClassSelf = Receiver;
 
-Index sizeOf(const Self &self) { return sendSelf<Index>(SITE("size"), self); }
-Index sizeOf(Ref collection) { return send<Index>(SITE("size"), collection); }
-
-bool isCompatible(const Self &self, Ref other) { return sendSelf<bool>(SITE("iscompatible"), self, other); }
-
-// A new collection of the receiver's species with so many slots; null when it could not be made.
-Ref copyEmptyWithSize(const Self &self, std::int64_t size) {
-    return sendSelf<Ref>(SITE("copyemptywithsize"), self, asSize(size));
-}
-
-// Puts source elements from `sourceStart` on at `start` .. `stop` of a collection.
-void replace(Ref collection, std::int64_t start, std::int64_t stop, Ref source, std::int64_t sourceStart) {
-    send(SITE("replacesubcollection"), collection, static_cast<Index>(start), static_cast<Index>(stop), source,
-         static_cast<Index>(sourceStart));
-}
+using sequences::copyEmptyWithSize, sequences::isCompatible, sequences::replace, sequences::sizeOf;
 
 // ---- Creation ---------------------------------------------------------------------------------------------------
 
@@ -62,16 +48,6 @@ Answer<Ref> ofReferences(ClassSelf self, Index size) {
 // size () -> count of slots.
 Count size(Self self) { return self->slotCount; }
 bool isSequenced(Self) { return true; }
-
-// first, last () -> element.
-void first(Self self, Returning element) { sendSelf(SITE("at"), self, element, Index{1}); }
-void last(Self self, Returning element) { sendSelf(SITE("at"), self, element, sizeOf(self)); }
-
-// atallput (element).
-void atAllPut(Self self, Element element) {
-    const auto count = sizeOf(self);
-    for (Index i = 1; i <= count && self.isAlive(); ++i) sendSelf(SITE("atput"), self, i, element);
-}
 
 // isatidentity (element, index) -> flag. Whether the slot holds these very bytes.
 Answer<bool> isAtIdentity(Self self, Element element, Index index) {
@@ -146,78 +122,10 @@ Answer<Index> indexOfSubcollection(Self self, Ref subcollection, Index start) {
     return 0;
 }
 
-// occurrencesof (element) -> count.
-Count occurrencesOf(Self self, Element element) {
-    Count count = 0;
-    std::int64_t start = 1;
-    while (start <= INT32_MAX) {
-        const auto from = static_cast<Index>(start);
-        const auto found = sendSelf<Index>(SITE("firstindexof"), self, element, from, sizeOf(self));
-        if (found < start) break;
-        ++count;
-        start = std::int64_t{found} + 1;
-    }
-    return count;
-}
-
-// ---- Replacing --------------------------------------------------------------------------------------------------
-
-// replaceall (old element, new element, from, to). A from index below 1 raises 3.
-Answer<void> replaceAll(Self self, Element old, Element replacement, Index from, Index to) {
-    if (from < 1) return pass(SITE("errorinbounds"));
-    std::int64_t start = from;
-    while (start <= to && self.isAlive()) {
-        const auto found = sendSelf<Index>(SITE("firstindexof"), self, old, static_cast<Index>(start), to);
-        if (found < start) break;
-        sendSelf(SITE("atput"), self, found, replacement);
-        start = std::int64_t{found} + 1;
-    }
-    return {};
-}
-
-// Moves the elements at once when messages would do no more than that. False when they have to be sent.
-bool replaceNatively(const Self &self, std::int64_t start, std::int64_t count, Ref source, std::int64_t sourceStart) {
-    NativeElements own(self.ref(), {"at", "atput"});
-    NativeElements others(source, {"at"});
-    const auto to = own.run();
-    const auto from = others.run();
-    if (!to || !from || to->width != from->width) return false;
-    if (start < 1 || start + count - 1 > to->count || sourceStart + count - 1 > from->count) return false;
-    const auto stores = runsMethodOf(self.ref(), "atput", "array") || runsMethodOf(self.ref(), "atput", "dynarray");
-    if (!stores) return false;
-    const std::size_t width = to->width;
-    std::memmove(to->start + static_cast<std::size_t>(start - 1) * width,
-                 from->start + static_cast<std::size_t>(sourceStart - 1) * width,
-                 static_cast<std::size_t>(count) * width);
-    return true;
-}
-
-// replacesubcollection (start, stop, source, source start). Raises 4 when the source is too short, 3 for a source
-// start below 1; an incompatible source ends in compatibilityerror (10). Overlapping moves within the receiver are
-// right.
-Answer<void> replaceSubcollection(Self self, Index start, Index stop, Ref source, Index sourceStart) {
-    if (!isCompatible(self, source)) return pass(SITE("compatibilityerror"));
-    const auto beyond = std::int64_t{stop} - start;
-    if (std::int64_t{sizeOf(source)} - sourceStart < beyond) return raise(Error::sourceTooShort);
-    const auto count = beyond + 1;
-    if (count <= 0) return {};
-    if (sourceStart < 1) return pass(SITE("errorinbounds"));
-    if (replaceNatively(self, start, count, source, sourceStart)) return {};
-    ElementReader elements(source, self.ref());
-    if (!elements) return raise(Error::noWorkArea);
-    const auto backwards = sourceStart < start && source == self.ref();
-    for (std::int64_t i = 0; i < count && self.isAlive(); ++i) {
-        const auto offset = backwards ? count - 1 - i : i;
-        if (!elements.read(static_cast<Index>(sourceStart + offset))) break;
-        if (!putElement(self.ref(), static_cast<Index>(start + offset), elements)) break;
-    }
-    return {};
-}
+// ---- Growing ----------------------------------------------------------------------------------------------------
 
 // remove (element). Raises 5.
 Answer<void> remove(Self, Area) { return raise(Error::notRemovable); }
-
-// ---- Growing ----------------------------------------------------------------------------------------------------
 
 // A dynamic collection that has shrunk keeps what it can still reach.
 void dropCutElements(Ref collection) {
@@ -272,168 +180,26 @@ Answer<Ref> concat(Self self, Ref other) {
     return send<Ref>(SITE("insertallafter"), other, Index{0}, self.ref());
 }
 
-// A new collection: the receiver's first `kept` elements, the inserted ones, and the receiver's from `resumed` on.
-Ref spliced(const Self &self, std::int64_t kept, Ref inserted, std::int64_t resumed) {
-    const std::int64_t own = sizeOf(self);
-    const std::int64_t others = sizeOf(inserted);
-    const auto total = kept + others + (own - resumed + 1);
-    const auto made = copyEmptyWithSize(self, total);
-    if (!made) return null;
-    replace(made, 1, kept, self.ref(), 1);
-    replace(made, kept + 1, kept + others, inserted, 1);
-    replace(made, kept + others + 1, total, self.ref(), resumed);
-    return made;
-}
-
-// insertallafter (index, other) -> collection. An index outside 0 .. size raises 3, an incompatible other ends in
-// compatibilityerror (10).
-Answer<Ref> insertAllAfter(Self self, Index index, Ref other) {
-    if (!isCompatible(self, other)) return pass(SITE("compatibilityerror"));
-    if (index < 0 || index > sizeOf(self)) return pass(SITE("errorinbounds"));
-    return spliced(self, index, other, std::int64_t{index} + 1);
-}
-
-// copyfromto (from, to) -> collection.
-Ref copyFromTo(Self self, Index from, Index to) {
-    const auto count = std::int64_t{to} - from + 1;
-    const auto made = copyEmptyWithSize(self, count);
-    if (made) replace(made, 1, count, self.ref(), from);
-    return made;
-}
-
-// copywith (element) -> collection with the element at the end.
-Ref copyWith(Self self, Element element) {
-    const std::int64_t count = sizeOf(self);
-    const auto made = copyEmptyWithSize(self, count + 1);
-    if (!made) return null;
-    replace(made, 1, count, self.ref(), 1);
-    send(SITE("atput"), made, static_cast<Index>(count + 1), element);
-    return made;
-}
-
 // copywithout (element) -> collection without its occurrences.
 Answer<Ref> copyWithout(Self self, Element element) {
     if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
-    const auto count = sizeOf(self);
-    const auto occurrences = sendSelf<Count>(SITE("occurrencesof"), self, element);
-    Temporary made(copyEmptyWithSize(self, std::int64_t{count} - occurrences));
-    if (!made) return null;
-    ElementReader elements(self.ref(), made.ref());
-    if (!elements) return raise(Error::noWorkArea);
-    ElementMatcher own(self.ref());
-    Index next = 1;
-    for (Index i = 1; i <= count && self.isAlive(); ++i) {
-        if (own.matches(element, i)) continue;
-        if (!elements.read(i) || !putElement(made.ref(), next++, elements)) break;
-    }
-    return made.giveAway();
-}
-
-// copyreplace (from, to, replacement) -> collection. Raises 3 unless 1 <= from <= to + 1 <= size + 1.
-Answer<Ref> copyReplace(Self self, Index from, Index to, Ref replacement) {
-    if (!isCompatible(self, replacement)) return pass(SITE("compatibilityerror"));
-    if (from < 1 || to > sizeOf(self) || to < from - 1) return pass(SITE("errorinbounds"));
-    return spliced(self, std::int64_t{from} - 1, replacement, std::int64_t{to} + 1);
-}
-
-// The positions of a subcollection in the receiver, none overlapping, in an ordered collection of numbers.
-Ref positionsOf(const Self &self, Ref old, std::int64_t length) {
-    const auto positions = send<Ref>(SITE("ofvalues"), CLASS("ordrdcll"), CLASS("comp5"), Index{4});
-    std::int64_t start = 1;
-    while (positions && start <= INT32_MAX && self.isAlive()) {
-        const auto found = sendSelf<Index>(SITE("indexofsubcollection"), self, old, static_cast<Index>(start));
-        if (found < start) break;
-        send(SITE("add"), positions, found);
-        start = found + std::max<std::int64_t>(length, 1);
-    }
-    return positions;
-}
-
-// copyreplaceall (old, new) -> collection with every occurrence of the old subcollection replaced.
-Ref copyReplaceAll(Self self, Ref old, Ref replacement) {
-    const std::int64_t oldSize = sizeOf(old);
-    const std::int64_t newSize = sizeOf(replacement);
-    const Temporary positions(positionsOf(self, old, oldSize));
-    if (!positions) return null;
-    const auto count = sizeOf(positions.ref());
-    const std::int64_t own = sizeOf(self);
-    const auto total = (newSize - oldSize) * count + own;
-    const auto made = copyEmptyWithSize(self, total);
-    if (!made) return null;
-    std::int64_t source = 1, target = 1;
-    const auto append = [&](Ref from, std::int64_t start, std::int64_t length) {
-        replace(made, target, target + length - 1, from, start);
-        target += length;
-    };
-    for (Index i = 1; i <= count; ++i) {
-        const auto position = send<Index>(SITE("at"), positions.ref(), i);
-        append(self.ref(), source, position - source);
-        append(replacement, 1, newSize);
-        source = position + oldSize;
-    }
-    replace(made, target, total, self.ref(), source);
-    return made;
-}
-
-// reverse () -> collection in the opposite order.
-Answer<Ref> reverse(Self self) {
-    Temporary made(sendSelf<Ref>(SITE("copyempty"), self));
-    if (!made) return null;
-    ElementReader elements(self.ref(), made.ref());
-    if (!elements) return raise(Error::noWorkArea);
-    Index next = 1;
-    for (auto i = sizeOf(self); i >= 1; --i) {
-        if (!elements.read(i) || !putElement(made.ref(), next++, elements)) break;
-    }
-    return made.giveAway();
+    return sequences::copyWithout(self, element);
 }
 
 // ---- Iteration --------------------------------------------------------------------------------------------------
 
-// collect (callback) -> collection of what the block answers.
-Answer<Ref> collect(Self self, Ref block) {
-    Temporary made(sendSelf<Ref>(SITE("copyempty"), self));
-    if (!made) return null;
-    const Iteration iteration(self);
-    const Temporary copied(sendSelf<Ref>(SITE("copy"), self));
-    if (!copied) return made.giveAway();
-    ElementReader elements(copied.ref());
-    Block asked(block, std::max(areaWidth(copied.ref()), areaWidth(made.ref())));
-    if (!elements || !asked) return raise(Error::noWorkArea);
-    const auto count = sizeOf(self);
-    for (Index i = 1; i <= count && !iteration.isOver(); ++i) {
-        if (!elements.read(i) || !asked.invoke(elements.element())) break;
-        if (!putElement(made.ref(), i, asked)) break;
-    }
-    return made.giveAway();
-}
-
-// The elements to which the block answers the flag, in an ordered collection.
-Answer<Ref> chosen(const Self &self, Ref block, Flag wanted) {
+// The elements to which the block answers the flag.
+Answer<Ref> filtered(const Self &self, Ref block, Flag wanted) {
     const auto count = sizeOf(self);
     const auto elementTemplate = Ref{self->elementTemplate};
-    Temporary found(send<Ref>(SITE("ofvalues"), CLASS("ordrdcll"), elementTemplate, count));
+    const Temporary found(send<Ref>(SITE("ofvalues"), CLASS("ordrdcll"), elementTemplate, count));
     if (!found) return null;
-    const Iteration iteration(self);
-    const Temporary copied(sendSelf<Ref>(SITE("copy"), self));
-    if (!copied) return found.giveAway();
-    ElementReader elements(copied.ref(), found.ref());
-    Block asked(block);
-    if (!elements || !asked) return raise(Error::noWorkArea);
-    for (Index i = 1; i <= count && !iteration.isOver(); ++i) {
-        if (!elements.read(i) || !asked.invoke(elements.element())) break;
-        if (asked.answered(wanted) && !addElement(found.ref(), elements)) break;
-    }
-    return found.giveAway();
-}
-
-Answer<Ref> filtered(const Self &self, Ref block, Flag wanted) {
-    auto found = chosen(self, block, wanted);
-    if (found.failure || !found.value) return found;
-    const Temporary elements(found.value);
-    const auto count = sizeOf(elements.ref());
-    const auto made = copyEmptyWithSize(self, count);
-    if (made) replace(made, 1, count, elements.ref(), 1);
+    const auto chosen = sequences::choose(self, count, block, wanted, found.ref(),
+                                          [&](auto &element) { return addElement(found.ref(), element); });
+    if (chosen.failure) return chosen.failure;
+    const auto size = sizeOf(found.ref());
+    const auto made = copyEmptyWithSize(self, size);
+    if (made) replace(made, 1, size, found.ref(), 1);
     return made;
 }
 
@@ -456,111 +222,45 @@ Answer<Ref> deepCopy(Self self) {
     return made.giveAway();
 }
 
-enum class Direction { forwards, backwards };
-
-// Hands the elements of `walked` to the block, their indexes before them when asked for.
-Answer<void> walk(const Self &self, Ref walked, Index count, Ref block, Direction direction, bool withIndexes = false) {
-    ElementReader elements(walked);
-    Block asked(block, areaWidth(walked));
-    if (!elements || !asked) return raise(Error::noWorkArea);
-    const Iteration iteration(self);
-    for (Index i = 1; i <= count && !iteration.isOver(); ++i) {
-        Index index = direction == Direction::forwards ? i : count - i + 1;
-        if (!elements.read(index)) break;
-        if (!(withIndexes ? asked.invoke(index, elements.element()) : asked.invoke(elements.element()))) break;
-    }
-    return {};
-}
-
-Answer<void> walkCopy(const Self &self, Ref block, Direction direction, bool withIndexes = false) {
-    const auto count = sizeOf(self);
-    const Temporary copied(sendSelf<Ref>(SITE("copy"), self));
-    if (!copied) return {};
-    return walk(self, copied.ref(), count, block, direction, withIndexes);
-}
-
-// do (callback), reversedo (callback): over a copy. dowithoutcopy (callback): over the receiver itself.
-Answer<void> doEach(Self self, Ref block) { return walkCopy(self, block, Direction::forwards); }
-Answer<void> doWithoutCopy(Self self, Ref block) {
-    const auto count = sizeOf(self);
-    return walk(self, self.ref(), count, block, Direction::forwards);
-}
-Answer<void> reverseDo(Self self, Ref block) { return walkCopy(self, block, Direction::backwards); }
-
-// keysanddatado (callback). The block gets index and element.
-Answer<void> keysAndDataDo(Self self, Ref block) { return walkCopy(self, block, Direction::forwards, true); }
-
-// withdo (other, callback). The block gets an element of each. Raises 6 when the sizes differ.
-Answer<void> withDo(Self self, Ref other, Ref block) {
-    const auto count = sizeOf(self);
-    if (sizeOf(other) != count) return raise(Error::sizesDiffer);
-    const Iteration iteration(self);
-    const Temporary own(sendSelf<Ref>(SITE("copy"), self));
-    const Temporary others(send<Ref>(SITE("copy"), other));
-    if (!own || !others) return {};
-    ElementReader ownElements(own.ref()), otherElements(others.ref());
-    Block asked(block, std::max(areaWidth(own.ref()), areaWidth(others.ref())));
-    if (!ownElements || !otherElements || !asked) return raise(Error::noWorkArea);
-    for (Index i = 1; i <= count && !iteration.isOver(); ++i) {
-        if (!ownElements.read(i) || !otherElements.read(i)) break;
-        if (!asked.invoke(ownElements.element(), otherElements.element())) break;
-    }
-    return {};
-}
-
-// findfirst, findlast (callback) -> the first (last) index to whose element the block answers 1, or 0.
-template <Direction direction> Answer<Index> find(Self self, Ref block) {
-    ElementReader elements(self.ref());
-    Block asked(block);
-    if (!elements || !asked) return raise(Error::noWorkArea);
-    const auto count = sizeOf(self);
-    for (Index i = 1; i <= count; ++i) {
-        const auto index = direction == Direction::forwards ? i : count - i + 1;
-        if (!elements.read(index) || !asked.invoke(elements.element())) break;
-        if (asked.answered(1)) return index;
-    }
-    return 0;
-}
-
 constexpr std::array methods{
     onClass<ofValues>("ofvalues"),
     onClass<ofReferences>("ofreferences"),
     instance<size>("size"),
     instance<isSequenced>("issequenced"),
-    instance<first>("first"),
-    instance<last>("last"),
-    instance<atAllPut>("atallput"),
+    instance<sequences::first<Self>>("first"),
+    instance<sequences::last<Self>>("last"),
+    instance<sequences::atAllPut<Self>>("atallput"),
     instance<isAtIdentity>("isatidentity"),
     instance<equal>("equal"),
     instance<firstIndexOf>("firstindexof"),
     instance<lastIndexOf>("lastindexof"),
     instance<firstIndexOfIdentity>("firstindexofidentity"),
     instance<indexOfSubcollection>("indexofsubcollection"),
-    instance<occurrencesOf>("occurrencesof"),
-    instance<replaceAll>("replaceall"),
-    instance<replaceSubcollection>("replacesubcollection"),
+    instance<sequences::occurrencesOf<Self>>("occurrencesof"),
+    instance<sequences::replaceAll<Self>>("replaceall"),
+    instance<sequences::replaceSubcollection<Self>>("replacesubcollection"),
     instance<remove>("remove"),
     instance<grow>("grow"),
     instance<growTo>("growto"),
     instance<concat>("concat"),
-    instance<insertAllAfter>("insertallafter"),
-    instance<copyFromTo>("copyfromto"),
-    instance<copyWith>("copywith"),
+    instance<sequences::insertAllAfter<Self>>("insertallafter"),
+    instance<sequences::copyFromTo<Self>>("copyfromto"),
+    instance<sequences::copyWith<Self>>("copywith"),
     instance<copyWithout>("copywithout"),
-    instance<copyReplace>("copyreplace"),
-    instance<copyReplaceAll>("copyreplaceall"),
-    instance<reverse>("reverse"),
-    instance<collect>("collect"),
+    instance<sequences::copyReplace<Self>>("copyreplace"),
+    instance<sequences::copyReplaceAll<Self>>("copyreplaceall"),
+    instance<sequences::reverse<Self>>("reverse"),
+    instance<sequences::collect<Self>>("collect"),
     instance<select>("select"),
     instance<reject>("reject"),
     instance<deepCopy>("deepcopy"),
-    instance<doEach>("do"),
-    instance<doWithoutCopy>("dowithoutcopy"),
-    instance<reverseDo>("reversedo"),
-    instance<keysAndDataDo>("keysanddatado"),
-    instance<withDo>("withdo"),
-    instance<find<Direction::forwards>>("findfirst"),
-    instance<find<Direction::backwards>>("findlast"),
+    instance<sequences::doEach<Self>>("do"),
+    instance<sequences::doWithoutCopy<Self>>("dowithoutcopy"),
+    instance<sequences::reverseDo<Self>>("reversedo"),
+    instance<sequences::keysAndDataDo<Self>>("keysanddatado"),
+    instance<sequences::withDo<Self>>("withdo"),
+    instance<sequences::find<sequences::Direction::forwards, Self>>("findfirst"),
+    instance<sequences::find<sequences::Direction::backwards, Self>>("findlast"),
 };
 
 constexpr ClassDef definition{.program = program,
@@ -571,4 +271,22 @@ constexpr ClassDef definition{.program = program,
 const Registered registered(definition);
 
 } // namespace
+
+bool replaceNatively(const Self &self, std::int64_t start, std::int64_t count, Ref source, std::int64_t sourceStart) {
+    if (replaceCharacters(self, start, count, source, sourceStart)) return true;
+    NativeElements own(self.ref(), {"at", "atput"});
+    NativeElements others(source, {"at"});
+    const auto to = own.run();
+    const auto from = others.run();
+    if (!to || !from || to->width != from->width) return false;
+    if (start < 1 || start + count - 1 > to->count || sourceStart + count - 1 > from->count) return false;
+    const auto stores = runsMethodOf(self.ref(), "atput", "array") || runsMethodOf(self.ref(), "atput", "dynarray");
+    if (!stores) return false;
+    const std::size_t width = to->width;
+    std::memmove(to->start + static_cast<std::size_t>(start - 1) * width,
+                 from->start + static_cast<std::size_t>(sourceStart - 1) * width,
+                 static_cast<std::size_t>(count) * width);
+    return true;
+}
+
 } // namespace oocobol

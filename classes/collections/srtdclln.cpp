@@ -7,6 +7,7 @@
 #include "classes/collections/collection.h"
 #include "classes/collections/sorting.h"
 #include "classes/intrinsics/intrinsic.h"
+#include "classes/text/mixed_text.h"
 #include "host/host.h"
 
 namespace oocobol {
@@ -208,8 +209,11 @@ Answer<void> setSortEntry(Self self, Name entry) {
 // defaultsortmethod (element, element) -> flag. Whether the first is less than or equal to the second.
 bool defaultSortMethod(Self self, Element a, Element b) {
     if (!holdsReferences(*self)) {
-        return sendOver<bool>(SITE("lessthanorequalbylengthvalue"), Ref{self->elementTemplate}, a.address,
-                              Count{self->elementSize}, b);
+        const auto ofElements = Ref{self->elementTemplate};
+        const auto length = comparedLength(ofElements, self->elementSize);
+        if (ofElements == mixedTextClass()) // which says it the other way round only
+            return !sendOver<bool>(SITE("greaterthanbylengthvalue"), ofElements, a.address, length, b);
+        return sendOver<bool>(SITE("lessthanorequalbylengthvalue"), ofElements, a.address, length, b);
     }
     Ref first, second;
     std::memcpy(&first, a.address, sizeof first);

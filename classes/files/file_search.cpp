@@ -6,7 +6,7 @@
 #include <string>
 
 #include "classes/files/filename.h"
-#include "classes/text/double_byte.h"
+#include "classes/text/mixed_text.h"
 #include "classes/text/operand.h"
 #include "classes/text/strings.h"
 #include "classes/text/text_values.h"
@@ -137,7 +137,7 @@ bool searchesNatively(Ref ofClass, Ref list) noexcept {
     const auto *family = familyOfClass(ofClass);
     const auto *textFamily = familyOfClass(CLASS("chararry"));
     return family != nullptr && textFamily != nullptr && isLaidOutAs<FileNameFields>(*family) &&
-           !family->anyInstanceInitialiser && !doubleByte::mayOccur() && nativePath(list, {"add", "size"}) &&
+           !family->anyInstanceInitialiser && !characters::mayBeDoubleByte() && nativePath(list, {"add", "size"}) &&
            nativePath(ofClass, {"new"}) && runsLibraryCode(*family->classSide, {"withname", "findfirst"}) &&
            runsLibraryCode(*family->instances, {"initialize", "path", "appenddir", "setpath", "setsearchpath",
                                                 "setsearchhandle", "findnext", "finalize"}) &&

@@ -192,11 +192,16 @@ Ref dataType(Self self) { return layoutFor(self).dataTemplate; }
 // ---- Comparing ----------------------------------------------------------------------------------------------------
 
 // The keys, by a message for objects and one for values.
-Answer<bool> compare(const Self &self, Element value, oops_site &toObject, oops_site &overBytes) {
+Answer<bool> compare(const Self &self, Element value, oops_site &toObject, oops_site &overBytes,
+                     Count (*keyLength)(Ref keyTemplate, Count bytes, const std::byte *value) = nullptr) {
     const auto layout = layoutFor(self);
     auto key = copiedKey(self);
     if (!key) return raise(Error::noWorkArea);
-    if (layout.keyTemplate) return key.tell<bool>(overBytes, layout.keySize, value);
+    if (layout.keyTemplate) {
+        const auto length = keyLength != nullptr ? keyLength(layout.keyTemplate, layout.keySize, value.address)
+                                                 : comparedLength(layout.keyTemplate, layout.keySize);
+        return key.tell<bool>(overBytes, length, value);
+    }
     Ref other;
     std::memcpy(&other, value.address, sizeof other);
     return key.tell<bool>(toObject, other);
@@ -210,7 +215,7 @@ Answer<bool> lessThanByLengthValue(Self self, Index, Element value) {
     return compare(self, value, SITE("lessthan"), SITE("lessthanbylengthvalue"));
 }
 Answer<bool> greaterThanByLengthValue(Self self, Index, Element value) {
-    return compare(self, value, SITE("greaterthan"), SITE("greaterthanbylengthvalue"));
+    return compare(self, value, SITE("greaterthan"), SITE("greaterthanbylengthvalue"), lengthOfGreaterThan);
 }
 
 // hash () -> the key's.

@@ -7,6 +7,7 @@
 #include <span>
 #include <string_view>
 
+#include "classes/text/text_algorithms.h"
 #include "runtime/module.h"
 
 namespace oocobol {
@@ -43,12 +44,20 @@ inline bool isPlainItemFamily(const ClassFamily &family) noexcept {
            hasFixedLength(family);
 }
 
-// Whether such instances are made without running code from outside.
-inline bool makesItemsNatively(const ClassFamily &family) noexcept {
-    return isPlainItemFamily(family) && !family.anyInstanceInitialiser &&
+// Whether items of the family are measured in characters of one or two bytes.
+inline bool countsCharacters(const ClassFamily &family) noexcept { return isLaidOutAs<DoubleByteClassData>(family); }
+
+// Whether an instance may be copied, or made, without running code from outside.
+inline bool copiesItemsNatively(const ClassFamily &family) noexcept {
+    return (isPlainItemFamily(family) || countsCharacters(family)) && !family.anyInstanceInitialiser &&
            isPristine(*family.classSide, {"withvalue", "new", "newindexedinstance"}) &&
            isPristine(*family.instances, {"setvalue"});
 }
+inline bool makesItemsNatively(const ClassFamily &family) noexcept {
+    return isPlainItemFamily(family) && copiesItemsNatively(family);
+}
+// Whether classes of other lengths may be made so, too.
+bool makesClassesNatively(const ClassFamily &family) noexcept;
 
 // Whether the library's own method would run.
 bool isLibraryMessage(const Behaviour &behaviour, std::string_view message) noexcept;
@@ -67,11 +76,23 @@ Answer<Ref> itemOfClass(Ref classObject, std::string_view value);
 // The same of a class of its own, made for this length by `newclass` of the class given. Natively that class goes with
 // its instances, unless somebody asks for it.
 Answer<Ref> itemOfNewClass(Ref classObject, std::string_view value);
-// The same from `cobolpicx`, by `withlengthvalue`.
+// The same from `cobolpicx`, by `withlengthvalue`: with double-byte characters, an item of as many characters.
 Answer<Ref> newPicX(std::string_view value);
+// An item of `cobolpicx` that holds these very bytes, whatever characters they are.
+Answer<Ref> picXOfBytes(std::string_view value);
+// The value's lines, as `nextLine` finds them, in an ordered collection of items.
+Answer<Ref> linesOfItem(const Receiver &self, Piece (*nextLine)(std::string_view text, std::size_t from) noexcept);
 
 // An instance of a class made for it, natively: null where that must be done by messages, or there is no memory.
 Ref nativeItemOfNewClass(Ref classObject, std::string_view value) noexcept;
+// The same of so many characters, from a class of items that are measured in characters.
+Ref nativeMixedItem(Ref classObject, Count characters, std::string_view value) noexcept;
+
+// The length that a comparison of an element, or of a part of one, is sent with its bytes: the number of characters in
+// items that count these, else the number of bytes.
+Count comparedLength(Ref itemTemplate, Count bytes) noexcept;
+// The same for `greaterthanbylengthvalue`, which all items of text take in characters.
+Count lengthOfGreaterThan(Ref itemTemplate, Count bytes, const std::byte *value) noexcept;
 
 // The 4-byte number at the start of an argument that is handed on as it came.
 inline Index numberAt(Element argument) {

@@ -5,6 +5,8 @@
 #include <algorithm>
 
 #include "classes/intrinsics/intrinsic.h"
+#include "classes/intrinsics/native_element.h"
+#include "classes/text/mixed_text.h"
 #include "classes/text/operand.h"
 
 namespace oocobol {
@@ -51,17 +53,26 @@ Ref makeItem(Ref classObject, std::string_view value) {
     return made;
 }
 
+// Nothing when an item of single-byte text is to hold double-byte characters: `setvalue` makes another one of it.
+Ref makeItemUnlessMixed(Ref classObject, std::string_view value) {
+    if (value.size() > static_cast<std::size_t>(longestItem)) return null; // nobody has so many
+    const auto isText = isLaidOutAs<PicXClassData>(*familyOfClass(classObject));
+    return isText && characters::anyDoubleByte(value) ? null : makeItem(classObject, value);
+}
+
 } // namespace
+
+bool makesClassesNatively(const ClassFamily &family) noexcept {
+    const auto &classSide = *family.classSide;
+    return isPristine(classSide, {"newclass", "setlength"}) && isLibraryMessage(classSide, "maximumsize") &&
+           isLibraryMessage(classSide, "basiccopy") && isLibraryMessage(classSide, "resetcache");
+}
 
 Ref nativeItemOfNewClass(Ref classObject, std::string_view value) noexcept {
     if (!makesNatively(classObject)) return null;
     const auto &family = *familyOfClass(classObject);
-    const auto &classSide = *family.classSide;
     const auto longest = isLaidOutAs<PicXClassData>(family) ? longestItem : longestNumber;
-    if (value.size() > static_cast<std::size_t>(longest)) return null;
-    if (!isPristine(classSide, {"newclass", "setlength"}) || !isLibraryMessage(classSide, "maximumsize") ||
-        !isLibraryMessage(classSide, "basiccopy") || !isLibraryMessage(classSide, "resetcache"))
-        return null;
+    if (value.size() > static_cast<std::size_t>(longest) || !makesClassesNatively(family)) return null;
     const auto made = shallowCopy(classObject);
     auto *data = const_cast<IntrinsicClassData *>(classDataOf<IntrinsicClassData>(made));
     if (data == nullptr) return null;
@@ -80,15 +91,30 @@ Answer<Ref> itemOfNewClass(Ref classObject, std::string_view value) {
 
 Answer<Ref> itemOfClass(Ref classObject, std::string_view value) {
     if (makesNatively(classObject)) {
-        if (const auto made = makeItem(classObject, value)) return made;
+        if (const auto made = makeItemUnlessMixed(classObject, value)) return made;
     }
-    // The class reads as many bytes as its items have, whatever was asked for when it was made.
+    // The class reads as many bytes as its items have, or as many characters, whatever was asked for when it was made.
     const auto *data = classDataOf<IntrinsicClassData>(classObject);
-    WorkArea copy(std::max<std::size_t>(data != nullptr ? data->length : 0, value.size()));
+    const auto length = std::max<std::size_t>(data != nullptr ? data->length : 0, value.size());
+    WorkArea copy(length * (characters::mayBeDoubleByte() ? characters::longest : 1));
     if (!copy) return raise(Error::noWorkArea);
     std::memset(copy.bytes(), ' ', copy.size());
     if (!value.empty()) std::memcpy(copy.bytes(), value.data(), value.size());
     return send<Ref>(SITE("withvalue"), classObject, copy.text());
+}
+
+Count comparedLength(Ref itemTemplate, Count bytes) noexcept {
+    if (const auto *data = classDataOf<DoubleByteClassData>(itemTemplate)) return data->characters;
+    const auto *family = familyOfClass(itemTemplate);
+    return family != nullptr && isLaidOutAs<MixedTextFields>(*family) ? 1 : bytes;
+}
+
+Count lengthOfGreaterThan(Ref itemTemplate, Count bytes, const std::byte *value) noexcept {
+    const auto *family = familyOfClass(itemTemplate);
+    if (family == nullptr || !isLaidOutAs<PicXClassData>(*family) || countsCharacters(*family))
+        return comparedLength(itemTemplate, bytes);
+    const auto [count, endsInHalf] = characters::counted({reinterpret_cast<const char *>(value), bytes});
+    return static_cast<Count>(count - endsInHalf);
 }
 
 namespace {
@@ -118,7 +144,10 @@ bool storingObjects(ClassSelf) { return false; }
 
 // new () -> object. Raises 23 when none could be made.
 Answer<Ref> newInstance(ClassSelf self) {
-    const auto made = sendSelf<Ref>(SITE("newindexedinstance"), self, self->length);
+    const auto *family = familyOfClass(self.ref());
+    const auto asksAgain = family != nullptr && countsCharacters(*family);
+    const auto length = asksAgain ? sendSelf<Count>(SITE("sizeinbytes"), self) : Count{self->length};
+    const auto made = sendSelf<Ref>(SITE("newindexedinstance"), self, length);
     if (!made) return raise(Error::noInstance);
     return made;
 }
@@ -127,7 +156,7 @@ Answer<Ref> newInstance(ClassSelf self) {
 Answer<Ref> withValue(ClassSelf self, Bytes value) {
     if (self.ref() == CLASS("intrnsic")) return pass(SITE("implementedbysubclass"));
     if (makesNatively(self.ref())) {
-        if (const auto made = makeItem(self.ref(), {value.address, self->length})) return made;
+        if (const auto made = makeItemUnlessMixed(self.ref(), {value.address, self->length})) return made;
     }
     const auto made = sendSelf<Ref>(SITE("new"), self);
     if (made) send(SITE("setvalue"), made, value);
@@ -204,27 +233,61 @@ void setValue(Self self, Bytes value) {
 }
 Address getAddress(Self self) { return itemOf(self).data(); }
 
+bool countsCharacters(Ref object) {
+    const auto *behaviour = behaviourOfObject(object.withoutStatic());
+    return behaviour != nullptr && behaviour->classSide == object.isStatic() &&
+           oocobol::countsCharacters(*behaviour->family);
+}
+
+// What an element needs: the value's length, or the room for any where that depends on the characters.
+std::size_t elementWidth(const Self &self) {
+    if (!countsCharacters(self.ref())) return itemLength(self);
+    auto *body = bodyOf(self.ref());
+    return body != nullptr ? headerOf(body)->size : itemWidth(self.ref().withoutStatic());
+}
+
 // allocateelement, allocateelements (count) -> address, zero-filled; null when it cannot be had. A negative count ends
 // in invalidparameter.
-Address allocateElement(Self self) { return allocate(itemLength(self)); }
+Address allocateElement(Self self) { return allocate(elementWidth(self)); }
 Answer<Address> allocateElements(Self self, Index count) {
     if (count < 0) return pass(SITE("invalidparameter"));
-    return allocate(static_cast<std::size_t>(count) * itemLength(self));
+    return allocate(static_cast<std::size_t>(count) * elementWidth(self));
 }
 
 // ---- Comparing ----------------------------------------------------------------------------------------------------
 
+// What the method that compares takes as the length of the value.
+enum class Length { ownKind, characters };
+
+// The other's size; but in characters where the method counts these, and all of the bytes of a text that counts its
+// characters where it does not.
+Index comparedLength(const Self &self, Ref other, std::string_view value, Length kind) {
+    const auto size = send<Count>(SITE("size"), other);
+    const auto [count, endsInHalf] = characters::counted(value);
+    if (kind == Length::characters || countsCharacters(self.ref())) return static_cast<Index>(count - endsInHalf);
+    const auto isMixed = isMixedText(other) || countsCharacters(other);
+    return static_cast<Index>(isMixed ? value.size() : std::min<std::size_t>(size, value.size()));
+}
+
 // By the method that compares with a length and bytes. It may be the program's own, so it gets a copy.
-Answer<bool> compare(const Self &self, Ref other, oops_site &byLengthValue) {
+Answer<bool> compare(const Self &self, Ref other, oops_site &byLengthValue, Length kind = Length::ownKind) {
     Operand value(other, Operand::Access::copied);
     if (value.failure()) return value.failure();
-    const auto count = send<Index>(SITE("size"), other);
-    return sendSelf<bool>(byLengthValue, self, count, value.element());
+    const auto length = comparedLength(self, other, value.bytes(), kind);
+    return sendSelf<bool>(byLengthValue, self, length, value.element());
+}
+
+// The one comparison of text that takes its length in characters, whatever text it is sent to.
+Length kindOfGreaterThan(const Self &self) {
+    const auto *data = classDataOf<PicXClassData>(classOf(self.ref()));
+    return data != nullptr ? Length::characters : Length::ownKind;
 }
 
 // lessthan, greaterthan, equal, lessthanorequal, greaterthanorequal (object) -> flag.
 Answer<bool> lessThan(Self self, Ref other) { return compare(self, other, SITE("lessthanbylengthvalue")); }
-Answer<bool> greaterThan(Self self, Ref other) { return compare(self, other, SITE("greaterthanbylengthvalue")); }
+Answer<bool> greaterThan(Self self, Ref other) {
+    return compare(self, other, SITE("greaterthanbylengthvalue"), kindOfGreaterThan(self));
+}
 Answer<bool> equal(Self self, Ref other) { return compare(self, other, SITE("equalbylengthvalue")); }
 Answer<bool> lessThanOrEqual(Self self, Ref other) {
     return compare(self, other, SITE("lessthanorequalbylengthvalue"));

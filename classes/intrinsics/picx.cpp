@@ -2,8 +2,10 @@
 //
 // In all but a single-byte environment, text with double-byte characters that is moved into an item turns it into one
 // of the double-byte class.
+#include <algorithm>
+
 #include "classes/intrinsics/intrinsic.h"
-#include "classes/text/double_byte.h"
+#include "classes/text/mixed_text.h"
 #include "classes/text/operand.h"
 #include "classes/text/strings.h"
 #include "classes/text/text_algorithms.h"
@@ -21,20 +23,53 @@ std::string_view textAt(Index length, Bytes value) {
     return {value.address, static_cast<std::size_t>(length > 0 ? length : 0)};
 }
 
-// A work area that holds a copy of these bytes; test it before use.
+// A work area that holds a copy of these bytes; test it before use. Behind them spaces, for whoever takes as many
+// characters.
 class CopiedText : public WorkArea {
 public:
-    explicit CopiedText(std::string_view bytes) : WorkArea(bytes.size()) {
-        if (*this && !bytes.empty()) std::memcpy(this->bytes(), bytes.data(), bytes.size());
+    explicit CopiedText(std::string_view bytes) : WorkArea(bytes.size() * characters::longest), length(bytes.size()) {
+        if (!*this) return;
+        std::memset(this->bytes(), ' ', size());
+        if (length != 0) std::memcpy(this->bytes(), bytes.data(), length);
     }
-    std::string_view view() noexcept { return {reinterpret_cast<const char *>(bytes()), size()}; }
+    std::string_view view() noexcept { return {reinterpret_cast<const char *>(bytes()), length}; }
+
+private:
+    std::size_t length;
 };
+
+const ClassFamily *familyOf(const Self &self) {
+    if (self.ref().isStatic()) return familyOfClass(self.ref().withoutStatic());
+    const auto *behaviour = behaviourOfObject(self.ref());
+    return behaviour != nullptr ? behaviour->family : nullptr;
+}
+
+// The value that a message gives this item with a length: in bytes, or in characters where the item counts these.
+std::string_view givenTo(const Self &self, Index length, Bytes value) {
+    const auto *family = familyOf(self);
+    if (length <= 0 || family == nullptr || !countsCharacters(*family)) return textAt(length, value);
+    return {value.address, characters::lengthOf(value.address, static_cast<std::size_t>(length))};
+}
+
+bool anyDoubleByte(Index length, Bytes value) { return characters::anyDoubleByte(textAt(length, value)); }
 
 // ---- Making items -------------------------------------------------------------------------------------------------
 
 void initializeClass(ClassSelf self) {
     sendSuper(SUPER("initializeclass"), self);
     self->length = 1;
+}
+
+// Of a class that was made for it; null where messages have to do it. Characters of two bytes are for items that count
+// characters, whichever class is asked.
+Ref nativeItem(Ref classObject, Index length, Bytes value) {
+    const auto *family = familyOfClass(classObject);
+    if (family == nullptr || !copiesItemsNatively(*family) || !makesClassesNatively(*family)) return null;
+    const auto isMixed = countsCharacters(*family);
+    if (!isMixed && !anyDoubleByte(length, value)) return nativeItemOfNewClass(classObject, textAt(length, value));
+    const auto characterCount = static_cast<std::size_t>(length);
+    return nativeMixedItem(isMixed ? classObject : CLASS("dbcspicx"), static_cast<Count>(length),
+                           {value.address, characters::lengthOf(value.address, characterCount)});
 }
 
 // withlength (length) -> object. withlengthvalue (length, value) -> object. Each in a class made for that length.
@@ -44,9 +79,7 @@ Answer<Ref> withLength(ClassSelf self, Index length) {
     return send<Ref>(SITE("new"), made);
 }
 Answer<Ref> withLengthValue(ClassSelf self, Index length, Bytes value) {
-    if (length >= 0 && !doubleByte::amongCharacters(length, value)) {
-        if (const auto made = nativeItemOfNewClass(self.ref(), textAt(length, value))) return made;
-    }
+    if (const auto made = length >= 0 ? nativeItem(self.ref(), length, value) : null) return made;
     const auto made = sendSelf<Ref>(SITE("newclass"), self, length);
     if (!made) return null;
     return send<Ref>(SITE("withvalue"), made, value);
@@ -63,17 +96,18 @@ bool containsCharacters(Self) { return true; }
 // equalbylengthvalue, lessthanbylengthvalue, greaterthanbylengthvalue, greaterthanorequalbylengthvalue (length, value)
 // -> flag.
 bool equalByLengthValue(Self self, Index length, Bytes value) {
-    return equalPadded(textOfItem(self), textAt(length, value));
+    return equalPadded(textOfItem(self), givenTo(self, length, value));
 }
 bool lessThanByLengthValue(Self self, Index length, Bytes value) {
-    return comparePadded(textOfItem(self), textAt(length, value)) < 0;
+    return comparePadded(textOfItem(self), givenTo(self, length, value)) < 0;
 }
-bool greaterThanByLengthValue(Self self, Index characters, Bytes value) {
-    const auto length = doubleByte::lengthInBytes(value, characters);
-    return comparePadded(textOfItem(self), textAt(length, value)) > 0;
+// Here the length is one in characters for every item.
+bool greaterThanByLengthValue(Self self, Index length, Bytes value) {
+    const auto bytes = length > 0 ? characters::lengthOf(value.address, static_cast<std::size_t>(length)) : 0;
+    return comparePadded(textOfItem(self), {value.address, bytes}) > 0;
 }
 bool greaterThanOrEqualByLengthValue(Self self, Index length, Bytes value) {
-    return comparePadded(textOfItem(self), textAt(length, value)) >= 0;
+    return comparePadded(textOfItem(self), givenTo(self, length, value)) >= 0;
 }
 
 // compareto (object) -> -1, 0 or 1.
@@ -84,27 +118,25 @@ Answer<Index> compareTo(Self self, Ref other) {
     return (order > 0) - (order < 0);
 }
 
+bool equalIgnoringCase(std::string_view one, std::string_view other) {
+    if (one.size() != other.size()) return false;
+    return characters::anyDoubleByte(one) ? characters::equalIgnoringCase(one, other)
+                                          : equalPaddedIgnoringCase(one, other);
+}
+
 // equalsignorecase (object) -> flag. Items of different lengths are not equal.
 Answer<bool> equalsIgnoreCase(Self self, Ref other) {
     const Operand value(other);
     if (value.failure()) return value.failure();
-    const auto own = textOfItem(self);
-    return own.size() == value.bytes().size() && equalPaddedIgnoringCase(own, value.bytes());
-}
-
-const ClassFamily *familyOf(const Self &self) {
-    if (self.ref().isStatic()) return familyOfClass(self.ref().withoutStatic());
-    const auto *behaviour = behaviourOfObject(self.ref());
-    return behaviour != nullptr ? behaviour->family : nullptr;
+    return equalIgnoringCase(textOfItem(self), value.bytes());
 }
 
 // equalsignorecasebylengthvalue (length, value) -> flag.
 Answer<bool> equalsIgnoreCaseByLengthValue(Self self, Index length, Bytes value) {
     const auto *family = familyOf(self);
     if (family != nullptr && isPlainItemFamily(*family) && isPristine(*family->classSide, {"newclass", "withvalue"}) &&
-        isLibraryMessage(*family->instances, "equalsignorecase") && !doubleByte::amongCharacters(length, value)) {
-        const auto own = textOfItem(self), given = textAt(length, value);
-        return own.size() == given.size() && equalPaddedIgnoringCase(own, given);
+        isLibraryMessage(*family->instances, "equalsignorecase") && !anyDoubleByte(length, value)) {
+        return equalIgnoringCase(textOfItem(self), textAt(length, value));
     }
     CopiedText own(textOfItem(self));
     if (!own) return raise(Error::noWorkArea);
@@ -131,7 +163,7 @@ Answer<Ref> trimBlanks(Self self) {
 // Where nothing is redefined a copy is converted in place.
 Answer<Ref> withCase(const Self &self, void (*convert)(char *, std::size_t)) {
     const auto *family = self.ref().isStatic() ? nullptr : familyOf(self);
-    if (family != nullptr && makesItemsNatively(*family)) {
+    if (family != nullptr && copiesItemsNatively(*family)) {
         const auto made = shallowCopy(self.ref());
         if (auto *body = bodyOf(made)) {
             convert(reinterpret_cast<char *>(body), headerOf(body)->size);
@@ -140,11 +172,11 @@ Answer<Ref> withCase(const Self &self, void (*convert)(char *, std::size_t)) {
     }
     CopiedText text(textOfItem(self));
     if (!text) return raise(Error::noWorkArea);
-    convert(reinterpret_cast<char *>(text.bytes()), text.size());
+    convert(reinterpret_cast<char *>(text.bytes()), text.view().size());
     return itemOfClass(self.classObject(), text.view());
 }
-Answer<Ref> asUpperCase(Self self) { return withCase(self, host::toUpper); }
-Answer<Ref> asLowerCase(Self self) { return withCase(self, host::toLower); }
+Answer<Ref> asUpperCase(Self self) { return withCase(self, characters::toUpper); }
+Answer<Ref> asLowerCase(Self self) { return withCase(self, characters::toLower); }
 
 // indexofstring (start, object) -> position, 0 when it does not occur. Raises 3 when the start is not a position.
 Answer<Count> indexOfString(Self self, Count start, Ref wanted) {
@@ -155,7 +187,8 @@ Answer<Count> indexOfString(Self self, Count start, Ref wanted) {
     return found == std::string_view::npos ? 0 : static_cast<Count>(found + 1);
 }
 
-// concat (object) -> item of `cobolpicx`. As long as self's bytes and the other's size together.
+// concat (object) -> item of `cobolpicx`. As long as self's bytes and the other's size together; a character that this
+// cuts in half becomes a space.
 Answer<Ref> concat(Self self, Ref other) {
     const Operand value(other);
     if (value.failure()) return value.failure();
@@ -167,21 +200,13 @@ Answer<Ref> concat(Self self, Ref other) {
     if (!joined) return raise(Error::noWorkArea);
     std::memset(joined.bytes(), ' ', length);
     if (!own.empty()) std::memcpy(joined.bytes(), own.data(), own.size());
-    const auto taken = value.bytes().substr(0, count);
-    if (!taken.empty()) std::memcpy(joined.bytes() + own.size(), taken.data(), taken.size());
-    return newPicX({reinterpret_cast<const char *>(joined.bytes()), length});
+    auto *rest = reinterpret_cast<char *>(joined.bytes()) + own.size();
+    characters::copyCut(rest, count, value.bytes());
+    return picXOfBytes({reinterpret_cast<const char *>(joined.bytes()), length});
 }
 
 // asseparatelines () -> ordered collection of items of `cobolpicx`. Empty lines are left out.
-Answer<Ref> asSeparateLines(Self self) {
-    const auto lines = send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), Index{5});
-    for (auto line = nextLine(textOfItem(self), 0); !line.isEmpty(); line = nextLine(textOfItem(self), line.end)) {
-        const auto made = newPicX(textOfItem(self).substr(line.begin, line.size()));
-        if (made.failure) return made.failure;
-        if (made.value) send(SITE("add"), lines, made.value);
-    }
-    return lines;
-}
+Answer<Ref> asSeparateLines(Self self) { return linesOfItem(self, nextLine); }
 
 // ---- Characters -----------------------------------------------------------------------------------------------------
 
@@ -197,13 +222,14 @@ Answer<char> at(Self self, Index position) {
 }
 
 // atput (position, character). Raises 3 outside the item. A double-byte character turns self into an item that can
-// hold it.
+// hold it; bare bytes it does not fit (91).
 Answer<void> atPut(Self self, Index position, Bytes character) {
     if (!isPosition(position, itemLength(self))) return raise(Error::outOfBounds);
-    if (doubleByte::characterLength(character) != 1) {
+    if (characters::lengthAt(character.address) != 1) {
+        if (self.ref().isStatic()) return raise(Error::halfCharacter); // bare bytes cannot turn into anything
         CopiedText own(textOfItem(self));
         if (!own) return raise(Error::noWorkArea);
-        const auto length = static_cast<Index>(own.size());
+        const auto length = static_cast<Index>(own.view().size());
         const auto wide = send<Ref>(SITE("withlengthvalue"), CLASS("dbcspicx"), length, own.text());
         if (wide) send(SITE("atput"), wide, position, character);
         turnInto(self, wide);
@@ -217,8 +243,8 @@ Answer<void> atPut(Self self, Index position, Bytes character) {
 
 // setvalue (value). Double-byte characters turn self into an item that can hold them.
 void setValue(Self self, Bytes value) {
-    const auto length = static_cast<Index>(itemLength(self));
-    if (doubleByte::amongCharacters(length, value)) {
+    const auto length = static_cast<Index>(itemOf(self).size());
+    if (!self.ref().isStatic() && anyDoubleByte(length, value)) {
         turnInto(self, send<Ref>(SITE("withlengthvalue"), CLASS("dbcspicx"), length, value));
         return;
     }
@@ -237,7 +263,10 @@ Answer<Ref> asPicX(Self self) {
 // ascharacterarray () -> character array.
 Answer<Ref> asCharacterArray(Self self) {
     const auto size = sendSelf<Count>(SITE("size"), self);
-    return textOfClass(CLASS("chararry"), textOfItem(self).substr(0, size));
+    const auto *family = familyOf(self);
+    const auto text = textOfItem(self);
+    const auto isMixed = family != nullptr && countsCharacters(*family);
+    return textOfClass(CLASS("chararry"), text.substr(0, isMixed ? characters::lengthOf(text, size) : size));
 }
 
 // description () -> character array. That of the text.
@@ -292,7 +321,29 @@ const Registered registered(definition);
 Answer<Ref> newPicX(std::string_view value) {
     CopiedText copy(value);
     if (!copy) return raise(Error::noWorkArea);
-    return send<Ref>(SITE("withlengthvalue"), CLASS("picx"), static_cast<Index>(value.size()), copy.text());
+    const auto count = characters::count(value);
+    return send<Ref>(SITE("withlengthvalue"), CLASS("picx"), static_cast<Index>(count), copy.text());
+}
+
+Answer<Ref> picXOfBytes(std::string_view value) {
+    if (const auto made = nativeItemOfNewClass(CLASS("picx"), value)) return made;
+    CopiedText copy(value);
+    if (!copy) return raise(Error::noWorkArea);
+    const auto ofLength = send<Ref>(SITE("newclass"), CLASS("picx"), static_cast<Index>(value.size()));
+    const auto made = ofLength ? send<Ref>(SITE("new"), ofLength) : null;
+    auto *body = bodyOf(made);
+    if (body != nullptr) std::memcpy(body, copy.bytes(), std::min<std::size_t>(headerOf(body)->size, value.size()));
+    return made;
+}
+
+Answer<Ref> linesOfItem(const Receiver &self, Piece (*nextLine)(std::string_view text, std::size_t from) noexcept) {
+    const auto lines = send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), Index{5});
+    for (auto line = nextLine(textOfItem(self), 0); !line.isEmpty(); line = nextLine(textOfItem(self), line.end)) {
+        const auto made = newPicX(textOfItem(self).substr(line.begin, line.size()));
+        if (made.failure) return made.failure;
+        if (made.value) send(SITE("add"), lines, made.value);
+    }
+    return lines;
 }
 
 } // namespace oocobol

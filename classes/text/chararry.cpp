@@ -2,8 +2,9 @@
 //
 // Nearly all of it is in strings.cpp. What is here looks out for double-byte characters: text that has them belongs to
 // another class, which factory methods hand over to, and into which a text turns in place when they are put into it.
-#include "classes/text/double_byte.h"
+#include "classes/text/mixed_text.h"
 #include "classes/text/strings.h"
+#include "classes/text/text_protocol.h"
 
 namespace oocobol {
 namespace {
@@ -22,66 +23,67 @@ Answer<Ref> newInstance(ClassSelf self, Index length) {
     return strings::initialized(sendSuper<Ref>(SUPER("new"), self), length);
 }
 
+// Whether a double-byte character starts within the first bytes. The first lead byte is one's: nothing behind these is
+// read, and as many characters have one when as many bytes do.
+bool anyDoubleByte(Index length, Bytes value) {
+    return length > 0 && characters::anyDoubleByte({value.address, static_cast<std::size_t>(length)});
+}
+
 // withbytelengthvalue, frombuffer (length, value), withvalue, withspaceterminator, withspaceornullterminator (value)
 // -> text. Of the double-byte class when there are such characters.
 Answer<Ref> withByteLengthValue(ClassSelf self, Index length, Bytes value) {
-    if (doubleByte::amongBytes(length, value))
-        return send<Ref>(SITE("withbytelengthvalue"), doubleByte::textClass(), length, value);
+    if (anyDoubleByte(length, value)) return send<Ref>(SITE("withbytelengthvalue"), mixedTextClass(), length, value);
     return strings::withByteLengthValue(self, length, value);
 }
 Answer<Ref> fromBuffer(ClassSelf self, Index length, Bytes buffer) {
-    if (doubleByte::amongBytes(length, buffer))
-        return send<Ref>(SITE("frombuffer"), doubleByte::textClass(), length, buffer);
+    if (anyDoubleByte(length, buffer)) return send<Ref>(SITE("frombuffer"), mixedTextClass(), length, buffer);
     return strings::fromBuffer(self, length, buffer);
 }
 Answer<Ref> withValue(ClassSelf self, Bytes value) {
-    if (doubleByte::mayOccur()) return send<Ref>(SITE("withvalue"), doubleByte::textClass(), value);
+    if (characters::mayBeDoubleByte()) return send<Ref>(SITE("withvalue"), mixedTextClass(), value);
     return strings::withValue(self, value);
 }
 Answer<Ref> withSpaceTerminator(ClassSelf self, Bytes value) {
-    if (doubleByte::mayOccur()) return send<Ref>(SITE("withspaceterminator"), doubleByte::textClass(), value);
+    if (characters::mayBeDoubleByte()) return send<Ref>(SITE("withspaceterminator"), mixedTextClass(), value);
     return strings::withSpaceTerminator(self, value);
 }
 Answer<Ref> withSpaceOrNullTerminator(ClassSelf self, Bytes value) {
-    if (doubleByte::mayOccur()) return send<Ref>(SITE("withspaceornullterminator"), doubleByte::textClass(), value);
+    if (characters::mayBeDoubleByte()) return send<Ref>(SITE("withspaceornullterminator"), mixedTextClass(), value);
     return strings::withSpaceOrNullTerminator(self, value);
 }
 
 // charlengthinbytes (character) -> 1 or 2. Its first byte tells.
 Count charLengthInBytes(ClassSelf, Bytes character) {
-    if (doubleByte::isSingleByteEnvironment()) return 1;
-    const char lead[2] = {*character.address, ' '};
-    return static_cast<Count>(host::characterLength({lead, sizeof lead}));
+    return static_cast<Count>(characters::lengthAt(character.address));
 }
 
 // getsbcsclass, getdbcsclass () -> class.
 Ref singleByteClass(ClassSelf) { return CLASS("chararry"); }
-Ref doubleByteClass(ClassSelf) { return doubleByte::textClass(); }
+Ref doubleByteClass(ClassSelf) { return mixedTextClass(); }
 
 // ---- Writing ------------------------------------------------------------------------------------------------------
 
 // A text of the double-byte class with self's characters; raises when it cannot be had.
-Answer<Ref> asDoubleByte(const Self &self) {
-    const auto own = charactersOf(*self);
-    WorkArea copy(own.size());
-    if (!copy) return raise(Error::noWorkArea);
-    if (!own.empty()) std::memcpy(copy.bytes(), own.data(), own.size());
-    return send<Ref>(SITE("withlengthvalue"), doubleByte::textClass(), static_cast<Index>(copy.size()), copy.text());
+Answer<Ref> asMixedText(const Self &self) { return mixedTextOfClass(mixedTextClass(), charactersOf(*self)); }
+
+// Whether the object says that it holds double-byte characters.
+bool holdsDoubleByte(Ref object) {
+    return characters::mayBeDoubleByte() && send<bool>(SITE("containsdbcscharacters"), object);
 }
 
 // setvalue (value). Double-byte characters turn self into a text of their class.
 void setValue(Self self, Bytes value) {
     const auto length = static_cast<Index>(self->slotCount);
-    if (!doubleByte::amongCharacters(length, value)) return strings::setValue(self, value);
-    turnInto(self, send<Ref>(SITE("withlengthvalue"), doubleByte::textClass(), length, value));
+    if (!anyDoubleByte(length, value)) return strings::setValue(self, value);
+    turnInto(self, send<Ref>(SITE("withlengthvalue"), mixedTextClass(), length, value));
 }
 
 // movevalue (object). The same.
 Answer<void> moveValue(Self self, Ref other) {
-    if (!doubleByte::areIn(other)) return strings::moveValue(self, other);
-    const auto wide = asDoubleByte(self);
-    if (wide.failure) return wide.failure;
-    turnInto(self, wide.value);
+    if (!holdsDoubleByte(other)) return strings::moveValue(self, other);
+    const auto mixed = asMixedText(self);
+    if (mixed.failure) return mixed.failure;
+    turnInto(self, mixed.value);
     sendSelf(SITE("movevalue"), self, other);
     return {};
 }
@@ -89,20 +91,20 @@ Answer<void> moveValue(Self self, Ref other) {
 // atput (position, character). The same; outside the text ends in errorinbounds.
 Answer<void> atPut(Self self, Index position, Bytes character) {
     const auto isInside = position >= 1 && static_cast<Count>(position) <= self->slotCount;
-    if (!isInside || doubleByte::characterLength(character) == 1) return strings::atPut(self, position, character);
-    const auto wide = asDoubleByte(self);
-    if (wide.failure) return wide.failure;
-    if (wide.value) send(SITE("atput"), wide.value, position, character);
-    turnInto(self, wide.value);
+    if (!isInside || characters::lengthAt(character.address) == 1) return strings::atPut(self, position, character);
+    const auto mixed = asMixedText(self);
+    if (mixed.failure) return mixed.failure;
+    if (mixed.value) send(SITE("atput"), mixed.value, position, character);
+    turnInto(self, mixed.value);
     return {};
 }
 
 // concat (object) -> text. With double-byte characters, of their class.
 Answer<Ref> concat(Self self, Ref other) {
-    if (!doubleByte::areIn(other)) return strings::concat(self, other);
-    const auto wide = asDoubleByte(self);
-    if (wide.failure) return wide.failure;
-    const Temporary own(wide.value);
+    if (!holdsDoubleByte(other)) return strings::concat(self, other);
+    const auto mixed = asMixedText(self);
+    if (mixed.failure) return mixed.failure;
+    const Temporary own(mixed.value);
     return send<Ref>(SITE("concat"), own.ref(), other);
 }
 
@@ -126,22 +128,22 @@ constexpr std::array methods{
     onClass<singleByteClass>("getsbcsclass"),
     onClass<doubleByteClass>("getdbcsclass"),
     instance<strings::equal>("equal"),
-    instance<strings::lessThan>("lessthan"),
-    instance<strings::greaterThan>("greaterthan"),
-    instance<strings::lessThanOrEqual>("lessthanorequal"),
-    instance<strings::greaterThanOrEqual>("greaterthanorequal"),
+    instance<texts::lessThan<strings::Self>>("lessthan"),
+    instance<texts::greaterThan<strings::Self>>("greaterthan"),
+    instance<texts::lessThanOrEqual<strings::Self>>("lessthanorequal"),
+    instance<texts::greaterThanOrEqual<strings::Self>>("greaterthanorequal"),
     instance<strings::equalByLengthValue>("equalbylengthvalue"),
     instance<strings::lessThanByLengthValue>("lessthanbylengthvalue"),
     instance<strings::greaterThanByLengthValue>("greaterthanbylengthvalue"),
-    instance<strings::equalsIgnoreCase>("equalsignorecase"),
-    instance<strings::equalsIgnoreCaseByLengthValue>("equalsignorecasebylengthvalue"),
-    instance<strings::compareTo>("compareto"),
+    instance<texts::equalsIgnoreCase<strings::Self>>("equalsignorecase"),
+    instance<texts::equalsIgnoreCaseByLengthValue<strings::Self>>("equalsignorecasebylengthvalue"),
+    instance<texts::compareTo<strings::Self>>("compareto"),
     instance<setValue>("setvalue"),
     instance<moveValue>("movevalue"),
-    instance<strings::resetValue>("resetvalue"),
+    instance<texts::resetValue<strings::Self>>("resetvalue"),
     instance<atPut>("atput"),
-    instance<strings::getValue>("getvalue"),
-    instance<strings::getValueZ>("getvaluez"),
+    instance<texts::getValue<strings::Self>>("getvalue"),
+    instance<texts::getValueZ<strings::Self>>("getvaluez"),
     instance<strings::asParameter>("asparameter"),
     instance<strings::getValueWithSize>("getvaluewithsize"),
     instance<strings::getValueWithSizeAtPosition>("getvaluewithsizeatposition"),
@@ -157,17 +159,17 @@ constexpr std::array methods{
     instance<strings::asUpperCase>("asuppercase"),
     instance<strings::asSeparateLines>("asseparatelines"),
     instance<strings::asArrayOfSubstrings>("asarrayofsubstrings"),
-    instance<strings::asHex>("ashex"),
-    instance<strings::asComp5>("ascomp5"),
-    instance<strings::asComp5Object>("ascomp5object"),
+    instance<texts::asHex<strings::Self>>("ashex"),
+    instance<texts::asComp5<strings::Self>>("ascomp5"),
+    instance<texts::asComp5Object<strings::Self>>("ascomp5object"),
     instance<strings::asPicX>("aspicx"),
     instance<strings::asOwnKind>("ascharacterarray"),
-    instance<strings::asInternalFileName>("asinternalfilename"),
+    instance<texts::asInternalFileName<strings::Self>>("asinternalfilename"),
     instance<strings::description>("description"),
-    instance<strings::display>("display"),
+    instance<texts::display<strings::Self>>("display"),
     instance<strings::hash>("hash"),
-    instance<strings::isCompatible>("iscompatible"),
-    instance<strings::containsCharacters>("containscharacters"),
+    instance<texts::isCompatible<strings::Self>>("iscompatible"),
+    instance<texts::containsCharacters<strings::Self>>("containscharacters"),
     instance<singleByteClassOfOwn>("getsbcsclass"),
     instance<doubleByteClassOfOwn>("getdbcsclass"),
 };

@@ -33,7 +33,7 @@ Operand::Operand(Ref argument, Access access) : object(argument), seen(thread.ep
         return;
     }
     if (access == Access::borrowed) return;
-    copy.emplace(value.size());
+    copy.emplace(value.size() + 1); // for the second half of a character at the end
     if (!*copy) {
         problem = raise(Error::noWorkArea);
         return;
@@ -48,7 +48,7 @@ void Operand::take() {
         problem = raise(Error::badAnswer);
         return;
     }
-    copy.emplace(valueCapacity(object, length));
+    copy.emplace(valueCapacity(object, length) + 1);
     if (!*copy) {
         problem = raise(Error::noWorkArea);
         return;

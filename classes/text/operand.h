@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "classes/intrinsics/intrinsic.h"
+#include "classes/text/mixed_text.h"
 #include "classes/text/strings.h"
 
 namespace oocobol {
@@ -18,6 +19,7 @@ inline std::string_view nativeValue(Ref object) noexcept {
     const auto &behaviour = behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire)));
     if (behaviour.classSide || !isPristine(behaviour, {"sizeinbytes", "getvalue", "getaddress"})) return {};
     auto *data = entry->body.load(std::memory_order_relaxed);
+    if (isLaidOutAs<MixedTextFields>(*behaviour.family)) return mixedBytesOf(object);
     if (isTextFamily(*behaviour.family)) return charactersOf(*reinterpret_cast<CollectionFields *>(data));
     if (isPlainItemFamily(*behaviour.family)) return {reinterpret_cast<const char *>(data), headerOf(data)->size};
     return {};

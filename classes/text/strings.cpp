@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "classes/intrinsics/intrinsic.h"
-#include "classes/text/double_byte.h"
 #include "classes/text/operand.h"
 #include "classes/text/text_algorithms.h"
+#include "classes/text/text_protocol.h"
 #include "host/host.h"
 
 namespace oocobol {
@@ -17,8 +17,7 @@ namespace {
 // The fields of an instance that has been made here.
 SequencedFields &fieldsOfMade(Ref made) noexcept { return *reinterpret_cast<SequencedFields *>(bodyOf(made)); }
 
-// Whether a text of the class may be made without running code from outside. Where double-byte characters may come, the
-// class for single bytes has to look at the text first.
+// Whether a text of the class may be made without running code from outside.
 bool makesNatively(Ref classObject) noexcept {
     const auto *family = familyOfClass(classObject);
     if (family == nullptr || family->anyInstanceInitialiser ||
@@ -26,7 +25,7 @@ bool makesNatively(Ref classObject) noexcept {
         !isPristine(*family->instances, {"initialize", "setvalue", "malloc"}))
         return false;
     if (isLaidOutAs<ByteArrayFields>(*family)) return isPristine(*layoutOf<ByteArrayFields>->super->classSide, {"new"});
-    return isLaidOutAs<CharacterArrayFields>(*family) && !doubleByte::mayOccur() &&
+    return isLaidOutAs<CharacterArrayFields>(*family) &&
            isPristine(*layoutOf<CharacterArrayFields>->super->classSide, {"new"});
 }
 
@@ -47,23 +46,57 @@ Ref makeText(Ref classObject, std::size_t size) noexcept {
     return made;
 }
 
+// The text is given up before anybody has heard of it.
+void unmake(Ref made) noexcept {
+    release(fieldsOfMade(made).storage);
+    cancelObject(made);
+}
+
+// Whether texts of the class may not have double-byte characters, and turn into texts that may.
+bool yieldsToMixedText(Ref classObject) noexcept {
+    const auto *family = familyOfClass(classObject);
+    return family != nullptr && isLaidOutAs<CharacterArrayFields>(*family);
+}
+
 } // namespace
 
 NewText::NewText(Ref classObject, std::size_t wanted) noexcept : ofClass(classObject), size(wanted) {
     if (wanted > longestText) return;
     if (makesNatively(classObject)) made = makeText(classObject, wanted);
-    if (made) {
+    if (made)
         area = reinterpret_cast<char *>(fieldsOfMade(made).storage);
-    } else {
-        copy.emplace(wanted);
-        if (*copy) area = reinterpret_cast<char *>(copy->bytes());
+    else
+        takeWorkArea();
+}
+
+void NewText::takeWorkArea() noexcept {
+    copy.emplace(size + 1);
+    if (*copy) area = reinterpret_cast<char *>(copy->bytes());
+}
+
+// Double-byte characters were not to be expected: the text goes, and their class gets what was in it.
+Answer<Ref> NewText::finishMixed() noexcept {
+    const auto single = made;
+    if (const auto wide = nativeMixedText(mixedTextClass(), {area, size})) {
+        unmake(single);
+        return wide;
     }
+    const auto *bytes = area;
+    takeWorkArea();
+    if (*copy && size != 0) std::memcpy(area, bytes, size);
+    made = null;
+    unmake(single);
+    return finish();
 }
 
 Answer<Ref> NewText::finish() noexcept {
-    if (made) return made;
+    if (made) {
+        const auto isMixed = yieldsToMixedText(ofClass) && characters::anyDoubleByte({area, size});
+        return isMixed ? finishMixed() : made;
+    }
     if (!copy) return raise(Error::noInstance);
     if (!*copy) return raise(Error::noWorkArea);
+    if (yieldsToMixedText(ofClass)) return textFromBuffer(ofClass, area, size);
     return send<Ref>(SITE("withlengthvalue"), ofClass, static_cast<Index>(size), copy->text());
 }
 
@@ -106,12 +139,20 @@ Ref ofValues(const ClassSelf &self, Ref, Index count) { return sendSelf<Ref>(SIT
 Answer<Ref> ofReferences(const ClassSelf &, Index) { return pass(SITE("shouldnotimplement")); }
 Ref withAll(const ClassSelf &, Ref other) { return send<Ref>(SITE("copy"), other); }
 
+namespace {
+
+// With a value that is known to be of single bytes; null where messages have to make it.
+Ref filled(const ClassSelf &self, Index length, Bytes value) noexcept {
+    const auto made = length >= 0 ? blank(self.ref(), length) : null;
+    if (made && length != 0) std::memcpy(fieldsOfMade(made).storage, value.address, static_cast<std::size_t>(length));
+    return made;
+}
+
+} // namespace
+
 Answer<Ref> withLengthValue(const ClassSelf &self, Index length, Bytes value) {
-    if (length >= 0) {
-        if (const auto made = blank(self.ref(), length)) {
-            if (length != 0) std::memcpy(fieldsOfMade(made).storage, value.address, static_cast<std::size_t>(length));
-            return made;
-        }
+    if (!yieldsToMixedText(self.ref()) || !characters::anyDoubleByte(textAt(length, value))) {
+        if (const auto made = filled(self, length, value)) return made;
     }
     const auto made = sendSelf<Ref>(SITE("new"), self, length);
     if (made) send(SITE("setvalue"), made, value);
@@ -119,12 +160,13 @@ Answer<Ref> withLengthValue(const ClassSelf &self, Index length, Bytes value) {
 }
 
 Answer<Ref> withByteLengthValue(const ClassSelf &self, Index length, Bytes value) {
+    if (const auto made = filled(self, length, value)) return made;
     return sendSelf<Ref>(SITE("withlengthvalue"), self, length, value);
 }
 
 Answer<Ref> fromBuffer(const ClassSelf &self, Index length, Bytes buffer) {
     while (length >= 1 && (buffer.address[length - 1] == ' ' || buffer.address[length - 1] == '\0')) --length;
-    return sendSelf<Ref>(SITE("withlengthvalue"), self, length, buffer);
+    return withByteLengthValue(self, length, buffer);
 }
 
 // What the caller gave has the terminator: there is no other bound.
@@ -142,37 +184,11 @@ Answer<Ref> withSpaceOrNullTerminator(const ClassSelf &self, Bytes value) {
 
 // ---- Comparing ----------------------------------------------------------------------------------------------------
 
-namespace {
-
-template <class Decide> auto compareWith(const Self &self, Ref other, Decide decide) -> Answer<decltype(decide(0))> {
-    const Operand value(other);
-    if (value.failure()) return value.failure();
-    return decide(comparePadded(charactersOf(self), value.bytes()));
-}
-
-} // namespace
-
 Answer<bool> equal(const Self &self, Ref other) {
     if (!send<bool>(SITE("containscharacters"), other)) return false;
     const Operand value(other);
     if (value.failure()) return value.failure();
     return equalPadded(charactersOf(self), value.bytes());
-}
-
-Answer<bool> lessThan(const Self &self, Ref other) {
-    return compareWith(self, other, [](int order) { return order < 0; });
-}
-Answer<bool> greaterThan(const Self &self, Ref other) {
-    return compareWith(self, other, [](int order) { return order > 0; });
-}
-Answer<bool> lessThanOrEqual(const Self &self, Ref other) {
-    return compareWith(self, other, [](int order) { return order <= 0; });
-}
-Answer<bool> greaterThanOrEqual(const Self &self, Ref other) {
-    return compareWith(self, other, [](int order) { return order >= 0; });
-}
-Answer<Index> compareTo(const Self &self, Ref other) {
-    return compareWith(self, other, [](int order) -> Index { return (order > 0) - (order < 0); });
 }
 
 bool equalByLengthValue(const Self &self, Index length, Bytes value) {
@@ -183,17 +199,6 @@ bool lessThanByLengthValue(const Self &self, Index length, Bytes value) {
 }
 bool greaterThanByLengthValue(const Self &self, Index length, Bytes value) {
     return comparePadded(charactersOf(self), textAt(length, value)) > 0;
-}
-
-bool equalsIgnoreCase(const Self &self, Ref other) {
-    const Temporary own(sendSelf<Ref>(SITE("asuppercase"), self));
-    const Temporary given(send<Ref>(SITE("asuppercase"), other));
-    return send<bool>(SITE("equal"), own.ref(), given.ref());
-}
-
-bool equalsIgnoreCaseByLengthValue(const Self &self, Index length, Bytes value) {
-    const Temporary given(send<Ref>(SITE("withlengthvalue"), self.classObject(), length, value));
-    return sendSelf<bool>(SITE("equalsignorecase"), self, given.ref());
 }
 
 // ---- Reading and writing --------------------------------------------------------------------------------------------
@@ -213,23 +218,12 @@ Answer<void> moveValue(const Self &self, Ref other) {
     return {};
 }
 
-void resetValue(const Self &self, Ref other) { turnInto(self, send<Ref>(SITE("copy"), other)); }
-
 Answer<void> atPut(const Self &self, Index position, Bytes character) {
     if (!isPosition(position, self->slotCount)) return pass(SITE("errorinbounds"));
     std::memcpy(slotOf(*self, static_cast<Count>(position)), character.address, 1);
     return {};
 }
 
-void getValue(const Self &self, Returning value) {
-    const auto text = charactersOf(self);
-    value.store(text.data(), text.size());
-}
-void getValueZ(const Self &self, Returning value) {
-    const auto size = charactersOf(self).size();
-    getValue(self, value);
-    if (value) value.address[size] = std::byte{0};
-}
 void asParameter(const Self &self, Returning value) {
     if (self->storage != nullptr) value.store(self->storage, std::size_t{self->slotCount} + 1);
 }
@@ -342,73 +336,10 @@ Answer<Ref> asUpperCase(const Self &self) {
     return NewText(self.classObject(), size).append(charactersOf(self)).convert(host::toUpper).finish();
 }
 
-namespace {
-
-// A list with a text for each piece that next() answers, up to an empty one. When memory is short there is no list, and
-// what has been made is gone again.
-template <class Next> Answer<Ref> listOfPieces(Index capacity, Ref ofClass, Next next) {
-    const auto list = send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), capacity);
-    if (!list) return null;
-    Count size = 0;
-    for (auto piece = next(); !piece.empty(); piece = next()) {
-        const auto made = textOfClass(ofClass, piece);
-        if (made.value) send(SITE("add"), list, made.value);
-        if (made.value && send<Count>(SITE("size"), list) == ++size) continue;
-        if (made.value) send<Ref>(SITE("finalize"), made.value);
-        send<Ref>(SITE("deepfinalize"), list);
-        if (made.failure) return made.failure;
-        return null; // whoever could not do it has raised it
-    }
-    return list;
-}
-
-// Whether the array was filled to the end of the list.
-bool endsLike(Ref array, Ref list) {
-    const auto size = send<Index>(SITE("size"), list);
-    if (send<Index>(SITE("size"), array) != size) return false;
-    return size == 0 || send<Ref>(SITE("at"), array, size) == send<Ref>(SITE("at"), list, size);
-}
-
-} // namespace
-
-Answer<Ref> asSeparateLines(const Self &self) {
-    Piece line;
-    return listOfPieces(5, self.classObject(), [&] {
-        const auto text = charactersOf(self);
-        line = nextLine(text, line.end);
-        return text.substr(line.begin, line.size());
-    });
-}
-
-// Of a copy of the characters, as the program gets it.
-Answer<Ref> asArrayOfSubstrings(const Self &self) {
-    const auto length = sendSelf<Count>(SITE("sizeinbytes"), self);
-    WorkArea copy(valueCapacity(self.ref(), length));
-    if (!copy) return raise(Error::noWorkArea);
-    sendSelf(SITE("getvalue"), self, copy.returning());
-    const std::string_view text(copy.text().address, length);
-
-    Piece word;
-    const auto words = listOfPieces(10, self.classObject(), [&] {
-        word = nextWord(text, word.end);
-        return text.substr(word.begin, word.size());
-    });
-    if (!words.value) return words;
-    const auto array = send<Ref>(SITE("asarray"), words.value);
-    const auto isWhole = array && endsLike(array, words.value);
-    send<Ref>(isWhole ? SITE("finalize") : SITE("deepfinalize"), words.value);
-    if (isWhole || !array) return array;
-    return send<Ref>(SITE("finalize"), array); // memory was short on the way, which has been raised
-}
+Answer<Ref> asSeparateLines(const Self &self) { return texts::linesOf(self, self.classObject(), nextLine); }
+Answer<Ref> asArrayOfSubstrings(const Self &self) { return texts::wordsOf(self, self.classObject(), nextWord); }
 
 // ---- Conversions and queries ----------------------------------------------------------------------------------------
-
-Count asHex(const Self &self) { return hexadecimalValue(charactersOf(self)); }
-Count asComp5(const Self &self) { return decimalValue(charactersOf(self)); }
-
-Ref asComp5Object(const Self &self) {
-    return send<Ref>(SITE("withvalue"), CLASS("comp5"), sendSelf<Count>(SITE("ascomp5"), self));
-}
 
 Answer<Ref> asPicX(const Self &self) {
     const auto size = sendSelf<Count>(SITE("size"), self);
@@ -421,23 +352,12 @@ Answer<Ref> asPicX(const Self &self) {
 
 Ref asOwnKind(const Self &self) { return sendSelf<Ref>(SITE("copy"), self); }
 
-Ref asInternalFileName(const Self &self) {
-    char name[host::fileNameSize];
-    host::toInternalFileName(charactersOf(self), name);
-    return send<Ref>(SITE("withvalue"), self.classObject(), Bytes{name});
-}
-
 Answer<Ref> description(const Self &self) {
     NewText quoted(self.classObject(), charactersOf(self).size() + 2);
     return quoted.append("\"").append(charactersOf(self)).append("\"").finish();
 }
 
-void display(const Self &self) { host::display(charactersOf(self)); }
-
 Count hash(const Self &self) { return hashText(charactersOf(self)); }
-
-bool isCompatible(const Self &, Ref other) { return send<bool>(SITE("containscharacters"), other); }
-bool containsCharacters(const Self &) { return true; }
 
 } // namespace strings
 } // namespace oocobol

@@ -1,4 +1,5 @@
-// What the two classes of single-byte text share: the layout, how texts are made, and nearly all of their methods.
+// What the two classes of single-byte text share: the layout, how texts are made, and the methods that know that every
+// byte is a character. Those that do not care are in text_protocol.h.
 //
 // A text is an array of one-byte elements: the slot count is its size, and one spare byte stands behind the
 // characters, 0 unless the text has grown or shrunk. Methods that make texts make them of the receiver's class.
@@ -50,6 +51,9 @@ public:
     Answer<Ref> finish() noexcept;
 
 private:
+    void takeWorkArea() noexcept;
+    Answer<Ref> finishMixed() noexcept;
+
     Ref ofClass;
     Ref made;
     std::size_t size;
@@ -80,7 +84,7 @@ Ref ofValues(const ClassSelf &self, Ref, Index count);
 Answer<Ref> ofReferences(const ClassSelf &self, Index);
 // withall (object) -> a copy of the object.
 Ref withAll(const ClassSelf &self, Ref other);
-// withlengthvalue, withbytelengthvalue (length, value) -> text.
+// withlengthvalue, withbytelengthvalue (length, value) -> text. By the second no double-byte characters get here.
 Answer<Ref> withLengthValue(const ClassSelf &self, Index length, Bytes value);
 Answer<Ref> withByteLengthValue(const ClassSelf &self, Index length, Bytes value);
 // frombuffer (length, buffer) -> text. Spaces and null bytes at the end are left out.
@@ -94,20 +98,10 @@ Answer<Ref> withSpaceOrNullTerminator(const ClassSelf &self, Bytes value);
 
 // equal (object) -> flag. False for what contains no characters.
 Answer<bool> equal(const Self &self, Ref other);
-// lessthan, greaterthan, lessthanorequal, greaterthanorequal (object) -> flag.
-Answer<bool> lessThan(const Self &self, Ref other);
-Answer<bool> greaterThan(const Self &self, Ref other);
-Answer<bool> lessThanOrEqual(const Self &self, Ref other);
-Answer<bool> greaterThanOrEqual(const Self &self, Ref other);
 // equalbylengthvalue, lessthanbylengthvalue, greaterthanbylengthvalue (length, value) -> flag.
 bool equalByLengthValue(const Self &self, Index length, Bytes value);
 bool lessThanByLengthValue(const Self &self, Index length, Bytes value);
 bool greaterThanByLengthValue(const Self &self, Index length, Bytes value);
-// equalsignorecase (object), equalsignorecasebylengthvalue (length, value) -> flag.
-bool equalsIgnoreCase(const Self &self, Ref other);
-bool equalsIgnoreCaseByLengthValue(const Self &self, Index length, Bytes value);
-// compareto (object) -> -1, 0 or 1.
-Answer<Index> compareTo(const Self &self, Ref other);
 
 // ---- Reading and writing --------------------------------------------------------------------------------------------
 
@@ -115,13 +109,9 @@ Answer<Index> compareTo(const Self &self, Ref other);
 void setValue(const Self &self, Bytes value);
 // movevalue (object). Cut or padded with spaces to the size.
 Answer<void> moveValue(const Self &self, Ref other);
-// resetvalue (object). Self becomes a copy of it.
-void resetValue(const Self &self, Ref other);
 // atput (position, character). Outside the text ends in errorinbounds.
 Answer<void> atPut(const Self &self, Index position, Bytes character);
-// getvalue () -> the characters. getvaluez () -> with a null byte. asparameter () -> with the spare byte.
-void getValue(const Self &self, Returning value);
-void getValueZ(const Self &self, Returning value);
+// asparameter () -> the characters and the spare byte.
 void asParameter(const Self &self, Returning value);
 // getvaluewithsize (size) -> as many bytes. getvaluewithsizeatposition (position, size) -> as many from there. Padded
 // with spaces; a position outside the text answers spaces and ends in errorinbounds.
@@ -153,24 +143,14 @@ Answer<Ref> asArrayOfSubstrings(const Self &self);
 
 // ---- Conversions and queries ----------------------------------------------------------------------------------------
 
-// ashex, ascomp5 () -> number. ascomp5object () -> item of `cobolcomp5`. aspicx () -> item of `cobolpicx`.
-Count asHex(const Self &self);
-Count asComp5(const Self &self);
-Ref asComp5Object(const Self &self);
+// aspicx () -> item of `cobolpicx`.
 Answer<Ref> asPicX(const Self &self);
 // ascharacterarray, asbytearray () -> text. A copy.
 Ref asOwnKind(const Self &self);
-// asinternalfilename () -> text.
-Ref asInternalFileName(const Self &self);
 // description () -> text, in double quotes.
 Answer<Ref> description(const Self &self);
-// display ().
-void display(const Self &self);
 // hash () -> count.
 Count hash(const Self &self);
-// iscompatible (object), containscharacters () -> flag.
-bool isCompatible(const Self &self, Ref other);
-bool containsCharacters(const Self &self);
 
 } // namespace strings
 } // namespace oocobol

@@ -1,8 +1,11 @@
 #include "tests/support/support.h"
 
+#include <cstdlib>
 #include <deque>
 #include <map>
 #include <mutex>
+
+#include "host/host.h"
 
 namespace oocobol::test {
 
@@ -57,6 +60,14 @@ template <std::size_t... slot> constexpr auto slotEntries(std::index_sequence<sl
 }
 constexpr auto entries = slotEntries(std::make_index_sequence<slots>{});
 
+// Whole test programs run in either environment: they start as a program does that knows which one it is in.
+class Start : public testing::Environment {
+    void SetUp() override {
+        if (std::getenv("OOCOBOL_DBCS") != nullptr) send(SITE("readyforapplicationstart"), classForProgram("base"));
+    }
+};
+const auto *const start = testing::AddGlobalTestEnvironment(new Start);
+
 } // namespace
 
 Ref picX(Index length) {
@@ -75,7 +86,8 @@ std::string padded(std::string_view text, std::size_t length) {
 }
 
 Ref text(std::string_view value) {
-    return send<Ref>(SITE("withlengthvalue"), CLASS("chararry"), static_cast<Index>(value.size()), Bytes{value.data()});
+    return send<Ref>(SITE("withbytelengthvalue"), CLASS("chararry"), static_cast<Index>(value.size()),
+                     Bytes{value.data()});
 }
 
 std::string valueOf(Ref textObject) {
@@ -85,6 +97,11 @@ std::string valueOf(Ref textObject) {
 }
 
 void finalize(Ref object) { send<Ref>(SITE("finalize"), object); }
+
+InEnvironment::InEnvironment(std::uint8_t status) : before(*host::externalByte("DBCSENVIRONMENTSTATUS")) {
+    *host::externalByte("DBCSENVIRONMENTSTATUS") = status;
+}
+InEnvironment::~InEnvironment() { *host::externalByte("DBCSENVIRONMENTSTATUS") = before; }
 
 RaisedErrors::RaisedErrors() {
     installHandler();

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,6 +32,32 @@ std::string valueOf(Ref textObject);
 
 // Sends finalize.
 void finalize(Ref object);
+
+// The environment's byte, set while it lives: 1 single bytes only, 2 with double-byte characters.
+class InEnvironment {
+public:
+    explicit InEnvironment(std::uint8_t status);
+    ~InEnvironment();
+    InEnvironment(const InEnvironment &) = delete;
+    InEnvironment &operator=(const InEnvironment &) = delete;
+
+private:
+    std::uint8_t before;
+};
+inline constexpr std::uint8_t singleByte = 1, doubleByte = 2;
+
+// A buffer of exactly these bytes, so that reading behind them shows.
+class ExactBytes {
+public:
+    explicit ExactBytes(std::string_view value) : bytes(std::make_unique<char[]>(value.size())) {
+        if (!value.empty()) std::memcpy(bytes.get(), value.data(), value.size());
+    }
+    operator Bytes() const { return {bytes.get()}; }
+    operator Element() const { return {reinterpret_cast<const std::byte *>(bytes.get())}; }
+
+private:
+    std::unique_ptr<char[]> bytes;
+};
 
 // ---- Errors -----------------------------------------------------------------------------------------------------
 

@@ -353,11 +353,13 @@ TEST(FileName, SurvivesObjectsThatEndOrMisbehave) {
     static const auto ending = OutsideClass("endname", "endname", CLASS("chararry"))
                                    .method("asinternalfilename", asMethod(endSelf), 1)
                                    .registerIt();
-    const Temporary taken(send<Ref>(SITE("withname"), classObject(), send<Ref>(SITE("withvalue"), self, "given")));
+    const Temporary taken(
+        send<Ref>(SITE("withname"), classObject(), send<Ref>(SITE("withlengthvalue"), self, Index{5}, "given")));
     EXPECT_EQ(valueOf(taken.ref()), "given");
-    EXPECT_FALSE(send<Ref>(SITE("withname"), classObject(), send<Ref>(SITE("withvalue"), ending, "given")));
+    EXPECT_FALSE(
+        send<Ref>(SITE("withname"), classObject(), send<Ref>(SITE("withlengthvalue"), ending, Index{5}, "given")));
     const Temporary name(named("a"));
-    send(SITE("setpath"), name.ref(), send<Ref>(SITE("withvalue"), ending, "given"));
+    send(SITE("setpath"), name.ref(), send<Ref>(SITE("withlengthvalue"), ending, Index{5}, "given"));
     EXPECT_EQ(valueOf(name.ref()), "a");
     send(SITE("initialize"), name.ref(), taken.ref());
     EXPECT_EQ(valueOf(name.ref()), "given");
