@@ -47,13 +47,18 @@ Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept {
     return detail::makeLive(index, entry, behaviour);
 }
 
-std::byte *removeObject(Ref ref, Entry &entry) noexcept {
+std::byte *endObject(Ref ref, Entry &entry) noexcept {
     if (!detail::claim(entry, ref.generation())) return nullptr;
     auto *body = entry.body.load(std::memory_order_relaxed);
     if ((headerOf(body)->marks & markComponent) != 0) detail::clearComponentSlot(ref.index());
     ++thread.epoch;
+    return body;
+}
+
+std::byte *removeObject(Ref ref, Entry &entry) noexcept {
+    auto *body = endObject(ref, entry);
     // An index whose generations are used up is never used again.
-    if (ref.generation() + 1 < detail::lastGeneration) putIndex(ref.index());
+    if (body != nullptr && ref.generation() + 1 < detail::lastGeneration) putIndex(ref.index());
     return body;
 }
 

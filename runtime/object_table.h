@@ -95,7 +95,10 @@ IndexRange reserveIndexes(std::uint32_t count) noexcept;
 // Makes an index the object's and publishes it: the reference, or null when the table is full.
 Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept;
 
-// Ends the reference of a live object whose entry this is; answers the body, or null when another thread was first.
+// Ends the reference of a live object whose entry this is; answers the body, or null when another thread was first. The
+// index stays with the body.
+std::byte *endObject(Ref ref, Entry &entry) noexcept;
+// The same, and gives the index away.
 std::byte *removeObject(Ref ref, Entry &entry) noexcept;
 
 // The reference that reaches the object at an index now; null when it is free.

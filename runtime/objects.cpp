@@ -106,20 +106,28 @@ void untie(Ref classObject) {
         std::atomic_ref(headerOf(body)->marks).fetch_and(static_cast<std::uint16_t>(~markTied));
 }
 
+// Where a body may wait for its next life; 0 when it goes its own way, without its index.
+std::size_t poolFor(const BodyHeader &header, Ref object) {
+    const auto sizeClass = detail::bodyClassOf(header.size);
+    const auto alone = !detail::hasBodyCaches || sizeClass > bodyClasses || (header.marks & markTied) != 0 ||
+                       object.generation() + 1 >= detail::lastGeneration;
+    return alone ? 0 : sizeClass;
+}
+
 [[gnu::noinline]] bool cancelSlowly(Ref object) {
     auto *entry = findEntry(object);
     if (entry == nullptr || isClassObject(entry->body.load(std::memory_order_relaxed))) return false;
-    const std::size_t sizeClass = headerOf(entry->body.load(std::memory_order_relaxed))->pool;
-    const auto poolable = sizeClass != 0 && object.generation() + 1 < detail::lastGeneration;
-    if (auto *pool = poolable ? roomyPool(sizeClass) : nullptr) {
-        if (!detail::claim(*entry, object.generation())) return false;
-        ++thread.epoch;
+    auto *header = headerOf(entry->body.load(std::memory_order_relaxed));
+    const auto sizeClass = poolFor(*header, object);
+    if (auto *pool = sizeClass != 0 ? roomyPool(sizeClass) : nullptr) {
+        if (!endObject(object, *entry)) return false;
+        header->pool = static_cast<std::uint16_t>(sizeClass);
         pool->put(object.index());
         return true;
     }
     auto *body = removeObject(object, *entry);
     if (body == nullptr) return false;
-    if ((headerOf(body)->marks & markTied) != 0) leaveTied(headerOf(body));
+    if ((header->marks & markTied) != 0) leaveTied(header);
     freeBody(body);
     return true;
 }

@@ -9,6 +9,10 @@ struct Kind {
     const char *program;
     Index width;
     bool native;
+    // Without it the names of tests would hold addresses.
+    friend std::ostream &operator<<(std::ostream &to, const Kind &kind) {
+        return to << kind.program << ' ' << kind.width << (kind.native ? " natively" : " by sends");
+    }
 };
 
 class Sequenced : public testing::TestWithParam<Kind> {

@@ -27,6 +27,7 @@ struct Kind {
         return send<Ref>(SITE("withvalue"), ofLength(length),
                          Bytes{bytes(number, static_cast<std::size_t>(length)).data()});
     }
+    friend std::ostream &operator<<(std::ostream &to, const Kind &kind) { return to << kind.program; }
 };
 constexpr Kind comp5Kind{"comp5", false, false}, compXKind{"compx", true, false}, signedKind{"scomp5", false, true};
 

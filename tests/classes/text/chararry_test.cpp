@@ -12,6 +12,10 @@ namespace {
 struct Road {
     const char *program;
     bool isNative;
+    // Without it the names of tests would hold addresses.
+    friend std::ostream &operator<<(std::ostream &to, const Road &road) {
+        return to << road.program << (road.isNative ? " natively" : " by sends");
+    }
 };
 
 // Every case runs for both classes, with native paths and without.
