@@ -334,6 +334,12 @@ Ref classForProgram(std::string_view program) noexcept {
     return family != nullptr ? family->classObject : null;
 }
 
+Ref registeredClass(std::string_view program) noexcept {
+    const RegistrationLock lock;
+    const auto *family = findFamily(program);
+    return family != nullptr ? family->classObject : null;
+}
+
 bool callProgram(std::string_view program, std::int64_t *answer) noexcept {
     ensureStarted();
     if (answer != nullptr) *answer = 0;
