@@ -292,6 +292,7 @@ void start() {
         }
     }
     for (std::size_t i = 0; i < 3; ++i) initialise(*registry().families[i]);
+    for (const auto *program : programDefinitions()) host::registerEntry(program->name, program->entry);
     applyEnvironment();
 }
 
