@@ -89,6 +89,7 @@ Ref registeredFor(const ClassSelf &self, Ref object) {
 }
 
 Ref firstFreeSystemHandler(const ClassSelf &self) {
+    if (!self->systemHandlers) return self->lastResort; // there was no memory for the list
     const auto count = send<Count>(SITE("size"), self->systemHandlers);
     for (Index i = 1; i <= static_cast<Index>(count); ++i) {
         const auto handler = send<Ref>(SITE("at"), self->systemHandlers, i);
