@@ -39,13 +39,13 @@ oops_ref handlerClass() {
     }();
     return made;
 }
-void raiseToHandler(benchmark::State &state) {
+void raiseTo(benchmark::State &state, oops_ref object, oops_ref registeredFor) {
     static oops_site make = OOPS_SITE("new"), enter = OOPS_SITE("register"), leave = OOPS_SITE("cancel"),
                      raise = OOPS_SITE("raiseexception");
-    auto object = oopsnewinstance(classOf("base")), receiver = oopsnewinstance(handlerClass());
+    auto receiver = oopsnewinstance(handlerClass());
     char method[] = "handle ";
     auto callback = refOf(make, classOf("callback"), &receiver, method);
-    refOf(enter, classOf("exptnmgr"), &object, &callback);
+    refOf(enter, classOf("exptnmgr"), &registeredFor, &callback);
     for (auto _ : state) {
         for (int i = 0; i < batch; ++i) {
             uint32_t error = 12;
@@ -54,10 +54,19 @@ void raiseToHandler(benchmark::State &state) {
             if (answer != 7) state.SkipWithError("the handler was not reached");
         }
     }
-    refOf(leave, classOf("exptnmgr"), &object);
+    refOf(leave, classOf("exptnmgr"), &registeredFor);
     state.SetItemsProcessed(state.iterations() * batch);
 }
-BENCHMARK(raiseToHandler)->Name("root/raise_and_back");
+void raiseToOwnHandler(benchmark::State &state) {
+    const auto object = oopsnewinstance(classOf("base"));
+    raiseTo(state, object, object);
+}
+BENCHMARK(raiseToOwnHandler)->Name("root/raise_and_back");
+void raiseToClassHandler(benchmark::State &state) {
+    const auto object = oopsnewinstance(classOf("base"));
+    raiseTo(state, object, classOf("base"));
+}
+BENCHMARK(raiseToClassHandler)->Name("root/raise_to_class_handler");
 
 // ---- Questions ----------------------------------------------------------------------------------------------------
 

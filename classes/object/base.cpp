@@ -179,7 +179,7 @@ void trace(Self, Bytes text) { traceText({text.address, strnlen(text.address, lo
 
 // concattrace (text, text) -> text. Both are used up.
 Ref concatTrace(Self, Ref first, Ref second) {
-    const Temporary one(first), other(second);
+    const Temporary one(first), other(second == first ? null : second);
     return send<Ref>(SITE("concat"), first, second);
 }
 

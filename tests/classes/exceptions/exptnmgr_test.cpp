@@ -123,6 +123,27 @@ TEST(ExceptionManager, SurvivesAHandlerThatFinalizesItsOwnCallback) {
     finalize(object);
 }
 
+TEST(ExceptionManager, ShowsInsertsThatAHandlerMayFinalize) {
+    RaisedErrors errors;
+    const LeakCheck leaks;
+    const auto object = newObject();
+    std::vector<std::string> shown;
+    const auto callback = block([&](void **arguments) {
+        Ref inserts;
+        std::memcpy(&inserts, arguments[2], sizeof inserts);
+        const auto count = send<Index>(SITE("size"), inserts);
+        for (Index i = 1; i <= count; ++i) shown.push_back(valueOf(send<Ref>(SITE("at"), inserts, i)));
+        send<Ref>(SITE("deepfinalize"), inserts);
+        return std::int64_t{0};
+    });
+    send(SITE("register"), manager(), object, callback);
+    send(SITE("raiseexceptionwithtextz"), object, Count{12}, Bytes{"one"}, Bytes{"two"}, omitted, Bytes{"four"});
+    EXPECT_EQ(shown, (std::vector<std::string>{"one", "two"}));
+    EXPECT_TRUE(errors.numbers().empty());
+    forget(object);
+    for (const auto made : {object, callback}) finalize(made);
+}
+
 TEST(ExceptionManager, HandsNullAndStaleObjectsToTheSystemHandler) {
     RaisedErrors errors;
     const auto stale = newObject();
