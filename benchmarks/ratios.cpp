@@ -48,6 +48,11 @@ constexpr Ratio ratios[] = {
     {"text/double_byte_equal", "text/single_byte_equal", 1.5},
     {"text/double_byte_hash", "text/single_byte_hash", 1.5},
     {"text/double_byte_indexofsubcollection", "text/single_byte_indexofsubcollection", 1.5},
+    {"root/raise_and_back", "send/one_class", 40.0},
+    {"root/raise_to_class_handler", "send/one_class", 40.0},
+    {"root/implements", "send/one_class", 20.0},
+    {"root/respondsto_per_class", "send/one_class", 20.0},
+    {"root/allinstances_1M", "root/add_1M", 0},
 };
 
 class Lowest : public benchmark::ConsoleReporter {

@@ -78,6 +78,14 @@ void *makeList(std::uint64_t count, const void *entries, std::size_t bytes) {
     return list;
 }
 
+// The live instances of a class; for null, of all classes.
+template <class Visit> void forEachListed(Ref classObject, Visit visit) {
+    if (classObject) return forEachInstance(classObject, visit);
+    forEachObject([&](Ref object, std::uint32_t, std::uint32_t marks) {
+        if ((marks & markClass) == 0) visit(object);
+    });
+}
+
 void pad(char *buffer, std::size_t width, std::string_view text) {
     if (buffer == nullptr) return;
     std::memset(buffer, ' ', width);
@@ -202,12 +210,15 @@ void *oopsgetmethodnames(oops_ref class_object) {
 
 void *oopsgetallinstances(oops_ref class_object) {
     ensureStarted();
-    std::vector<Ref> found;
-    forEachObject([&](Ref object, std::uint32_t classIndex, std::uint32_t marks) {
-        if ((marks & markClass) != 0) return;
-        if (class_object == 0 || classIndex == Ref{class_object}.index()) found.push_back(object);
+    std::uint64_t expected = 0, found = 0;
+    forEachListed(Ref{class_object}, [&](Ref) { ++expected; });
+    auto *list = static_cast<std::uint64_t *>(allocate((expected + 1) * sizeof(std::uint64_t)));
+    if (list == nullptr) return nullptr;
+    forEachListed(Ref{class_object}, [&](Ref object) {
+        if (found < expected) list[++found] = object.bits; // another thread may have made more meanwhile
     });
-    return makeList(found.size(), found.data(), found.size() * sizeof(Ref));
+    list[0] = found;
+    return list;
 }
 
 void *oopsgetallclasses(void) {

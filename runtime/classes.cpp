@@ -292,6 +292,7 @@ void start() {
         }
     }
     for (std::size_t i = 0; i < 3; ++i) initialise(*registry().families[i]);
+    for (const auto *program : programDefinitions()) host::registerEntry(program->name, program->entry);
     applyEnvironment();
 }
 
@@ -331,6 +332,12 @@ Ref classForProgram(std::string_view program) noexcept {
     if (program.empty() || program.size() > longestProgram) return null;
     if (!callProgram(program)) return null;
     auto *family = findFamily(program);
+    return family != nullptr ? family->classObject : null;
+}
+
+Ref registeredClass(std::string_view program) noexcept {
+    const RegistrationLock lock;
+    const auto *family = findFamily(program);
     return family != nullptr ? family->classObject : null;
 }
 

@@ -143,6 +143,8 @@ void ensureStarted() noexcept;
 
 // The class object of a class program; loads and registers it on first use. Null when there is no such program.
 Ref classForProgram(std::string_view program) noexcept;
+// The same when it is registered already, else null; nothing is run.
+Ref registeredClass(std::string_view program) noexcept;
 // Runs a program by name as a dynamic call does: a class program registers its class. False when it does not exist.
 bool callProgram(std::string_view program, std::int64_t *answer = nullptr) noexcept;
 // Whether a program of that name can be called; nothing is run.

@@ -88,12 +88,20 @@ void raiseStackExhausted(Ref receiver, const char *name) {
 
 // ---- Running ------------------------------------------------------------------------------------------------------
 
+std::string_view nameOf(const Behaviour &behaviour) {
+    return behaviour.family != nullptr ? std::string_view(behaviour.family->name) : "null";
+}
+
+bool isTracing() { return (level.load(std::memory_order_relaxed) & traceSends) != 0; }
+
+// `behaviour` is where the lookup started: the receiver's own, or above it in a super send.
 void traceSend(Ref receiver, const Behaviour &behaviour, std::string_view name, void *const *arguments,
                std::uint32_t count) {
-    const std::string_view className = behaviour.family != nullptr ? std::string_view(behaviour.family->name) : "null";
+    const auto *live = behaviourOfObject(receiver);
+    const auto &own = live != nullptr ? *live : behaviour;
     std::string line(std::min<std::size_t>(thread.depth, 60) * 2, ' ');
-    line += className;
-    if (behaviour.classSide) line += " class";
+    line += nameOf(own);
+    if (own.classSide) line += " class";
     line += ' ';
     line += name;
     char address[40];
@@ -104,7 +112,9 @@ void traceSend(Ref receiver, const Behaviour &behaviour, std::string_view name, 
         line += address;
     }
     std::snprintf(address, sizeof address, ") depth %u", thread.depth);
-    traceText(line + address);
+    line += address;
+    if (own.family != behaviour.family) line.append(", super from ").append(nameOf(behaviour));
+    traceText(line);
 }
 
 void run(const Cell &cell, Ref receiver, void *body, void *const *arguments, std::uint32_t count) {
@@ -117,8 +127,9 @@ void run(const Cell &cell, Ref receiver, void *body, void *const *arguments, std
         arguments = padded;
     }
     const auto entry = cell.entry.load(std::memory_order_acquire);
-    if ((level.load(std::memory_order_relaxed) & traceSends) == 0) return entry(receiver, body, arguments, &cell);
-    traceSend(receiver, behaviourAt(cell.behaviour), cell.selector->name, arguments, count);
+    if (!isTracing()) return entry(receiver, body, arguments, &cell);
+    traceSend(receiver, behaviourAt(cell.behaviour), cell.selector->name, arguments,
+              std::min(count, static_cast<std::uint32_t>(parameters)));
     ++thread.depth;
     entry(receiver, body, arguments, &cell);
     --thread.depth;
@@ -129,7 +140,10 @@ void runUnknown(Ref receiver, void *body, std::string_view name, void *const *ar
 
 void forward(Ref receiver, void *body, Behaviour &behaviour, SelectorId selector, const char *name, oops_site *site,
              void *const *arguments, std::uint32_t count) {
-    if (selector == 0) return runUnknown(receiver, body, nameView(name), arguments, count);
+    if (selector == 0) {
+        if (isTracing()) traceSend(receiver, behaviour, nameView(name), arguments, 0);
+        return runUnknown(receiver, body, nameView(name), arguments, count);
+    }
     const auto *cell = cellFor(behaviour, selector);
     if (cell == nullptr) { // not even memory to remember the lookup: the message gets through all the same
         Cell unremembered;
@@ -171,11 +185,18 @@ const StaticFrame *findStaticFrame(Ref self) {
 
 // ---- Messages not understood --------------------------------------------------------------------------------------
 
+// Who is told about an error on this receiver: the class for bare data, the null object's class for null.
+Ref spokenFor(Ref receiver) {
+    if (receiver.isStatic()) return receiver.withoutStatic();
+    const auto *nilObject = rootFamilies().nilObject;
+    return receiver.isNull() && nilObject != nullptr ? nilObject->classObject : receiver;
+}
+
 void noteNotUnderstood(Ref receiver, std::string_view name) {
     auto *store = ownStore();
     if (store == nullptr) return;
     auto &noted = store->notUnderstood[store->notUnderstoodNext++ % ThreadStore::rememberedMessages];
-    noted.receiver = receiver;
+    noted.receiver = spokenFor(receiver);
     const auto length = std::min(name.size(), sizeof noted.name - 1);
     std::memcpy(noted.name, name.data(), length);
     noted.name[length] = '\0';
@@ -473,9 +494,11 @@ void *staticDataOf(Ref self) noexcept {
 
 std::string_view lastNotUnderstood(Ref object) noexcept {
     const auto &store = *thread.store;
-    for (std::uint32_t i = 1; i <= ThreadStore::rememberedMessages; ++i) {
+    const auto wanted = spokenFor(object);
+    const auto held = std::min<std::size_t>(store.notUnderstoodNext, ThreadStore::rememberedMessages);
+    for (std::uint32_t i = 1; i <= held; ++i) {
         const auto &noted = store.notUnderstood[(store.notUnderstoodNext - i) % ThreadStore::rememberedMessages];
-        if (noted.receiver == object && noted.name[0] != '\0') return noted.name;
+        if (noted.receiver == wanted) return noted.name;
     }
     return "";
 }

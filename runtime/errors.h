@@ -29,7 +29,7 @@ enum class Error : Count {
     tooLong = 30,              // the length of an intrinsic class is above the maximum
     noStorage = 32,            // storage could not be had
     invalidParameter = 33,
-    tooManyStrings = 39, // more than 65,535 message strings
+    tooManyStrings = 39, // more than 65,535 message strings, or 65,534 message files
     classCannotBecome = 88,
     halfCharacter = 91, // a byte length ends inside a double-byte character
     noSocket = 93,

@@ -114,6 +114,20 @@ std::size_t poolFor(const BodyHeader &header, Ref object) {
     return alone ? 0 : sizeClass;
 }
 
+struct FoundClass {
+    Ref classObject;
+    const BodyHeader *instance = nullptr; // null for what is no instance
+};
+FoundClass findClass(Ref object) {
+    if (object.isNull()) return {rootFamilies().nilObject->classObject};
+    if (object.isStatic()) return {object.withoutStatic()};
+    auto *body = bodyOf(object);
+    if (body == nullptr) return {null};
+    if (isClassObject(body)) return {rootFamilies().behavior->classObject};
+    const auto *header = headerOf(body);
+    return {referenceAt(header->classIndex), header};
+}
+
 [[gnu::noinline]] bool cancelSlowly(Ref object) {
     auto *entry = findEntry(object);
     if (entry == nullptr || isClassObject(entry->body.load(std::memory_order_relaxed))) return false;
@@ -248,17 +262,13 @@ bool exchangeIdentities(Ref one, Ref other) noexcept {
     return true;
 }
 
+Ref peekClass(Ref object) noexcept { return findClass(object).classObject; }
+
 Ref classOf(Ref object) noexcept {
-    if (object.isNull()) return rootFamilies().nilObject->classObject;
-    if (object.isStatic()) return object.withoutStatic();
-    const auto *body = bodyOf(object);
-    if (body == nullptr) return null;
-    if (isClassObject(body)) return rootFamilies().behavior->classObject;
-    const auto *header = headerOf(const_cast<std::byte *>(body));
-    const auto classObject = referenceAt(header->classIndex);
-    if ((header->marks & markTied) != 0) [[unlikely]]
-        untie(classObject);
-    return classObject;
+    const auto found = findClass(object);
+    if (found.instance != nullptr && (found.instance->marks & markTied) != 0) [[unlikely]]
+        untie(found.classObject);
+    return found.classObject;
 }
 
 Ref superclassOf(Ref classObject) noexcept {
@@ -315,11 +325,10 @@ bool isWatched(Ref object) noexcept {
 
 Count countInstances(Ref classObject) noexcept {
     Count count = 0;
-    forEachObject([&](Ref, std::uint32_t classIndex, std::uint32_t marks) {
-        const auto wanted = classObject.isNull() ? (marks & markLibrary) == 0
-                                                 : classIndex == classObject.index() && (marks & markClass) == 0;
-        if (wanted) ++count;
-    });
+    if (classObject)
+        forEachInstance(classObject, [&](Ref) { ++count; });
+    else
+        forEachObject([&](Ref, std::uint32_t, std::uint32_t marks) { count += (marks & markLibrary) == 0 ? 1 : 0; });
     return count;
 }
 

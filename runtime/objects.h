@@ -38,6 +38,10 @@ bool cancelObject(Ref object) noexcept;
 // for a dead reference.
 Ref classOf(Ref object) noexcept;
 
+// The same for the library's own use: a class that it made for one item does not count as handed out, and goes with its
+// last instance all the same. The answer must not reach user code.
+Ref peekClass(Ref object) noexcept;
+
 // The superclass of a class object; null above the root and for what is no class.
 Ref superclassOf(Ref classObject) noexcept;
 
@@ -67,6 +71,22 @@ template <class Visit> void forEachObject(Visit visit) {
         if (body == nullptr) continue;
         const auto *header = headerOf(const_cast<std::byte *>(body));
         visit(ref, header->classIndex, header->marks);
+    }
+}
+
+// Calls visit(reference) for each live direct instance of a class, in the order of indexes. Nothing but an object's
+// entry is looked at before its behaviour has told that it can be one. What visit makes may be visited as well.
+template <class Visit> void forEachInstance(Ref classObject, Visit visit) {
+    const auto *family = familyOfClass(classObject);
+    if (family == nullptr) return;
+    const auto wanted = family->instances->id;
+    const auto limit = objects.limit.load(std::memory_order_acquire);
+    for (std::uint32_t index = 1; index < limit; ++index) {
+        const auto tag = objects.entries[index].tag.load(std::memory_order_acquire);
+        if (behaviourOf(tag) != wanted || (tag & 1) == 0) continue;
+        auto *body = objects.entries[index].body.load(std::memory_order_relaxed);
+        if (body == nullptr || headerOf(body)->classIndex != classObject.index()) continue;
+        visit(Ref{index | std::uint64_t{static_cast<std::uint32_t>(tag)} << 32});
     }
 }
 

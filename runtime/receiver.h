@@ -105,6 +105,13 @@ extern void (*moveStorage)(Ref object, void *body);
 inline void afterUserCode() noexcept { ++thread.epoch; }
 #endif
 
+// The method that a message to this object runs; null when it does not understand it.
+inline const Method *methodFor(Ref object, std::string_view message) noexcept {
+    const auto *behaviour = object.isNull() ? &behaviourAt(nullBehaviour) : behaviourOfObject(object);
+    const auto selector = findSelector(message);
+    return behaviour != nullptr && selector != 0 ? lookUp(*behaviour, selector) : nullptr;
+}
+
 // ---- Guards -----------------------------------------------------------------------------------------------------
 
 // Whether the messages in `needs`, sent to this object, would all run the library's own code.

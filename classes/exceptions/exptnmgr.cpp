@@ -71,19 +71,25 @@ void initializeClass(ClassSelf self) {
 
 // ---- Handlers ---------------------------------------------------------------------------------------------------
 
+// A handler must say whether it is busy, and run.
+bool isHandler(Ref object) { return methodFor(object, "active") != nullptr && methodFor(object, "invoke") != nullptr; }
+
 bool isFree(Ref handler) { return isLive(handler) && !send<bool>(SITE("active"), handler); }
 
 // The handler registered for the object, else for its class; null without one. One that has been finalized since does
-// not count.
+// not count. The class is only compared: one that the library made for one item does not count as handed out.
 Ref registeredFor(const ClassSelf &self, Ref object) {
-    if (!self->registry) return null;
+    if (!self->registry || (object && !isLive(object))) return null;
     const auto own = send<Ref>(SITE("atornil"), self->registry, object);
     if (own) return own;
-    const auto ofClass = send<Ref>(SITE("class"), object);
+    const auto *asked = methodFor(object, "class");
+    const auto isOurs = asked != nullptr && asked->library;
+    const auto ofClass = isOurs ? peekClass(object) : send<Ref>(SITE("class"), object);
     return send<Ref>(SITE("atornil"), self->registry, ofClass);
 }
 
 Ref firstFreeSystemHandler(const ClassSelf &self) {
+    if (!self->systemHandlers) return self->lastResort; // there was no memory for the list
     const auto count = send<Count>(SITE("size"), self->systemHandlers);
     for (Index i = 1; i <= static_cast<Index>(count); ++i) {
         const auto handler = send<Ref>(SITE("at"), self->systemHandlers, i);
@@ -103,7 +109,8 @@ void handle(const ClassSelf &self, Returning answer, Ref object, Count error, Re
     const Hold hold;
     const auto chosen = sendSelf<Ref>(SITE("handler"), self, object);
     self->raisedStatic = isStatic ? 1 : 0;
-    send(SITE("invoke"), chosen, answer, object, error, inserts);
+    if (isLive(chosen)) return send(SITE("invoke"), chosen, answer, object, error, inserts);
+    sendSelf(SITE("defaulthandler"), self, object, error, inserts); // even the last resort has been finalized
 }
 
 // raise (object, number, inserts) -> the handler's answer. raisestatic (class, number, inserts) likewise.
@@ -115,14 +122,22 @@ void raiseForClass(ClassSelf self, Returning answer, Ref object, Count error, Re
 }
 
 // raisedreference, raisedstatic () -> flag.
-bool wasRaisedByObject(ClassSelf self) { return self->raisedStatic == 0; }
-bool wasRaisedByClass(ClassSelf self) { return self->raisedStatic != 0; }
+bool wasRaisedByObject(ClassSelf self) {
+    const Hold hold;
+    return self->raisedStatic == 0;
+}
+bool wasRaisedByClass(ClassSelf self) {
+    const Hold hold;
+    return self->raisedStatic != 0;
+}
 
-// register (object or class, callback). Replaces an earlier one.
-void registerHandler(ClassSelf self, Ref object, Ref callback) {
+// register (object or class, callback). Replaces an earlier one. What is no handler ends in invalidparameter.
+Answer<void> registerHandler(ClassSelf self, Ref object, Ref callback) {
+    if (!isHandler(callback)) return pass(SITE("invalidparameter"));
     const Hold hold;
     send(SITE("atput"), self->registry, object, callback);
     watchObject(object);
+    return {};
 }
 
 // cancel (object or class) -> flag. Whether there was one.
@@ -133,12 +148,14 @@ bool cancelHandler(ClassSelf self, Ref object) {
     return true;
 }
 
-// getsystemhandler () -> callback. setsystemhandler (callback) -> the one that was first before.
+// getsystemhandler () -> callback. setsystemhandler (callback) -> the one that was first before; what is no handler
+// ends in invalidparameter.
 Ref getSystemHandler(ClassSelf self) {
     const Hold hold;
     return send<Ref>(SITE("at"), self->systemHandlers, Index{1});
 }
-Ref setSystemHandler(ClassSelf self, Ref callback) {
+Answer<Ref> setSystemHandler(ClassSelf self, Ref callback) {
+    if (!isHandler(callback)) return pass(SITE("invalidparameter"));
     const Hold hold;
     const auto before = send<Ref>(SITE("at"), self->systemHandlers, Index{1});
     send(SITE("addfirst"), self->systemHandlers, callback);
@@ -150,6 +167,7 @@ Ref setSystemHandler(ClassSelf self, Ref callback) {
 constexpr Count firstUserError = 10001;
 constexpr Count firstStringNumber = 65537;
 constexpr Count mostStrings = 65535;
+constexpr Count mostFiles = 65534;
 constexpr unsigned fileShift = 16; // a registered file's number is in the upper half of its errors
 constexpr std::size_t facilityWidth = 6, facilityField = 7, fileWidth = 8, keyWidth = 16;
 
@@ -167,8 +185,9 @@ Ref newDictionary(Ref keyTemplate, Ref dataTemplate, Index capacity) {
     return kept(send<Ref>(SITE("ofvaluesauto"), CLASS("dictinry"), keyTemplate, dataTemplate, capacity));
 }
 
-// registermessagefile (facility, file name) -> number. A file that is registered keeps its number.
-Count registerMessageFile(ClassSelf self, Name facility, Name file) {
+// registermessagefile (facility, file name) -> number. A file that is registered keeps its number. More than 65,534
+// raise 39.
+Answer<Count> registerMessageFile(ClassSelf self, Name facility, Name file) {
     constexpr Index capacity = 16;
     const Hold hold;
     char key[keyWidth];
@@ -180,7 +199,9 @@ Count registerMessageFile(ClassSelf self, Name facility, Name file) {
     }
     if (send<bool>(SITE("includeskey"), self->messageFiles, asElement(key)))
         return send<Count>(SITE("at"), self->messageFiles, asElement(key));
-    const auto number = (send<Count>(SITE("size"), self->messageFiles) + 2) << fileShift;
+    const auto registered = send<Count>(SITE("size"), self->messageFiles);
+    if (registered >= mostFiles) return raise(Error::tooManyStrings);
+    const auto number = (registered + 2) << fileShift;
     send(SITE("atput"), self->messageFiles, asElement(key), number);
     return number;
 }
@@ -194,7 +215,8 @@ Count queryMessageFile(ClassSelf self, Name facility, Name file) {
     return send<Count>(SITE("atornil"), self->messageFiles, asElement(key));
 }
 
-// registermessagestring (text) -> number. Keeps a copy. More than 65,535 raise 39.
+// registermessagestring (text) -> number. Keeps a copy; what cannot be copied gets no number. More than 65,535
+// raise 39.
 Answer<Count> registerMessageString(ClassSelf self, Ref text) {
     constexpr Index capacity = 56;
     const Hold hold;
@@ -206,6 +228,7 @@ Answer<Count> registerMessageString(ClassSelf self, Ref text) {
     if (registered >= mostStrings) return raise(Error::tooManyStrings);
     const auto number = registered + firstStringNumber;
     const auto copy = kept(send<Ref>(SITE("copy"), text));
+    if (!copy) return Count{0};
     send(SITE("atput"), self->messageStrings, number, copy);
     return number;
 }
@@ -266,11 +289,22 @@ Ref errorMessage(ClassSelf self, Count error) {
 
 void displaySpaceLine() { host::displayLine(" "); }
 
-void displayMessage(Ref messages, Index number, Ref first = null, Ref second = null) {
+bool isEmpty(Ref text) { return !text || send<Count>(SITE("size"), text) == 0; }
+
+// A message that is missing is left out; answers whether it was there.
+bool displayMessage(Ref messages, Index number, Ref first = null, Ref second = null) {
     const Temporary text(baseMessage(messages, number, first, second));
+    if (isEmpty(text.ref())) return false;
     send(SITE("display"), text.ref());
     host::displayLine("");
     displaySpaceLine();
+    return true;
+}
+
+// Without the texts the console stays empty, and the program waits for a key: not without a word.
+void reportWithoutTexts(Count error) {
+    host::report("oocobol: error " + std::to_string(error) +
+                 " was raised. Its report is missing: no oocobol.lng was found. Check OOCOBOL_MESSAGE_PATH.\n");
 }
 
 // The run goes no further without a person to ask: a batch job must not pass for good.
@@ -299,9 +333,9 @@ void displayInserts(Ref inserts) {
 void reportError(const ClassSelf &self, Ref messages, Ref object, Count error, Ref inserts) {
     const Temporary number(decimalText(error));
     const Temporary description(send<Ref>(SITE("description"), object));
-    displayMessage(messages, 9, number.ref(), description.ref());
+    if (!displayMessage(messages, 9, number.ref(), description.ref())) reportWithoutTexts(error);
     const Temporary text(sendSelf<Ref>(SITE("errormessage"), self, error));
-    if (send<Count>(SITE("size"), text.ref()) != 0) {
+    if (!isEmpty(text.ref())) {
         const Temporary trimmed(send<Ref>(SITE("trimblanks"), text.ref()));
         displayMessage(messages, 10, trimmed.ref());
     }
@@ -312,9 +346,19 @@ void reportNotUnderstood(Ref messages, Ref object) {
     constexpr std::uint64_t modulus = 100000000;
     const Temporary reference(newText(decimalDigits(object.bits % modulus, 8).view()));
     const Temporary description(send<Ref>(SITE("description"), object));
-    displayMessage(messages, 7, description.ref(), reference.ref());
+    if (!displayMessage(messages, 7, description.ref(), reference.ref()))
+        reportWithoutTexts(static_cast<Count>(Error::notUnderstood));
     const Temporary name(send<Ref>(SITE("whatdidntiunderstand"), object));
     displayMessage(messages, 8, name.ref());
+}
+
+void reportOn(const ClassSelf &self, Ref object, Count error, Ref inserts) {
+    const Temporary messages(sendSelf<Ref>(SITE("registerbasemessagefile"), self));
+    if (error == static_cast<Count>(Error::notUnderstood))
+        reportNotUnderstood(messages.ref(), object);
+    else
+        reportError(self, messages.ref(), object, error, inserts);
+    displayMessage(messages.ref(), 11);
 }
 
 // defaulthandler (object, number, inserts). Reports on the console and waits for a key: T ends the run unit, any other
@@ -323,12 +367,7 @@ void defaultHandler(ClassSelf self, Ref object, Count error, Ref inserts) {
     const Hold hold;
     displaySpaceLine();
     if (error == static_cast<Count>(Error::noInstance)) reportNoInstance();
-    const Temporary messages(sendSelf<Ref>(SITE("registerbasemessagefile"), self));
-    if (error == static_cast<Count>(Error::notUnderstood))
-        reportNotUnderstood(messages.ref(), object);
-    else
-        reportError(self, messages.ref(), object, error, inserts);
-    displayMessage(messages.ref(), 11);
+    reportOn(self, isLive(object) ? object : null, error, inserts);
     const auto key = host::readKey();
     if (key == host::noKey) endWithoutKey();
     if (key == 'T' || key == 't') host::endRunUnit();

@@ -30,12 +30,21 @@ void replace(const Self &self, Ref Fields::*field, Ref made) {
 
 // ---- Names ------------------------------------------------------------------------------------------------------
 
-// setlanguagefilename (name). Split at the extension's period.
-void setLanguageFileName(Self self, Ref name) {
-    const auto text = textOf(name);
+// What a text object names: programs fill their items with spaces.
+std::string nameIn(Ref text) {
+    auto name = textOf(text);
+    name.erase(name.find_last_not_of(' ') + 1);
+    return name;
+}
+
+// setlanguagefilename (name). Split at the extension's period. What is no object ends in invalidparameter.
+Answer<void> setLanguageFileName(Self self, Ref name) {
+    if (!isLive(name)) return pass(SITE("invalidparameter"));
+    const auto text = nameIn(name);
     const auto [path, base, extension] = host::splitFileName(text, host::hasExtension(text));
     replace(self, &Fields::fileName, newText(std::string_view(text).substr(0, path.size() + base.size())));
     replace(self, &Fields::extension, newText(extension));
+    return {};
 }
 
 // getlanguagefilename () -> character array. Joined again.
@@ -46,8 +55,11 @@ Ref getLanguageFileName(Self self) {
     return newText(joined);
 }
 
-// setlanguagelibrary (name). Keeps a copy. getlanguagelibrary () -> character array, a copy.
-void setLanguageLibrary(Self self, Ref name) { replace(self, &Fields::library, send<Ref>(SITE("copy"), name)); }
+// setlanguagelibrary (name). Keeps a copy; what cannot be copied changes nothing.
+void setLanguageLibrary(Self self, Ref name) {
+    if (const auto copy = send<Ref>(SITE("copy"), name)) replace(self, &Fields::library, copy);
+}
+// getlanguagelibrary () -> character array, a copy.
 Ref getLanguageLibrary(Self self) { return send<Ref>(SITE("copy"), self->library); }
 
 Ref textFrom(Bytes value) { return send<Ref>(SITE("withvalue"), CLASS("chararry"), value); }
@@ -67,6 +79,7 @@ void setLanguageLibraryZ(Self self, Bytes name) {
 // registermessagefile (library, file name) -> handler.
 Ref registerMessageFile(ClassSelf self, Ref library, Ref file) {
     const auto made = sendSuper<Ref>(SUPER("new"), self);
+    if (!made) return null;
     send(SITE("setlanguagelibrary"), made, library);
     send(SITE("setlanguagefilename"), made, file);
     return made;
@@ -93,9 +106,9 @@ Ref getMessage(Self self, Index set, Index number, Optional<Ref> a, Optional<Ref
         views[count] = inserts[count];
         ++count;
     }
-    const auto library = textOf(self->library);
-    const auto file = textOf(self->fileName);
-    const auto extension = textOf(self->extension);
+    const auto library = nameIn(self->library);
+    const auto file = nameIn(self->fileName);
+    const auto extension = nameIn(self->extension);
     std::string text;
     if (set >= 0 && number >= 0) {
         const host::MessageRequest request{.library = library,

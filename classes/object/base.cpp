@@ -84,13 +84,21 @@ Answer<void> classBecomes(Self, Ref) { return raise(Error::classCannotBecome); }
 // class, species, factoryobject () -> class.
 Ref ownClass(Self self) { return self.classObject(); }
 
+// The class, for a message that as a rule stays within the library: there, a class that was made for one item does not
+// count as handed out.
+Ref classToAsk(const Self &self, std::string_view message) {
+    const auto own = peekClass(self.ref());
+    const auto *method = methodFor(own, message);
+    return method != nullptr && method->library ? own : self.classObject();
+}
+
 // classname () -> character array.
-Ref className(Self self) { return send<Ref>(SITE("name"), self.classObject()); }
+Ref className(Self self) { return send<Ref>(SITE("name"), classToAsk(self, "name")); }
 
 // istypeof (class) -> flag. Whether the class, or one above it up to base, is this one.
 bool isTypeOf(Self self, Ref wanted) {
     const auto root = CLASS("base");
-    auto current = self.classObject();
+    auto current = classToAsk(self, "superclass");
     while (current && current != wanted && current != root) current = send<Ref>(SITE("superclass"), current);
     return current == wanted;
 }
@@ -171,7 +179,7 @@ void trace(Self, Bytes text) { traceText({text.address, strnlen(text.address, lo
 
 // concattrace (text, text) -> text. Both are used up.
 Ref concatTrace(Self, Ref first, Ref second) {
-    const Temporary one(first), other(second);
+    const Temporary one(first), other(second == first ? null : second);
     return send<Ref>(SITE("concat"), first, second);
 }
 

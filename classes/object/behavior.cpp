@@ -3,6 +3,7 @@
 //
 // Self is always the class object that received the message.
 #include "classes/exceptions/message_text.h"
+#include "classes/text/text_values.h"
 #include "host/host.h"
 #include "runtime/module.h"
 
@@ -78,12 +79,6 @@ bool isSubclass(Self self, Ref other) {
 // A new ordered collection of references; null when there is no memory.
 Ref newList(std::size_t count) { return send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), static_cast<Index>(count)); }
 
-Ref listOf(const std::vector<Ref> &objects) {
-    const auto list = newList(objects.size());
-    for (const auto object : objects) send(SITE("add"), list, object);
-    return list;
-}
-
 // immediatesubclasses () -> collection, in the order of registration.
 Ref immediateSubclasses(Self self) {
     const Temporary all(sendSelf<Ref>(SITE("allclasses"), self));
@@ -95,14 +90,20 @@ Ref immediateSubclasses(Self self) {
 }
 
 // allclasses () -> collection of the registered classes, in that order. allinstances () -> collection.
-Ref allRegisteredClasses(Self) { return listOf(allClasses()); }
+Ref allRegisteredClasses(Self) {
+    const auto classes = allClasses();
+    const auto list = newList(classes.size());
+    for (const auto object : classes) send(SITE("add"), list, object);
+    return list;
+}
+
+// Walks twice, which costs less than memory for a list of its own.
 Ref allInstances(Self self) {
-    std::vector<Ref> found;
-    const auto own = self.ref().index();
-    forEachObject([&](Ref object, std::uint32_t classIndex, std::uint32_t marks) {
-        if (classIndex == own && (marks & markClass) == 0) found.push_back(object);
+    const auto list = newList(countInstances(self.ref()));
+    forEachInstance(self.ref(), [&](Ref object) {
+        if (object != list) send(SITE("add"), list, object);
     });
-    return listOf(found);
+    return list;
 }
 
 // getnumberofobjects () -> count of live direct instances.
@@ -126,10 +127,26 @@ Ref allMethods(Self self) {
     return list;
 }
 
+// Which message an argument of the two below names: a text object, or the name itself as messages carry it. No name
+// reads as a live reference, the bytes of which are no text; what lies behind a name in another page is not touched.
+SelectorId namedSelector(Name wanted) {
+    constexpr std::uintptr_t pageSize = 4096;
+    const auto name = wanted.view(sizeof(Ref));
+    const auto room = pageSize - reinterpret_cast<std::uintptr_t>(wanted.address) % pageSize;
+    const auto isElsewhere = room < sizeof(Ref) && name.size() < room;
+    Ref object;
+    if (name.size() == sizeof object || isElsewhere) return findSelector(wanted.view());
+    std::memcpy(&object, wanted.address, sizeof object);
+    if (!isLive(object)) return findSelector(wanted.view());
+    auto text = textOf(object, longestName);
+    text.erase(text.find_last_not_of(' ') + 1);
+    return findSelector(text);
+}
+
 // implements (name) -> flag. Whether the class's own methods include it.
 bool implements(Self self, Name wanted) {
+    const auto selector = namedSelector(wanted);
     const auto *family = familyOfClass(self.ref());
-    const auto selector = findSelector(wanted.view());
     if (family == nullptr || selector == 0) return false;
     return family->methods(true).find(selector) != nullptr || family->methods(false).find(selector) != nullptr;
 }
@@ -151,7 +168,7 @@ constexpr std::size_t longestFileName = 256;
 // handlefromfilename (program) -> class. Runs the program first, which registers the class. Null when there is none.
 Ref handleFromFileName(Self, Name file) {
     const auto wanted = file.view(longestFileName);
-    return callProgram(wanted) ? classForProgram(wanted) : null;
+    return callProgram(wanted) ? registeredClass(wanted) : null;
 }
 // handlefromfilenameandclassname (program, class name) -> class. Without running it first.
 Ref handleFromFileNameAndClassName(Self, Name file) { return classForProgram(file.view(longestFileName)); }

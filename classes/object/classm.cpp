@@ -64,3 +64,11 @@ const Registered registered[] = {Registered(definitions[0]), Registered(definiti
 
 } // namespace
 } // namespace oocobol
+
+// The three as the CALL of a COBOL program finds them. `class` cannot be a name in C++.
+extern "C" {
+OOCOBOL_PUBLIC int classProgram(void) __asm__("class");
+int classProgram(void) { return oocobol::isRecentEnough() ? 1 : 0; }
+int CVERSION(void) { return oocobol::isRecentEnough() ? 0 : 1; }
+int CLVERSN(void) { return classProgram(); }
+}

@@ -41,6 +41,7 @@ template <class... Given> Ref collectInserts(const Given &...given) {
     const Optional<Ref> inserts[] = {given...};
     if (!inserts[0]) return null;
     const auto collection = send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), Index{mostInserts});
+    if (!collection) return null;
     for (const auto &insert : inserts) {
         if (!insert) break;
         send(SITE("add"), collection, *insert);
@@ -48,11 +49,17 @@ template <class... Given> Ref collectInserts(const Given &...given) {
     return collection;
 }
 
+// A handler may have finalized what it was shown.
+void finalizeLive(Ref object) {
+    if (isLive(object)) send<Ref>(SITE("finalize"), object);
+}
+
 // raiseexceptionwithtext (number, up to 6 objects) -> the handler's answer.
 void raiseWithText(Self self, Returning answer, Count error, Optional<Ref> a, Optional<Ref> b, Optional<Ref> c,
                    Optional<Ref> d, Optional<Ref> e, Optional<Ref> f) {
-    const Temporary inserts(collectInserts(a, b, c, d, e, f));
-    raiseThrough(self, answer, error, inserts.ref());
+    const auto inserts = collectInserts(a, b, c, d, e, f);
+    raiseThrough(self, answer, error, inserts);
+    finalizeLive(inserts);
 }
 
 Optional<Ref> asText(Optional<Bytes> text) {
@@ -66,11 +73,10 @@ void raiseWithTextZ(Self self, Returning answer, Count error, Optional<Bytes> a,
     const Optional<Bytes> texts[] = {a, b, c, d, e, f};
     Optional<Ref> objects[mostInserts];
     for (std::size_t i = 0; i < mostInserts && texts[i]; ++i) objects[i] = asText(texts[i]);
-    const Temporary inserts(collectInserts(objects[0], objects[1], objects[2], objects[3], objects[4], objects[5]));
-    raiseThrough(self, answer, error, inserts.ref());
-    for (const auto &object : objects) {
-        if (object) send<Ref>(SITE("finalize"), *object);
-    }
+    const auto inserts = collectInserts(objects[0], objects[1], objects[2], objects[3], objects[4], objects[5]);
+    raiseThrough(self, answer, error, inserts);
+    for (const auto &object : objects) finalizeLive(*object);
+    finalizeLive(inserts);
 }
 
 // ---- Messages not understood --------------------------------------------------------------------------------------

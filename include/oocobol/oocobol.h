@@ -260,6 +260,14 @@ OOCOBOL_PUBLIC int oocount(const void *class_object, void *count);
 /* CALL "ooattach" USING RETURN-CODE: the return code that the run ends with when a handler ends it. */
 OOCOBOL_PUBLIC int ooattach(const void *return_code);
 
+/* Whether the run time is recent enough, for programs that ask: CALL "CVERSION" answers 1 when it is too old, else 0;
+ * CALL "CLVERSN" and CALL "class" answer 0 when it is too old, else 1. */
+OOCOBOL_PUBLIC int CVERSION(void);
+OOCOBOL_PUBLIC int CLVERSN(void);
+#ifndef __cplusplus
+OOCOBOL_PUBLIC int class(void);
+#endif
+
 #ifdef __cplusplus
 }
 #endif
