@@ -197,8 +197,16 @@ void deepFinalizeElement(Self, Count depth, Ref element) { send<Ref>(SITE("deepf
 
 // ---- Queries ----------------------------------------------------------------------------------------------------
 
-// isat (element, index) -> flag. Objects are equal when the stored one says so, values when their bytes are.
+// Whether an array's `atnogc` would leave the area as it is.
+bool isOutsideArray(const Self &self, Index index) {
+    const auto isOutside = index < 1 || static_cast<Count>(index) > self->slotCount;
+    return isOutside && runsMethodOf(self.ref(), "atnogc", "array");
+}
+
+// isat (element, index) -> flag. Objects are equal when the stored one says so, values when their bytes are. Raises 3
+// outside an array.
 Answer<bool> isAt(Self self, Element element, Index index) {
+    if (isOutsideArray(self, index)) return pass(SITE("errorinbounds"));
     if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     WorkArea stored(areaWidth(self.ref()));
     if (!stored) return raise(Error::noWorkArea);

@@ -270,6 +270,8 @@ TEST_P(Sequenced, RefusesIndexesOutside) {
         EXPECT_EQ(errors.numbers(), (std::vector<Count>{3}));
         put(own, index, "z");
         EXPECT_EQ(errors.numbers(), (std::vector<Count>{3}));
+        EXPECT_FALSE(send<bool>(SITE("isat"), own, area(std::string(width(), '\0')), index));
+        EXPECT_EQ(errors.numbers(), (std::vector<Count>{3}));
         EXPECT_FALSE(sendWord<bool>(SITE("isatidentity"), own, "a", index));
         std::string untouched(width(), '?');
         send(SITE("atnogc"), own, Returning{{reinterpret_cast<std::byte *>(untouched.data())}}, index);
