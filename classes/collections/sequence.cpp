@@ -122,6 +122,17 @@ Answer<Index> indexOfSubcollection(Self self, Ref subcollection, Index start) {
     return 0;
 }
 
+// occurrencesof (element) -> count. A sorted collection's `firstindexof` finds what compares equal, and that may stand
+// before the element or between two of it: there every index is asked for.
+Answer<Count> occurrencesOf(Self self, Element element) {
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
+    if (!runsMethodOf(self.ref(), "firstindexof", "srtdclln")) return sequences::occurrencesOf(self, element);
+    const std::int64_t size = sizeOf(self);
+    Count count = 0;
+    for (std::int64_t found = 0; (found = searchForward(self, element, found + 1, size)) != 0;) ++count;
+    return count;
+}
+
 // ---- Growing ----------------------------------------------------------------------------------------------------
 
 // remove (element). Raises 5.
@@ -236,7 +247,7 @@ constexpr std::array methods{
     instance<lastIndexOf>("lastindexof"),
     instance<firstIndexOfIdentity>("firstindexofidentity"),
     instance<indexOfSubcollection>("indexofsubcollection"),
-    instance<sequences::occurrencesOf<Self>>("occurrencesof"),
+    instance<occurrencesOf>("occurrencesof"),
     instance<sequences::replaceAll<Self>>("replaceall"),
     instance<sequences::replaceSubcollection<Self>>("replacesubcollection"),
     instance<remove>("remove"),
