@@ -160,7 +160,7 @@ bool resize(const Self &self, std::int64_t slots) {
     const Count width = self->elementSize;
     if (slots > 0 && width != 0 && static_cast<std::uint64_t>(slots) > largestStorage / width) return false;
     const auto bytes = slots * std::int64_t{width};
-    const auto asked = slots < 0 ? Index{-1} : static_cast<Index>(bytes);
+    const auto asked = static_cast<Index>(slots < 0 ? std::clamp<std::int64_t>(bytes, INT32_MIN, -1) : bytes);
     const auto isNative = asked >= 0 && nativePath(self.ref(), {"basicgrow", "malloc", "dealloc"});
     if (!(isNative ? stretchStorage(*self, static_cast<Count>(asked)) : growByMessage(self, asked))) return false;
     self->slotCount = static_cast<Count>(slots);

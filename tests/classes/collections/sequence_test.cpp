@@ -303,6 +303,19 @@ TEST_P(Sequenced, LeavesItsSizeAloneWhenItCannotGrow) {
     EXPECT_EQ(take(own), (Words{"a", "b"}));
 }
 
+TEST_P(Sequenced, AsksForTheStorageThatANegativeSizeWouldBe) {
+    static Index asked;
+    const auto greedy =
+        OutsideClass("greedy", "greedy", classForProgram(GetParam().program))
+            .method("basicgrow",
+                    asMethod(+[](const oops_ref *, void *, void *, const Index *bytes) { asked = *bytes; }), 2)
+            .registerIt();
+    const auto own = send<Ref>(SITE("ofvalues"), greedy, picX(GetParam().width), Index{1});
+    send<Ref>(SITE("growto"), own, Index{-3});
+    EXPECT_EQ(asked, -3 * GetParam().width);
+    finalize(own);
+}
+
 TEST_P(Sequenced, RefusesCollectionsOfAnotherTemplate) {
     const auto own = make({"a", "b"}), other = listOf({"x", "y"}, GetParam().width + 1);
     EXPECT_FALSE(send<bool>(SITE("iscompatible"), own, other));
