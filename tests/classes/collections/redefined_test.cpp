@@ -175,7 +175,8 @@ Messages messagesOf(Ref classObject) {
 }
 
 class Redefining : public testing::TestWithParam<const char *> {};
-INSTANTIATE_TEST_SUITE_P(Classes, Redefining, testing::Values("array", "ordrdcll", "srtdclln"));
+INSTANTIATE_TEST_SUITE_P(Classes, Redefining, testing::Values("array", "ordrdcll", "srtdclln"),
+                         [](const auto &program) { return std::string(program.param); });
 
 TEST_P(Redefining, IsNoticedByEveryMethod) {
     const auto superclass = classForProgram(GetParam());
