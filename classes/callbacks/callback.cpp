@@ -21,7 +21,7 @@ using Stored = Optional<std::uint64_t>;
 Answer<Ref> create(ClassSelf self, Ref receiver, Name method, Area a, Area b, Area c, Area d, Area e, Area f,
                    Area seventh) {
     if (seventh) return raise(Error::tooManyStored);
-    const auto made = send<Ref>(SITE("basicnew"), self.ref());
+    const auto made = sendSuper<Ref>(SUPER("basicnew"), self);
     if (made) send(SITE("initialize"), made, receiver, method, a, b, c, d, e, f);
     return made;
 }

@@ -6,9 +6,12 @@ namespace oocobol {
 
 namespace {
 
-// The walk over a copy of the source that `do` makes, and the callback that carries each element.
+// The walk over a copy of the source that `do` makes, what making it sends to the source, and the callback that carries
+// each element.
 bool walksNatively(Ref source) noexcept {
-    return nativePath(source, {"do", "dowithoutcopy", "copy", "malloc", "dealloc", "finalize", "at", "size"}) &&
+    constexpr Needs walking{"do", "dowithoutcopy", "finalize", "at", "size"};
+    constexpr Needs copying{"copy", "basiccopy", "malloc", "dealloc", "setcollptr", "resetcache"};
+    return nativePath(source, walking) && nativePath(source, copying) &&
            nativeElements(CLASS("callback"), {"invoke", "finalize"});
 }
 

@@ -6,6 +6,7 @@
 #include "classes/collections/collection.h"
 #include "classes/collections/dictionary.h"
 #include "classes/collections/shared_storage.h"
+#include "classes/intrinsics/native_element.h"
 #include "host/host.h"
 
 #if OOCOBOL_CHECKED
@@ -197,8 +198,16 @@ void deepFinalizeElement(Self, Count depth, Ref element) { send<Ref>(SITE("deepf
 
 // ---- Queries ----------------------------------------------------------------------------------------------------
 
-// isat (element, index) -> flag. Objects are equal when the stored one says so, values when their bytes are.
+// Whether an array's `atnogc` would leave the area as it is.
+bool isOutsideArray(const Self &self, Index index) {
+    const auto isOutside = index < 1 || static_cast<Count>(index) > self->slotCount;
+    return isOutside && runsMethodOf(self.ref(), "atnogc", "array");
+}
+
+// isat (element, index) -> flag. Objects are equal when the stored one says so, values when their bytes are. Raises 3
+// outside an array.
 Answer<bool> isAt(Self self, Element element, Index index) {
+    if (isOutsideArray(self, index)) return pass(SITE("errorinbounds"));
     if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
     WorkArea stored(areaWidth(self.ref()));
     if (!stored) return raise(Error::noWorkArea);
@@ -380,9 +389,12 @@ void displayKeysAndData(Self self) {
     displayWith(self, SITE("keysanddatado"), "displayObjectKVBM", "displayIntrinsicKVBM");
 }
 
-void displayKey(Count key) {
-    sendOver(SITE("display"), CLASS("comp5"), &key);
-    host::display("->");
+// A value, by its template's `display`.
+Answer<void> displayValue(Ref itemTemplate, const void *value, std::size_t size) {
+    const ElementBytes item(static_cast<const std::byte *>(value), size, itemTemplate);
+    if (!item) return raise(Error::noWorkArea);
+    sendOver(SITE("display"), itemTemplate, item.bytes());
+    return {};
 }
 
 // displayobjectbm, displayintrinsicbm (element).
@@ -390,19 +402,28 @@ void displayObject(Self, Ref element) {
     send(SITE("display"), element);
     host::display(" ");
 }
-void displayIntrinsic(Self self, Element element) {
-    if (isWhole(element, self->elementSize)) sendOver(SITE("display"), templateOf(self), element.address);
+Answer<void> displayIntrinsic(Self self, Element element) {
+    const std::size_t width = self->elementSize;
+    if (!isWhole(element, width)) return pass(SITE("invalidparameter"));
+    const auto displayed = displayValue(templateOf(self), element.address, width);
     host::display(" ");
+    return displayed;
 }
 
 // displayobjectkvbm, displayintrinsickvbm (key, element).
-void displayObjectAndKey(Self self, Count key, Ref element) {
-    displayKey(key);
-    displayObject(self, element);
+Answer<void> displayKey(Count key) {
+    const auto displayed = displayValue(CLASS("comp5"), &key, sizeof key);
+    host::display("->");
+    return displayed;
 }
-void displayIntrinsicAndKey(Self self, Count key, Element element) {
-    displayKey(key);
-    displayIntrinsic(self, element);
+Answer<void> displayObjectAndKey(Self self, Count key, Ref element) {
+    const auto displayed = displayKey(key);
+    displayObject(self, element);
+    return displayed;
+}
+Answer<void> displayIntrinsicAndKey(Self self, Count key, Element element) {
+    const auto displayed = displayKey(key);
+    return displayed.failure ? displayed : displayIntrinsic(self, element);
 }
 
 // ---- Conversion -------------------------------------------------------------------------------------------------

@@ -477,9 +477,11 @@ Answer<Ref> reject(Self self, Ref block) { return filtered(self, block, 0); }
 
 // Whether a datum equals the wanted one. An object that is null or gone equals only itself.
 bool equalsDatum(const Self &self, Element datum, Element wanted) {
-    if (self->elementTemplate)
-        return sendOver<bool>(SITE("equalbylengthvalue"), self->elementTemplate, datum.address,
-                              comparedLength(self->elementTemplate, self->dataSize), wanted);
+    if (self->elementTemplate) {
+        const ElementBytes held(datum.address, self->dataSize, self->elementTemplate);
+        return held && sendOver<bool>(SITE("equalbylengthvalue"), self->elementTemplate, held.bytes(),
+                                      comparedLength(self->elementTemplate, self->dataSize), wanted);
+    }
     const auto object = referenceIn(datum.address);
     const auto other = referenceIn(wanted.address);
     return isLive(object) ? send<bool>(SITE("equal"), object, other) : object == other;
@@ -705,19 +707,25 @@ void deepFinalizeAssociation(Self, Index depth, Ref association) { deepFinalize(
 
 // ---- Display ------------------------------------------------------------------------------------------------------
 
-void displayPart(Ref itemTemplate, Element part) {
-    if (itemTemplate)
-        sendOver(SITE("display"), itemTemplate, part.address);
-    else
+Answer<void> displayPart(Ref itemTemplate, Element part, Count size) {
+    if (!itemTemplate) {
         send(SITE("display"), referenceIn(part.address));
+        return {};
+    }
+    const ElementBytes shown(part.address, size, itemTemplate);
+    if (!shown) return raise(Error::noWorkArea);
+    sendOver(SITE("display"), itemTemplate, shown.bytes());
+    return {};
 }
 
 // displayobjectkvbm, displayintrinsickvbm (key, datum).
-void displayAssociation(Self self, Element key, Element datum) {
-    displayPart(self->keyTemplate, key);
+Answer<void> displayAssociation(Self self, Element key, Element datum) {
+    const auto shown = displayPart(self->keyTemplate, key, self->keySize);
+    if (shown.failure) return shown;
     host::display("->");
-    displayPart(self->elementTemplate, datum);
+    const auto both = displayPart(self->elementTemplate, datum, self->dataSize);
     host::display(" ");
+    return both;
 }
 
 constexpr std::array methods{

@@ -367,7 +367,7 @@ Ref copyReplaceAll(Self self, Ref old, Ref replacement) {
     const auto made = copyEmptyWithSize(self, 2 * own);
     if (!made) return null;
     std::int64_t next = 1;
-    while (next <= own && self.isAlive()) {
+    while (next <= own + 1 && self.isAlive()) {
         const auto found = sendSelf<Index>(SITE("indexofsubcollection"), self, old, static_cast<Index>(next));
         if (found < next) break;
         appendRange(made, self.ref(), next, std::int64_t{found} - 1);

@@ -291,10 +291,10 @@ bool placeAssociationObjects(const Slots &from, const Slots &to, const NativeKey
 } // namespace
 
 Rebuilt rebuildNatively(const Instance<HashedFields> &self, std::uint64_t capacity) {
-    constexpr Needs needs{"copy",      "finalize",  "replacecontentswith", "add",     "findelement",
-                          "isat",      "isemptyat", "isoccuppiedat",       "basicat", "dowithoutcopy",
-                          "malloc",    "dealloc",   "basiccopy",           "species", "copyemptywithsize",
-                          "initialize"}; // what a copy takes, too
+    constexpr Needs needs{"copy",       "finalize",   "replacecontentswith", "add",     "findelement",
+                          "isat",       "isemptyat",  "isoccuppiedat",       "basicat", "dowithoutcopy",
+                          "malloc",     "dealloc",    "basiccopy",           "species", "copyemptywithsize",
+                          "initialize", "setcollptr", "resetcache"}; // what a copy takes, too
     const NativeKeys keys(self.ref(), *self);
     const auto slots = slotsOf(*self);
     if (!keys || !nativePath(self.ref(), needs) || !NativeKeys::areElements(*self) || !allNative(slots, keys))

@@ -298,23 +298,6 @@ Found lookAt(const Instance<HashedFields> &self, Index slot, std::string_view fi
 // Wide enough for an element of the table, for what its template's methods take for one, and for a reference.
 std::size_t elementWidth(const HashedFields &fields) noexcept;
 
-// An element for the methods of its template: the caller's, or a copy that is as long as they take an element to be.
-class ElementBytes {
-public:
-    ElementBytes(const std::byte *given, std::size_t size, Ref elementTemplate) noexcept
-        : address(given), longer(itemWidth(elementTemplate) > size ? itemWidth(elementTemplate) : 0) {
-        if (longer.size() == 0 || !longer) return;
-        std::memcpy(longer.bytes(), given, size);
-        address = longer.bytes();
-    }
-    explicit operator bool() const { return static_cast<bool>(longer); }
-    const std::byte *bytes() const { return address; }
-
-private:
-    const std::byte *address;
-    WorkArea longer;
-};
-
 // The reference that a slot or an area holds, as far as the width goes.
 inline Ref referenceIn(const std::byte *bytes, std::size_t width = sizeof(Ref)) {
     Ref held{};

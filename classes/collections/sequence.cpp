@@ -122,6 +122,17 @@ Answer<Index> indexOfSubcollection(Self self, Ref subcollection, Index start) {
     return 0;
 }
 
+// occurrencesof (element) -> count. A sorted collection's `firstindexof` finds what compares equal, and that may stand
+// before the element or between two of it: there every index is asked for.
+Answer<Count> occurrencesOf(Self self, Element element) {
+    if (!isWhole(element, self->elementSize)) return pass(SITE("invalidparameter"));
+    if (!runsMethodOf(self.ref(), "firstindexof", "srtdclln")) return sequences::occurrencesOf(self, element);
+    const std::int64_t size = sizeOf(self);
+    Count count = 0;
+    for (std::int64_t found = 0; (found = searchForward(self, element, found + 1, size)) != 0;) ++count;
+    return count;
+}
+
 // ---- Growing ----------------------------------------------------------------------------------------------------
 
 // remove (element). Raises 5.
@@ -149,7 +160,7 @@ bool resize(const Self &self, std::int64_t slots) {
     const Count width = self->elementSize;
     if (slots > 0 && width != 0 && static_cast<std::uint64_t>(slots) > largestStorage / width) return false;
     const auto bytes = slots * std::int64_t{width};
-    const auto asked = slots < 0 ? Index{-1} : static_cast<Index>(bytes);
+    const auto asked = static_cast<Index>(slots < 0 ? std::clamp<std::int64_t>(bytes, INT32_MIN, -1) : bytes);
     const auto isNative = asked >= 0 && nativePath(self.ref(), {"basicgrow", "malloc", "dealloc"});
     if (!(isNative ? stretchStorage(*self, static_cast<Count>(asked)) : growByMessage(self, asked))) return false;
     self->slotCount = static_cast<Count>(slots);
@@ -236,7 +247,7 @@ constexpr std::array methods{
     instance<lastIndexOf>("lastindexof"),
     instance<firstIndexOfIdentity>("firstindexofidentity"),
     instance<indexOfSubcollection>("indexofsubcollection"),
-    instance<sequences::occurrencesOf<Self>>("occurrencesof"),
+    instance<occurrencesOf>("occurrencesof"),
     instance<sequences::replaceAll<Self>>("replaceall"),
     instance<sequences::replaceSubcollection<Self>>("replacesubcollection"),
     instance<remove>("remove"),

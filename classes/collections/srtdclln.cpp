@@ -6,7 +6,7 @@
 #include "classes/collections/appending.h"
 #include "classes/collections/collection.h"
 #include "classes/collections/sorting.h"
-#include "classes/intrinsics/intrinsic.h"
+#include "classes/intrinsics/native_element.h"
 #include "classes/text/mixed_text.h"
 #include "host/host.h"
 
@@ -207,13 +207,15 @@ Answer<void> setSortEntry(Self self, Name entry) {
 }
 
 // defaultsortmethod (element, element) -> flag. Whether the first is less than or equal to the second.
-bool defaultSortMethod(Self self, Element a, Element b) {
+Answer<bool> defaultSortMethod(Self self, Element a, Element b) {
     if (!holdsReferences(*self)) {
         const auto ofElements = Ref{self->elementTemplate};
         const auto length = comparedLength(ofElements, self->elementSize);
+        const ElementBytes first(a.address, self->elementSize, ofElements);
+        if (!first) return raise(Error::noWorkArea);
         if (ofElements == mixedTextClass()) // which says it the other way round only
-            return !sendOver<bool>(SITE("greaterthanbylengthvalue"), ofElements, a.address, length, b);
-        return sendOver<bool>(SITE("lessthanorequalbylengthvalue"), ofElements, a.address, length, b);
+            return !sendOver<bool>(SITE("greaterthanbylengthvalue"), ofElements, first.bytes(), length, b);
+        return sendOver<bool>(SITE("lessthanorequalbylengthvalue"), ofElements, first.bytes(), length, b);
     }
     Ref first, second;
     std::memcpy(&first, a.address, sizeof first);

@@ -42,4 +42,21 @@ inline std::size_t itemWidth(Ref elementTemplate) noexcept {
     return data != nullptr ? data->length : 0;
 }
 
+// An element for the methods of its template: the caller's, or a copy that is as long as they take an element to be.
+class ElementBytes {
+public:
+    ElementBytes(const std::byte *given, std::size_t size, Ref elementTemplate) noexcept
+        : address(given), longer(itemWidth(elementTemplate) > size ? itemWidth(elementTemplate) : 0) {
+        if (longer.size() == 0 || !longer) return;
+        std::memcpy(longer.bytes(), given, size);
+        address = longer.bytes();
+    }
+    explicit operator bool() const { return static_cast<bool>(longer); }
+    const std::byte *bytes() const { return address; }
+
+private:
+    const std::byte *address;
+    WorkArea longer;
+};
+
 } // namespace oocobol

@@ -7,6 +7,7 @@
 #include "classes/intrinsics/intrinsic.h"
 #include "classes/text/mixed_text.h"
 #include "classes/text/operand.h"
+#include "classes/text/pieces.h"
 #include "classes/text/strings.h"
 #include "classes/text/text_algorithms.h"
 
@@ -337,13 +338,12 @@ Answer<Ref> picXOfBytes(std::string_view value) {
 }
 
 Answer<Ref> linesOfItem(const Receiver &self, Piece (*nextLine)(std::string_view text, std::size_t from) noexcept) {
-    const auto lines = send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), Index{5});
-    for (auto line = nextLine(textOfItem(self), 0); !line.isEmpty(); line = nextLine(textOfItem(self), line.end)) {
-        const auto made = newPicX(textOfItem(self).substr(line.begin, line.size()));
-        if (made.failure) return made.failure;
-        if (made.value) send(SITE("add"), lines, made.value);
-    }
-    return lines;
+    Piece line;
+    return listOfPieces(5, newPicX, [&] {
+        const auto text = textOfItem(self);
+        line = nextLine(text, line.end);
+        return text.substr(line.begin, line.size());
+    });
 }
 
 } // namespace oocobol

@@ -4,6 +4,7 @@
 
 #include "classes/text/mixed_text.h"
 #include "classes/text/operand.h"
+#include "classes/text/pieces.h"
 #include "classes/text/strings.h"
 #include "classes/text/text_algorithms.h"
 #include "host/host.h"
@@ -96,30 +97,13 @@ template <class Self> bool containsCharacters(const Self &) { return true; }
 
 // ---- Pieces ---------------------------------------------------------------------------------------------------------
 
-// A list with a text of the class for each piece that next() answers, up to an empty one. When memory is short there is
-// no list, and what has been made is gone again.
-template <class Next> Answer<Ref> listOfPieces(Index capacity, Ref ofClass, Next next) {
-    const auto list = send<Ref>(SITE("ofreferences"), CLASS("ordrdcll"), capacity);
-    if (!list) return null;
-    Count size = 0;
-    for (auto piece = next(); !piece.empty(); piece = next()) {
-        const auto made = textOfClass(ofClass, piece);
-        if (made.value) send(SITE("add"), list, made.value);
-        if (made.value && send<Count>(SITE("size"), list) == ++size) continue;
-        if (made.value) send<Ref>(SITE("finalize"), made.value);
-        send<Ref>(SITE("deepfinalize"), list);
-        if (made.failure) return made.failure;
-        return null; // whoever could not do it has raised it
-    }
-    return list;
-}
-
 using FindPiece = Piece (*)(std::string_view text, std::size_t from) noexcept;
 
 // asseparatelines () -> ordered collection of texts of the class.
 template <class Self> Answer<Ref> linesOf(const Self &self, Ref ofClass, FindPiece nextLine) {
     Piece line;
-    return listOfPieces(5, ofClass, [&] {
+    const auto make = [&](std::string_view piece) { return textOfClass(ofClass, piece); };
+    return listOfPieces(5, make, [&] {
         const auto text = bytesOf(self);
         line = nextLine(text, line.end);
         return text.substr(line.begin, line.size());
@@ -142,7 +126,8 @@ template <class Self> Answer<Ref> wordsOf(const Self &self, Ref ofClass, FindPie
     const std::string_view text(copy.text().address, length);
 
     Piece word;
-    const auto words = listOfPieces(10, ofClass, [&] {
+    const auto make = [&](std::string_view piece) { return textOfClass(ofClass, piece); };
+    const auto words = listOfPieces(10, make, [&] {
         word = nextWord(text, word.end);
         return text.substr(word.begin, word.size());
     });

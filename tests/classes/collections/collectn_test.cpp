@@ -35,6 +35,29 @@ TEST_F(Collections, ShowThemselvesOnOneLine) {
     for (const auto object : {none, words, array, objects, one}) finalize(object);
 }
 
+TEST_F(Collections, SurviveATemplateThatBecomesLonger) {
+    const Index longer = 1000;
+    const auto growing = send<Ref>(SITE("newclass"), CLASS("picx"), Index{2});
+    const auto made = [&](const char *program) {
+        return send<Ref>(SITE("ofvalues"), classForProgram(program), growing, Index{2});
+    };
+    const auto list = made("ordrdcll"), sorted = made("srtdclln");
+    const auto dictionary = send<Ref>(SITE("ofvaluesauto"), CLASS("dictinry"), growing, growing, Index{3});
+    send(SITE("atput"), dictionary, Bytes{"kk"}, Bytes{"vv"});
+    send(SITE("add"), list, Bytes{"aa"});
+    for (const auto *word : {"cc", "aa"}) send(SITE("add"), sorted, Bytes{word});
+    send(SITE("setlength"), growing, longer);
+    const std::string behind(longer - 2, '\0');
+    EXPECT_EQ(display(list), "(aa" + behind + " )");
+    EXPECT_EQ(shown([&] { send(SITE("displaykeysanddata"), list); }), "(1->aa" + behind + " )");
+    EXPECT_EQ(shown([&] { send(SITE("displaykeysanddata"), dictionary); }), "(kk" + behind + "->vv" + behind + " )");
+    send(SITE("add"), sorted, Bytes{"bb"});
+    EXPECT_EQ(display(sorted), "(aa" + behind + " bb" + behind + " cc" + behind + " )");
+    EXPECT_TRUE(errors.all.empty());
+    for (const auto object : {list, sorted, dictionary}) finalize(object);
+    cancelObject(growing);
+}
+
 // A byte copy shares the storage, whichever of the two ends or grows first.
 TEST_F(Collections, ShareStorageUntilTheLastIsGone) {
     for (const auto originalEndsFirst : {true, false}) {

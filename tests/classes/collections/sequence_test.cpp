@@ -81,7 +81,8 @@ TEST_P(Sequenced, SearchesSubcollections) {
     EXPECT_EQ(take(send<Ref>(SITE("copyreplaceall"), own, pair, none)), (Words{"a"}));
     EXPECT_TRUE(errors.all.empty());
     send<Index>(SITE("indexofsubcollection"), own, none, Index{1});
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{11}));
+    EXPECT_TRUE(take(send<Ref>(SITE("copyreplaceall"), none, none, one)).empty());
+    EXPECT_EQ(errors.numbers(), (std::vector<Count>{11, 11}));
     for (const auto object : {own, pair, one, none}) finalize(object);
 }
 
@@ -270,6 +271,8 @@ TEST_P(Sequenced, RefusesIndexesOutside) {
         EXPECT_EQ(errors.numbers(), (std::vector<Count>{3}));
         put(own, index, "z");
         EXPECT_EQ(errors.numbers(), (std::vector<Count>{3}));
+        EXPECT_FALSE(send<bool>(SITE("isat"), own, area(std::string(width(), '\0')), index));
+        EXPECT_EQ(errors.numbers(), (std::vector<Count>{3}));
         EXPECT_FALSE(sendWord<bool>(SITE("isatidentity"), own, "a", index));
         std::string untouched(width(), '?');
         send(SITE("atnogc"), own, Returning{{reinterpret_cast<std::byte *>(untouched.data())}}, index);
@@ -298,6 +301,19 @@ TEST_P(Sequenced, LeavesItsSizeAloneWhenItCannotGrow) {
         EXPECT_EQ(errors.numbers(), std::vector<Count>{32});
     }
     EXPECT_EQ(take(own), (Words{"a", "b"}));
+}
+
+TEST_P(Sequenced, AsksForTheStorageThatANegativeSizeWouldBe) {
+    static Index asked;
+    const auto greedy =
+        OutsideClass("greedy", "greedy", classForProgram(GetParam().program))
+            .method("basicgrow",
+                    asMethod(+[](const oops_ref *, void *, void *, const Index *bytes) { asked = *bytes; }), 2)
+            .registerIt();
+    const auto own = send<Ref>(SITE("ofvalues"), greedy, picX(GetParam().width), Index{1});
+    send<Ref>(SITE("growto"), own, Index{-3});
+    EXPECT_EQ(asked, -3 * GetParam().width);
+    finalize(own);
 }
 
 TEST_P(Sequenced, RefusesCollectionsOfAnotherTemplate) {

@@ -119,6 +119,23 @@ TEST_F(Sorted, ComparesAsPrescribed) {
     finalize(sorted);
 }
 
+TEST_F(Sorted, CountsAmongElementsThatOnlyCompareEqual) {
+    const auto byLetter = entryNamed([](void **arguments) {
+        return *static_cast<char *>(arguments[0]) <= *static_cast<char *>(arguments[1]) ? 1 : 0;
+    });
+    const auto sorted = byEntry({"a1", "b1", "b2", "b1", "b3", "c1"}, byLetter);
+    for (const auto native : {true, false}) {
+        allowNativePaths(native);
+        const auto count = [&](const char *word) { return sendWord<Count>(SITE("occurrencesof"), sorted, word); };
+        EXPECT_EQ(count("a1"), 1u);
+        EXPECT_EQ(count("b1"), 2u);
+        EXPECT_EQ(count("b2"), 1u);
+        EXPECT_EQ(count("b4"), 0u);
+    }
+    allowNativePaths(true);
+    finalize(sorted);
+}
+
 TEST_F(Sorted, AnswersListsAndCopies) {
     const auto sorted = sortedOf({"b", "a", "c"});
     const Block yes([](void **) { return 1; });

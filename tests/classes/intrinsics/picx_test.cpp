@@ -60,6 +60,24 @@ TEST(PicX, SplitsIntoLines) {
     send<Ref>(SITE("deepfinalize"), lines);
 }
 
+TEST(PicX, AnswersAllLinesOrNoneWhenMemoryIsShort) {
+    if (!OOCOBOL_CHECKED) GTEST_SKIP() << "allocations can only be made to fail in checked builds";
+    const Temporary text(item(std::string(400, 'a') + "\n" + std::string(400, 'b') + "\nc"));
+    RaisedErrors errors;
+    for (std::uint64_t at = 1;; ++at) {
+        const LeakCheck leaks;
+        AllocationFaults::failAt(at, false);
+        const auto lines = send<Ref>(SITE("asseparatelines"), text.ref());
+        const auto reached = AllocationFaults::count();
+        AllocationFaults::failAt(0, false);
+        if (lines) {
+            EXPECT_EQ(send<Count>(SITE("size"), lines), 3U) << "allocation " << at;
+            send<Ref>(SITE("deepfinalize"), lines);
+        }
+        if (reached < at) break;
+    }
+}
+
 TEST(PicX, CharactersAreFoundReadAndReplaced) {
     const LeakCheck leaks;
     const Temporary text(item("ABAB")), b(item("B")), longer(item("ABABA"));
