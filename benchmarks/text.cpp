@@ -97,8 +97,7 @@ template <bool isMixed, bool atEnd> void characterAt(benchmark::State &state) {
 BENCHMARK(characterAt<false, false>)->Name("text/at_start");
 BENCHMARK(characterAt<false, true>)->Name("text/at_end");
 
-// ---- Methods of single-byte text in both environments
-// -----------------------------------------------------------------
+// ---- Methods of single-byte text in both environments --------------------------------------------------------------
 
 oops_ref textOf(std::string value) {
     static oops_site site = OOPS_SITE("withlengthvalue");

@@ -8,8 +8,7 @@
 
 namespace oocobol::component {
 
-// ---- The record
-// -------------------------------------------------------------------------------------------------------
+// ---- The record ----------------------------------------------------------------------------------------------------
 
 std::mutex SlotGuard::locks[64];
 
@@ -132,8 +131,7 @@ void setDuplicates(const Self &self, Flag allowed) {
 void allowDuplicates(const Self &self) { setDuplicates(self, 1); }
 void refuseDuplicates(const Self &self) { setDuplicates(self, 0); }
 
-// ---- The exception handler
-// --------------------------------------------------------------------------------------------
+// ---- The exception handler -----------------------------------------------------------------------------------------
 
 namespace {
 
@@ -197,8 +195,7 @@ void componentException(const Self &self, Returning answer, Ref object, Count er
     if (isTraced(about)) trace(self, textOf(text.ref()));
 }
 
-// ---- Errors and trace lines
-// -------------------------------------------------------------------------------------------
+// ---- Errors and trace lines ----------------------------------------------------------------------------------------
 
 namespace {
 
@@ -238,8 +235,7 @@ std::string_view classNameOf(Ref object) noexcept {
     return behaviour != nullptr && behaviour->family != nullptr ? std::string_view(behaviour->family->name) : "null";
 }
 
-// ---- Collections
-// ------------------------------------------------------------------------------------------------------
+// ---- Collections ---------------------------------------------------------------------------------------------------
 
 Ref newNameTable(Index capacity) {
     return ifComplete(send<Ref>(SITE("ofvalues"), CLASS("idictnry"), CLASS("picxtoob"), capacity));
@@ -378,8 +374,7 @@ bool CallbackList::remove(Ref callback) const {
     return position != 0;
 }
 
-// ---- Callbacks
-// --------------------------------------------------------------------------------------------------------
+// ---- Callbacks -----------------------------------------------------------------------------------------------------
 
 Ref receiverOf(Ref callback) {
     const auto *behaviour = behaviourOfObject(callback);

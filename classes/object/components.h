@@ -170,8 +170,7 @@ template <class Visit> void forEachOutput(Ref outputs, Visit visit) {
     });
 }
 
-// ---- Callbacks
-// --------------------------------------------------------------------------------------------------------
+// ---- Callbacks -----------------------------------------------------------------------------------------------------
 
 // A callback's receiver; null for one that has none, as those on entries.
 Ref receiverOf(Ref callback);
@@ -183,16 +182,14 @@ void finalizeCallback(Ref owner, Ref callback);
 // Whether the object's methods of these names are those of `base`.
 bool runsOwn(Ref object, std::initializer_list<std::string_view> messages) noexcept;
 
-// ---- Methods: components.cpp
-// ------------------------------------------------------------------------------------------
+// ---- Methods: components.cpp ---------------------------------------------------------------------------------------
 
 Answer<void> makeComponent(const Self &self);
 void allowDuplicates(const Self &self);
 void refuseDuplicates(const Self &self);
 void componentException(const Self &self, Returning answer, Ref object, Count error, Ref inserts);
 
-// ---- definitions.cpp
-// ----------------------------------------------------------------------------------------------------
+// ---- definitions.cpp -----------------------------------------------------------------------------------------------
 
 Answer<void> defineOutSignal(const Self &self, Name signal);
 void defineInSocket(const Self &self, Name socket);
@@ -209,8 +206,7 @@ void addReceiver(const Self &self, Ref collection, Ref callback);
 bool reaches(const Self &self, Name signal, Ref object);
 void disconnectAll(const Self &self, Name signal, Ref receivers);
 
-// ---- connections.cpp, disconnections.cpp
-// --------------------------------------------------------------------------------
+// ---- connections.cpp, disconnections.cpp ---------------------------------------------------------------------------
 
 Answer<void> connect(const Self &self, Ref source, Ref target, Name socket);
 void connectTo(const Self &self, Ref target, Name socket);
@@ -230,15 +226,13 @@ void disconnectSignal(const Self &self, Name signal, Ref object);
 void removeSignalDependents(const Self &self, Ref callbacks);
 void doRemoveSignalDependant(const Self &self, Ref callback);
 
-// ---- signals.cpp
-// --------------------------------------------------------------------------------------------------------
+// ---- signals.cpp ---------------------------------------------------------------------------------------------------
 
 using SignalArguments = Areas<10>;
 Answer<void> signal(const Self &self, Returning answer, Name name, SignalArguments given);
 Answer<void> signalString(const Self &self, Returning answer, Ref name, SignalArguments given);
 
-// ---- spies.cpp
-// ----------------------------------------------------------------------------------------------------------
+// ---- spies.cpp -----------------------------------------------------------------------------------------------------
 
 // Whether the component has spies; asks them whether the signal is to be stopped.
 bool hasSpies(const SignalRecord &record) noexcept;
@@ -252,8 +246,7 @@ void sendToSpy(const Self &self, Area signal, Area flag, Ref spy);
 // Lets the spies go that the component made itself.
 void finalizeSpies(Ref spies);
 
-// ---- events.cpp
-// ---------------------------------------------------------------------------------------------------------
+// ---- events.cpp ----------------------------------------------------------------------------------------------------
 
 Answer<void> setEvent(const Self &self, Count number, Ref callback);
 Answer<void> translateEvent(const Self &self, Count number, Ref target, Count translated);

@@ -4,8 +4,7 @@
 
 namespace oocobol::component {
 
-// ---- Dependents
-// -------------------------------------------------------------------------------------------------------
+// ---- Dependents ----------------------------------------------------------------------------------------------------
 
 // addsignaldependant (object). Raises 33 for null, 106 for a dead reference; nothing happens on what is no component.
 Answer<void> addSignalDependant(const Self &self, Ref object) {
@@ -40,8 +39,7 @@ Ref getSignalDependents(const Self &self) {
     return hold.record() != nullptr ? hold.record()->dependents : null;
 }
 
-// ---- One signal
-// -------------------------------------------------------------------------------------------------------
+// ---- One signal ----------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -140,8 +138,7 @@ void copyConnection(const Self &self, Ref target, Name socket, Name signal, Ref 
     connectSignal(self, target, NameKey(socket), NameKey(signal), callbacks);
 }
 
-// ---- All signals
-// ------------------------------------------------------------------------------------------------------
+// ---- All signals ---------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -83,8 +83,7 @@ Ref copyOf(const Self &self, Ref list) {
 
 } // namespace
 
-// ---- The component that goes
-// ------------------------------------------------------------------------------------------
+// ---- The component that goes ---------------------------------------------------------------------------------------
 
 // disconnect (). Leaves all other components, its spies and its exception handler; what it published and took is gone.
 void disconnect(const Self &self) {
@@ -135,8 +134,7 @@ void disconnectOutputs(const Self &self) {
 // disconnectinstance (object). It drops its callbacks to self.
 void disconnectInstance(const Self &self, Ref object) { askToDrop(object, self); }
 
-// ---- The other side: a receiver has gone
-// --------------------------------------------------------------------------------
+// ---- The other side: a receiver has gone ---------------------------------------------------------------------------
 
 // removehandler (object). No signal of the component reaches it any more.
 void removeHandler(const Self &self, Ref object) {

@@ -39,8 +39,7 @@ void finalizeEventCallback(Ref callback) {
     finalizeLive(text);
 }
 
-// ---- The tables: all under the mutex
-// ----------------------------------------------------------------------------------
+// ---- The tables: all under the mutex -------------------------------------------------------------------------------
 
 Ref eventTable() { return send<Ref>(SITE("atz"), CLASS("systemd"), Bytes{tableName}); }
 
@@ -110,8 +109,7 @@ Answer<void> refuseDead(Ref object) { return raise(object.isNull() ? Error::inva
 
 } // namespace
 
-// ---- Setting
-// ------------------------------------------------------------------------------------------------------------
+// ---- Setting -------------------------------------------------------------------------------------------------------
 
 // setevent (number, callback). A copy of it is kept, in the place of an earlier one. Raises 33 for a null callback or
 // receiver, 106 for a dead callback.
@@ -166,8 +164,7 @@ void translateEventToSignal(const Self &self, Count number, Ref receiver, Name s
         finalizeLive(text);
 }
 
-// ---- Events
-// -------------------------------------------------------------------------------------------------------------
+// ---- Events --------------------------------------------------------------------------------------------------------
 
 // doevent (number) -> what dispatching the event answers.
 void doEvent(const Self &self, Returning answer, Count number) {
@@ -210,8 +207,7 @@ Answer<void> dispatchEvent(const Self &self, Returning answer, Ref event) {
     return {};
 }
 
-// ---- Forgetting
-// ---------------------------------------------------------------------------------------------------------
+// ---- Forgetting ----------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -46,8 +46,7 @@ private:
     alignas(16) void *list[maximumArguments];
 };
 
-// ---- One receiver
-// -----------------------------------------------------------------------------------------------------
+// ---- One receiver --------------------------------------------------------------------------------------------------
 
 // The cell of a callback's message for its receiver, remembered in the callback; null when it takes the slow road.
 const Cell *cellOf(CallbackFields &fields, const Entry &receiver) {
@@ -105,8 +104,7 @@ template <class After> bool endUseOfOrphan(Ref callback, After after) {
     return endUse(callback, after);
 }
 
-// ---- The walk
-// -----------------------------------------------------------------------------------------------------------
+// ---- The walk ------------------------------------------------------------------------------------------------------
 
 class Delivery {
 public:

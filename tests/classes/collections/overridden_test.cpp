@@ -244,7 +244,8 @@ TEST_P(Overridden, IsSentWhetherLoopsAreNativeOrNot) {
         }
     }
 }
-INSTANTIATE_TEST_SUITE_P(Families, Overridden, testing::Range(std::size_t{0}, familyCount),
+// Of the sequenced collections themselves every message is redefined in redefined_test.cpp.
+INSTANTIATE_TEST_SUITE_P(Families, Overridden, testing::Range(std::size_t{3}, familyCount),
                          [](const auto &family) { return std::string(families[family.param]); });
 
 } // namespace

@@ -244,8 +244,7 @@ TEST_P(FileSearch, FindsNamesThatTextsCannotGive) {
     send<Ref>(SITE("deepfinalize"), list);
 }
 
-// ---- Redefined messages
-// -----------------------------------------------------------------------------------------------
+// ---- Redefined messages --------------------------------------------------------------------------------------------
 
 void markPath(const oops_ref *self, void *data, void *returning, void *path) {
     static oops_super_site super = OOPS_SUPER_SITE("markname", "setpath");
@@ -269,8 +268,7 @@ void endSelf(const oops_ref *self, void *, oops_ref *returning) {
     *returning = 0;
 }
 
-// ---- Bad input
-// ----------------------------------------------------------------------------------------------------------
+// ---- Bad input -----------------------------------------------------------------------------------------------------
 
 // A longer name is cut; it is never taken for the file that has the shorter one.
 TEST(FileName, ACutNameFindsNothing) {

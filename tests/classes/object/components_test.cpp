@@ -22,8 +22,7 @@ protected:
     Log told;
 };
 
-// ---- Definitions
-// ------------------------------------------------------------------------------------------------------
+// ---- Definitions ---------------------------------------------------------------------------------------------------
 
 TEST_F(Components, AreMadeOnceAndEndWithTheirObject) {
     const LeakCheck leaks;
@@ -96,8 +95,7 @@ TEST_F(Components, DefineASignalAgainAsTheirDuplicatesFlagSays) {
     finalize(target);
 }
 
-// ---- Connections
-// ------------------------------------------------------------------------------------------------------
+// ---- Connections ---------------------------------------------------------------------------------------------------
 
 TEST_F(Components, AreConnectedOnceAndWhereNamesMatch) {
     const LeakCheck leaks;
@@ -154,8 +152,7 @@ TEST_F(Components, LeaveOneAnotherWhenEitherEnds) {
     finalize(second);
 }
 
-// ---- Sending
-// ----------------------------------------------------------------------------------------------------------
+// ---- Sending -------------------------------------------------------------------------------------------------------
 
 TEST_F(Components, SendUpToNineArguments) {
     static std::vector<std::int64_t> seen;
@@ -309,8 +306,7 @@ TEST_F(Components, MaySignalBackAndAgain) {
     for (const auto object : {source, first, second}) finalize(object);
 }
 
-// ---- Spies
-// ------------------------------------------------------------------------------------------------------------
+// ---- Spies ---------------------------------------------------------------------------------------------------------
 
 TEST_F(Components, AreWatchedBySpiesThatMayStopASignal) {
     const LeakCheck leaks;
@@ -372,8 +368,7 @@ TEST_F(Components, SurviveSpiesThatRaiseRemoveThemselvesAndEndTheSender) {
     }
 }
 
-// ---- Tracing
-// ----------------------------------------------------------------------------------------------------------
+// ---- Tracing -------------------------------------------------------------------------------------------------------
 
 TEST_F(Components, WriteTraceLinesWhenMadeUnderSignalTracing) {
     const LeakCheck leaks;
@@ -392,8 +387,7 @@ TEST_F(Components, WriteTraceLinesWhenMadeUnderSignalTracing) {
     EXPECT_EQ(told.told.size(), 1u);
 }
 
-// ---- Errors
-// -----------------------------------------------------------------------------------------------------------
+// ---- Errors --------------------------------------------------------------------------------------------------------
 
 TEST_F(Components, AreReportedByTheirHandlerWithTheNames) {
     const LeakCheck leaks;
@@ -472,8 +466,7 @@ TEST_F(Components, LeaveANarrowReturningItemAloneWhenASignalFails) {
     finalize(source);
 }
 
-// ---- Memory
-// -----------------------------------------------------------------------------------------------------------
+// ---- Memory --------------------------------------------------------------------------------------------------------
 
 // Fails the n-th allocation of an action, for every n until none fails.
 template <class Prepare, class Action, class Check> void sweep(Prepare prepare, Action action, Check check) {

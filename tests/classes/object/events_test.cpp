@@ -133,8 +133,7 @@ TEST_F(Events, DelegatesHandlersAndDependentsGoWithTheirObject) {
     for (const auto made : {fresh, other, handler}) finalize(made);
 }
 
-// ---- Delegates
-// --------------------------------------------------------------------------------------------------------
+// ---- Delegates -----------------------------------------------------------------------------------------------------
 
 void onSpecial(const oops_ref *self, void *, std::int64_t *answer, std::int64_t *a, std::int64_t *, std::int64_t *,
                std::int64_t *, std::int64_t *, std::int64_t *, std::int64_t *g) {

@@ -355,8 +355,7 @@ TEST_P(MixedText, AKeyThatHasTurnedIsFoundByItsCharacters) {
     EXPECT_EQ(send<Count>(SITE("hash"), asked.ref()), send<Count>(SITE("hash"), key.ref()));
 }
 
-// ---- Random texts against a list of characters
-// ------------------------------------------------------------------------
+// ---- Random texts against a list of characters ---------------------------------------------------------------------
 
 TEST_P(MixedText, AgreesWithAListOfCharacters) {
     const LeakCheck leaks;
@@ -597,8 +596,7 @@ TEST_P(MixedText, EveryFailingAllocationIsSurvived) {
     }
 }
 
-// ---- A single-byte environment, and none that is known
-// -----------------------------------------------------------------
+// ---- A single-byte environment, and none that is known -------------------------------------------------------------
 
 TEST(MixedTextEnvironment, ASingleByteEnvironmentHasNoDoubleByteCharacters) {
     const LeakCheck leaks;
