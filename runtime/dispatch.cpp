@@ -270,7 +270,9 @@ void sendStatic(oops_site &site, Ref classObject, void *data, void *const *argum
     forward(self, data, *family->instances, selectorOfSite(site), site.method, &site, arguments, count);
 }
 
-void sendToSuper(oops_super_site &site, Ref self, void *body, void *const *arguments, std::uint32_t count) noexcept {
+namespace {
+[[gnu::noinline]] void sendToSuperSlowly(oops_super_site &site, Ref self, void *body, void *const *arguments,
+                                         std::uint32_t count) noexcept {
     if (tooDeep()) return raiseStackExhausted(self, site.site.method);
     const Behaviour *own = self.isStatic() ? nullptr : behaviourOfObject(self);
     if (own == nullptr && !self.isStatic())
@@ -282,7 +284,7 @@ void sendToSuper(oops_super_site &site, Ref self, void *body, void *const *argum
     const auto &knownBehaviour = behaviourAt(known.behaviour);
     // A cell of the wanted side, of a class that the receiver is a kind of: what the site resolved before.
     if (numberOf(&known) != 0 && knownBehaviour.classSide == classSide && family != nullptr &&
-        family->isKindOf(*knownBehaviour.family)) [[likely]] {
+        knownBehaviour.family != nullptr && family->isKindOf(*knownBehaviour.family)) [[likely]] {
         return run(known, self, body, arguments, count);
     }
     const auto *sender = familyOfClass(classForProgram(nameView(site.class_program)));
@@ -303,6 +305,23 @@ void sendToSuper(oops_super_site &site, Ref self, void *body, void *const *argum
     }
     if (sender->super != nullptr) std::atomic_ref<std::uint32_t>(site.site.cell).store(numberOf(cell));
     run(*cell, self, body, arguments, count);
+}
+} // namespace
+
+// The fast road: a live receiver, of the kind that the site's cell was resolved for. Bare data are the slow road's.
+void sendToSuper(oops_super_site &site, Ref self, void *body, void *const *arguments, std::uint32_t count) noexcept {
+    const auto *cell = gateOpen(self.index()) && isLive(self) ? &cellOf(site.site) : nullptr;
+    if (cell != nullptr && numberOf(cell) != 0) [[likely]] {
+        const auto &entry = objects.entries[self.index()];
+        const auto &own = behaviourAt(behaviourOf(entry.tag.load(std::memory_order_acquire)));
+        const auto &above = behaviourAt(cell->behaviour);
+        if (above.family != nullptr && own.classSide == above.classSide && own.family->isKindOf(*above.family) &&
+            isEnough(count, *cell) && stackPosition() >= thread.stackLimit) [[likely]] {
+            return cell->entry.load(std::memory_order_acquire)(self, entry.body.load(std::memory_order_relaxed),
+                                                               arguments, cell);
+        }
+    }
+    sendToSuperSlowly(site, self, body, arguments, count);
 }
 
 // ---- Sends by name ------------------------------------------------------------------------------------------------

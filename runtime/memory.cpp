@@ -1,5 +1,6 @@
 #include "runtime/memory.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -134,7 +135,8 @@ std::byte *allocateBody(std::uint32_t size) noexcept {
     const auto sizeClass = detail::bodyClassOf(size);
     std::byte *memory = nullptr;
     if (!isPooled(sizeClass)) {
-        memory = static_cast<std::byte *>(allocate(sizeof(BodyHeader) + size));
+        // At least one byte: to a leak checker an address behind an area's end does not hold the area.
+        memory = static_cast<std::byte *>(allocate(sizeof(BodyHeader) + std::max(size, 1U)));
     } else if (auto *store = ownStore()) {
         memory = takeBody(store->bodies[sizeClass], sizeClass);
         if (memory != nullptr) detail::clearSteps(memory, sizeClass);
