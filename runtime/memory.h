@@ -103,7 +103,7 @@ void *reserveRange(std::size_t bytes) noexcept;
 // The same for a range that owns areas, which leak checkers are told of.
 void *reserveOwningRange(std::size_t bytes) noexcept;
 // How many times smaller the owning ranges of sanitizer builds are: a leak check reads them whole.
-inline constexpr std::uint32_t owningRangeDivisor = detail::isSanitized ? 64 : 1;
+inline constexpr std::uint32_t owningRangeDivisor = detail::isSanitized ? 256 : 1;
 
 // ---- For tests: failing allocations ------------------------------------------------------------------------------
 
