@@ -103,10 +103,13 @@ void endSample(Ref receiver, bool onClass) {
     if (!onClass && isLive(receiver)) send<Ref>(SITE("finalize"), receiver);
 }
 
+bool handsOutMemory(const std::string &name) { return name == "malloc" || name.rfind("allocate", 0) == 0; }
+
 TEST(EveryMethod, SurvivesEachArgumentLeftOut) {
     const RaisedErrors errors;
     ::testing::internal::CaptureStdout();
     forEveryMethod([&](const ClassFamily &family, bool onClass, const std::string &name, unsigned parameters) {
+        if (handsOutMemory(name)) return; // an area that is answered to nobody cannot be released by anybody
         for (unsigned leftOut = 0; leftOut < parameters; ++leftOut) {
             if (takesRawAddresses(name) && leftOut != 1) continue;
             const auto receiver = receiverFor(family, onClass);
