@@ -5,6 +5,7 @@
 // reader on another thread always meets mapped memory of the same size class), and are zero when handed out.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <emmintrin.h>
@@ -41,7 +42,7 @@ inline constexpr std::uint16_t markTied = 16;
 inline constexpr std::uint16_t markWatched = 32; // some registry has an entry for it: see watchObject in objects.h
 
 inline void mark(BodyHeader &header, std::uint16_t marks) {
-    header.marks = static_cast<std::uint16_t>(header.marks | marks);
+    std::atomic_ref(header.marks).fetch_or(marks, std::memory_order_relaxed); // other threads may be looking
     if ((marks & (markClass | markComponent | markTied)) != 0) header.pool = 0;
 }
 

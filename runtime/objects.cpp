@@ -61,7 +61,10 @@ std::recursive_mutex &exchangeLock() {
     return *lock;
 }
 
-bool isClassObject(const std::byte *body) { return (headerOf(const_cast<std::byte *>(body))->marks & markClass) != 0; }
+bool isClassObject(const std::byte *body) {
+    auto &marks = headerOf(const_cast<std::byte *>(body))->marks;
+    return (std::atomic_ref(marks).load(std::memory_order_relaxed) & markClass) != 0;
+}
 
 [[gnu::noinline]] Ref createSlowly(Ref classObject) {
     const auto *family = familyOfClass(classObject);
