@@ -4,6 +4,7 @@
 #include <random>
 
 #include "classes/text/mixed_text.h"
+#include "tests/support/says.h"
 #include "tests/support/support.h"
 
 namespace oocobol::test {
@@ -94,24 +95,13 @@ TEST_P(MixedText, FactoriesAnswerTheClassThatTheCharactersAskFor) {
 TEST_P(MixedText, LengthsCountCharacters) {
     const LeakCheck leaks;
     const Temporary text(make("a" HA "b"));
-    EXPECT_EQ(send<Count>(SITE("size"), text.ref()), 3U);
-    EXPECT_EQ(send<Count>(SITE("sizeinbytes"), text.ref()), 4U);
-    EXPECT_EQ(at(text.ref(), 2), HA);
-    char area[2];
-    Count length = 9;
-    send(SITE("atandbytelength"), text.ref(), Index{3}, Area{reinterpret_cast<std::byte *>(area)},
-         Area{reinterpret_cast<std::byte *>(&length)});
-    EXPECT_EQ(length, 1U);
-    EXPECT_EQ(area[0], 'b');
-    EXPECT_EQ(send<Count>(SITE("stringlengthinchars"), mixedClass(), Bytes{HA "b"}, Index{3}), 2U);
-    EXPECT_EQ(send<Count>(SITE("stringlengthinbytes"), mixedClass(), Bytes{HA "b"}, Index{2}), 3U);
-    EXPECT_EQ(send<Count>(SITE("charlengthinbytes"), mixedClass(), Bytes{HA}), 2U);
-    EXPECT_TRUE(send<bool>(SITE("isdbcsstringlengthvalue"), mixedClass(), Index{2}, Bytes{"a" HA}));
-    EXPECT_FALSE(send<bool>(SITE("isdbcsstringbytelengthvalue"), mixedClass(), Index{1}, Bytes{"a" HA}));
-    EXPECT_TRUE(send<bool>(SITE("containsdbcscharacters"), text.ref()));
-    char space[2];
-    send(SITE("getdbcsspace"), mixedClass(), Returning{{reinterpret_cast<std::byte *>(space)}});
-    EXPECT_EQ(std::string_view(space, 2), SPACE2);
+    says(text.ref(),
+         "size -> 3; sizeinbytes -> 4; at 2 -> [" HA "]; atandbytelength 3, [b], [\1]; containsdbcscharacters -> 1; "
+         "* -> 'a" HA "b'; copy -> 'a" HA "b'",
+         {text.ref()});
+    says(mixedClass(), "stringlengthinchars '" HA "b', 3 -> 2; stringlengthinbytes '" HA "b', 2 -> 3; "
+                       "charlengthinbytes '" HA "' -> 2; isdbcsstringlengthvalue 2, 'a" HA "' -> 1; "
+                       "isdbcsstringbytelengthvalue 1, 'a" HA "' -> 0; getdbcsspace -> [" SPACE2 "]");
 }
 
 TEST_P(MixedText, LongTextsHaveNoLimit) {

@@ -1,0 +1,180 @@
+#include "tests/support/says.h"
+
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "tests/support/support.h"
+
+namespace oocobol::test {
+namespace {
+
+// Cuts at `separator` outside quotes and brackets; answers what is in front of it and leaves the rest.
+std::string_view cut(std::string_view &rest, std::string_view separator) {
+    static constexpr std::string_view opening = "'[(", closing = "'])";
+    char until = 0;
+    for (std::size_t i = 0; i < rest.size(); ++i) {
+        if (until != 0) {
+            if (rest[i] == until) until = 0;
+        } else if (const auto quote = opening.find(rest[i]); quote != std::string_view::npos) {
+            until = closing[quote];
+        } else if (rest.substr(i, separator.size()) == separator) {
+            const auto front = rest.substr(0, i);
+            rest.remove_prefix(i + separator.size());
+            return front;
+        }
+    }
+    return std::exchange(rest, {});
+}
+std::string_view bare(std::string_view text) {
+    const auto first = text.find_first_not_of(" \n");
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(" \n") - first + 1);
+}
+std::string_view inside(std::string_view text) { return text.substr(1, text.size() - 2); }
+
+std::string wordsIn(Ref collection) {
+    std::string words;
+    const auto elementTemplate = send<Ref>(SITE("template"), collection);
+    const auto width = elementTemplate ? send<Count>(SITE("sizeinbytes"), elementTemplate) : 8;
+    const auto size = send<Index>(SITE("size"), collection);
+    for (Index i = 1; i <= size; ++i) {
+        std::string word(width, ' ');
+        send(SITE("at"), collection, Returning{{reinterpret_cast<std::byte *>(word.data())}}, i);
+        Ref element;
+        if (!elementTemplate) std::memcpy(&element, word.data(), sizeof element);
+        if (element) word = valueOf(element);
+        words += (i == 1 ? "" : " ") + word.substr(0, word.find_last_not_of(' ') + 1);
+    }
+    return words;
+}
+
+// The site of a message whose name only the conversation knows: one per name, kept for the run.
+oops_site &siteOf(std::string_view name) {
+    static std::map<std::string, oops_site, std::less<>> sites;
+    auto found = sites.find(name);
+    if (found == sites.end()) {
+        found = sites.emplace(name, oops_site{}).first;
+        found->second = OOPS_SITE(found->first.c_str());
+    }
+    return found->second;
+}
+
+class Conversation {
+    static constexpr std::size_t areaSize = 512;
+
+public:
+    Conversation(Ref object, std::initializer_list<Ref> objects) : receiver(object), named(objects) {}
+
+    // What went wrong with one message; empty when nothing did.
+    std::string take(std::string_view message) {
+        auto expected = message;
+        auto sent = bare(cut(expected, "->"));
+        expected = bare(expected);
+        auto object = receiver;
+        if (sent.starts_with('$')) object = namedAt(cut(sent, " "));
+        answer.fill(std::byte{0});
+        std::string wrong;
+        if (sent == "*")
+            std::memcpy(answer.data(), &object, sizeof object);
+        else
+            wrong = perform(object, sent, !expected.empty());
+        std::string wanted;
+        if (expected.starts_with("error ")) wanted = bare(cut(expected, "->"));
+        std::string raised;
+        for (const auto number : errors.numbers()) raised += (raised.empty() ? "error " : " ") + std::to_string(number);
+        if (raised != wanted) return "raised '" + raised + "' instead of '" + wanted + "'";
+        expected = bare(expected);
+        if (!wrong.empty() || expected.empty()) return wrong;
+        const auto shown = show(expected, sent != "*");
+        return shown == expected ? std::string() : "answered " + shown;
+    }
+
+private:
+    Ref namedAt(std::string_view name) const { return named[static_cast<std::size_t>(numberIn(name.substr(1)) - 1)]; }
+    static std::int64_t numberIn(std::string_view digits) {
+        std::int64_t number = 0;
+        std::from_chars(digits.data(), digits.data() + digits.size(), number);
+        return number;
+    }
+    template <class T> T answered() const {
+        T value;
+        std::memcpy(&value, answer.data(), sizeof value);
+        return value;
+    }
+
+    // What an area holds: up to its last byte that is not 0, at least `least` bytes.
+    static std::string filled(const char *area, std::size_t least) {
+        auto length = areaSize;
+        while (length > least && area[length - 1] == 0) --length;
+        return "[" + std::string(area, length) + "]";
+    }
+
+    // Answers what the areas among the arguments hold instead of what they should.
+    std::string perform(Ref object, std::string_view sent, bool answers) {
+        const auto name = cut(sent, " ");
+        std::vector<std::string_view> items;
+        std::vector<std::string> bytes;
+        for (sent = bare(sent); !sent.empty(); sent = bare(sent)) {
+            items.push_back(bare(cut(sent, ",")));
+            bytes.push_back(bytesOf(items.back()));
+        }
+        void *arguments[16] = {answers ? answer.data() : nullptr};
+        for (std::size_t i = 0; i < items.size(); ++i) arguments[i + 1] = items[i] == "-" ? nullptr : bytes[i].data();
+        oocobol::send(object, siteOf(name), arguments, static_cast<std::uint32_t>(items.size() + 1));
+        std::string wrong;
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            if (!items[i].starts_with('[')) continue;
+            const auto holds = filled(bytes[i].data(), items[i].size() - 2);
+            if (holds != items[i]) wrong += "filled " + holds + " ";
+        }
+        return wrong;
+    }
+    std::string bytesOf(std::string_view item) const {
+        if (item.starts_with('\'')) return std::string(inside(item));
+        if (item.starts_with('[')) return std::string(areaSize, '\0');
+        if (item.starts_with('$')) {
+            const auto object = namedAt(item);
+            return {reinterpret_cast<const char *>(&object), sizeof object};
+        }
+        const auto number = numberIn(item);
+        return {reinterpret_cast<const char *>(&number), sizeof number};
+    }
+
+    // The answer in the form in which the expectation is written.
+    std::string show(std::string_view expected, bool own) const {
+        const auto object = answered<Ref>();
+        if (expected == "nil") return object ? "an object" : "nil";
+        if (expected.starts_with('$')) return object == namedAt(expected) ? std::string(expected) : "another object";
+        if (expected.starts_with('['))
+            return filled(reinterpret_cast<const char *>(answer.data()), expected.size() - 2);
+        if (expected.starts_with('\'') || expected.starts_with('(')) {
+            if (!isLive(object)) return "no object";
+            const auto shown = expected[0] == '(' ? "(" + wordsIn(object) + ")" : "'" + valueOf(object) + "'";
+            if (own) finalize(object);
+            return shown;
+        }
+        const auto high = answered<std::array<std::int32_t, 2>>()[1];
+        return std::to_string(high == 0 ? answered<std::int32_t>() : answered<std::int64_t>());
+    }
+
+    Ref receiver;
+    std::vector<Ref> named;
+    RaisedErrors errors;
+    alignas(8) std::array<std::byte, areaSize> answer;
+};
+
+} // namespace
+
+void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named, std::source_location where) {
+    Conversation talk(receiver, named);
+    while (!bare(conversation).empty()) {
+        const auto message = bare(cut(conversation, ";"));
+        if (const auto wrong = talk.take(message); !wrong.empty())
+            ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line())) << message << ": " << wrong;
+    }
+}
+
+} // namespace oocobol::test
