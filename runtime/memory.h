@@ -41,8 +41,14 @@ inline constexpr std::uint16_t markComponent = 8; // its component slot has been
 inline constexpr std::uint16_t markTied = 16;
 inline constexpr std::uint16_t markWatched = 32; // some registry has an entry for it: see watchObject in objects.h
 
+// One thread may mark an object while others look at it.
+inline std::uint16_t marksOf(const BodyHeader &header) {
+    return std::atomic_ref(const_cast<BodyHeader &>(header).marks).load(std::memory_order_relaxed);
+}
+inline bool isMarked(const BodyHeader &header, std::uint16_t marks) { return (marksOf(header) & marks) != 0; }
+
 inline void mark(BodyHeader &header, std::uint16_t marks) {
-    std::atomic_ref(header.marks).fetch_or(marks, std::memory_order_relaxed); // other threads may be looking
+    std::atomic_ref(header.marks).fetch_or(marks, std::memory_order_relaxed);
     if ((marks & (markClass | markComponent | markTied)) != 0) header.pool = 0;
 }
 

@@ -50,7 +50,7 @@ Ref enterObject(std::byte *body, std::uint32_t behaviour) noexcept {
 std::byte *endObject(Ref ref, Entry &entry) noexcept {
     if (!detail::claim(entry, ref.generation())) return nullptr;
     auto *body = entry.body.load(std::memory_order_relaxed);
-    if ((headerOf(body)->marks & markComponent) != 0) detail::clearComponentSlot(ref.index());
+    if (isMarked(*headerOf(body), markComponent)) detail::clearComponentSlot(ref.index());
     ++thread.epoch;
     return body;
 }

@@ -62,8 +62,7 @@ std::recursive_mutex &exchangeLock() {
 }
 
 bool isClassObject(const std::byte *body) {
-    auto &marks = headerOf(const_cast<std::byte *>(body))->marks;
-    return (std::atomic_ref(marks).load(std::memory_order_relaxed) & markClass) != 0;
+    return isMarked(*headerOf(const_cast<std::byte *>(body)), markClass);
 }
 
 [[gnu::noinline]] Ref createSlowly(Ref classObject) {
@@ -85,7 +84,7 @@ BodyHeader *tiedClassOf(const BodyHeader *instance) {
     auto *body = bodyOf(referenceAt(instance->classIndex));
     if (body == nullptr) return nullptr;
     auto *header = headerOf(body);
-    return (std::atomic_ref(header->marks).load() & markTied) != 0 ? header : nullptr;
+    return isMarked(*header, markTied) ? header : nullptr;
 }
 
 void joinTied(BodyHeader *instance) {
@@ -112,7 +111,7 @@ void untie(Ref classObject) {
 // Where a body may wait for its next life; 0 when it goes its own way, without its index.
 std::size_t poolFor(const BodyHeader &header, Ref object) {
     const auto sizeClass = detail::bodyClassOf(header.size);
-    const auto alone = !detail::hasBodyCaches || sizeClass > bodyClasses || (header.marks & markTied) != 0 ||
+    const auto alone = !detail::hasBodyCaches || sizeClass > bodyClasses || isMarked(header, markTied) ||
                        object.generation() + 1 >= detail::lastGeneration;
     return alone ? 0 : sizeClass;
 }
@@ -144,7 +143,7 @@ FoundClass findClass(Ref object) {
     }
     auto *body = removeObject(object, *entry);
     if (body == nullptr) return false;
-    if ((header->marks & markTied) != 0) leaveTied(header);
+    if (isMarked(*header, markTied)) leaveTied(header);
     freeBody(body);
     return true;
 }
@@ -203,11 +202,11 @@ Ref shallowCopy(Ref object) noexcept {
     const auto *from = headerOf(original);
     auto *header = headerOf(body);
     header->classIndex = from->classIndex;
-    if ((from->marks & markClass) != 0) mark(*header, markClass | markCopied | markLibrary);
+    if (isMarked(*from, markClass)) mark(*header, markClass | markCopied | markLibrary);
     const auto copy = enterObject(body, behaviour);
     if (!copy)
         freeBody(body);
-    else if ((from->marks & (markTied | markClass)) == markTied)
+    else if (isMarked(*from, markTied) && !isMarked(*from, markClass))
         joinTied(header);
     return copy;
 }
@@ -269,7 +268,7 @@ Ref peekClass(Ref object) noexcept { return findClass(object).classObject; }
 
 Ref classOf(Ref object) noexcept {
     const auto found = findClass(object);
-    if (found.instance != nullptr && (found.instance->marks & markTied) != 0) [[unlikely]]
+    if (found.instance != nullptr && isMarked(*found.instance, markTied)) [[unlikely]]
         untie(found.classObject);
     return found.classObject;
 }
@@ -293,7 +292,7 @@ bool resizeIndexed(Ref object, std::uint64_t count) noexcept {
     std::memcpy(body, old, std::min<std::size_t>(size, header->size));
     headerOf(body)->index = header->index;
     headerOf(body)->classIndex = header->classIndex;
-    mark(*headerOf(body), header->marks);
+    mark(*headerOf(body), marksOf(*header));
     entry->body.store(body, std::memory_order_release);
     ++thread.epoch;
     freeBody(old);
@@ -317,13 +316,12 @@ void keepForLibrary(Ref object) noexcept {
 void watchObject(Ref object) noexcept {
     auto *body = bodyOf(object);
     if (body == nullptr || isWatched(object)) return;
-    std::atomic_ref(headerOf(body)->marks).fetch_or(markWatched);
+    mark(*headerOf(body), markWatched);
 }
 
 bool isWatched(Ref object) noexcept {
     auto *body = bodyOf(object);
-    return body != nullptr &&
-           (std::atomic_ref(headerOf(body)->marks).load(std::memory_order_relaxed) & markWatched) != 0;
+    return body != nullptr && isMarked(*headerOf(body), markWatched);
 }
 
 Count countInstances(Ref classObject) noexcept {

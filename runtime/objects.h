@@ -70,7 +70,7 @@ template <class Visit> void forEachObject(Visit visit) {
         const auto *body = bodyOf(ref);
         if (body == nullptr) continue;
         const auto *header = headerOf(const_cast<std::byte *>(body));
-        visit(ref, header->classIndex, header->marks);
+        visit(ref, header->classIndex, marksOf(*header));
     }
 }
 

@@ -41,7 +41,7 @@ bool stretchStorage(CollectionFields &fields, Count bytes) noexcept {
 
 Ref copyForOwnStorage(const Receiver &self, oops_super_site &basicCopy) noexcept {
     static const auto &base = *rootFamilies().base->instances;
-    if (isPristine(base, {"basiccopy"})) {
+    if (isPristine(base, {"basiccopy"}) && nativePath(self.ref(), {"resetcache"})) {
         const auto copy = shallowCopy(self.ref());
         if (copy) sendSelf(SITE("resetcache"), self);
         return copy;

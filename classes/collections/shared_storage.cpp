@@ -16,18 +16,13 @@ namespace {
 struct Sharers {
     std::mutex lock;
     std::unordered_map<const std::byte *, std::uint64_t> others;
-    std::atomic<std::size_t> shared{0};
 };
 Sharers &sharers() {
     static auto *all = new Sharers; // outlives every thread
     return *all;
 }
-constinit std::atomic<Sharers *> known{nullptr};
-
-Sharers *anyShared() {
-    auto *all = known.load(std::memory_order_acquire);
-    return all != nullptr && all->shared.load(std::memory_order_acquire) != 0 ? all : nullptr;
-}
+constinit std::atomic<std::size_t> sharedStorages{0};
+bool anyIsShared() { return sharedStorages.load(std::memory_order_acquire) != 0; }
 
 // ---- What a byte copy does ----------------------------------------------------------------------------------------
 
@@ -54,29 +49,28 @@ bool shareStorage(std::byte *storage) noexcept try {
     auto &all = sharers();
     const std::lock_guard guard(all.lock);
     ++all.others[storage];
-    all.shared.store(all.others.size(), std::memory_order_release);
-    known.store(&all, std::memory_order_release);
+    sharedStorages.store(all.others.size(), std::memory_order_release);
     return true;
 } catch (const std::bad_alloc &) {
     return false;
 }
 
 bool leaveToOthers(std::byte *storage) noexcept {
-    auto *all = anyShared();
-    if (all == nullptr) return false;
-    const std::lock_guard guard(all->lock);
-    const auto found = all->others.find(storage);
-    if (found == all->others.end()) return false;
-    if (--found->second == 0) all->others.erase(found);
-    all->shared.store(all->others.size(), std::memory_order_release);
+    if (!anyIsShared()) return false;
+    auto &all = sharers();
+    const std::lock_guard guard(all.lock);
+    const auto found = all.others.find(storage);
+    if (found == all.others.end()) return false;
+    if (--found->second == 0) all.others.erase(found);
+    sharedStorages.store(all.others.size(), std::memory_order_release);
     return true;
 }
 
 bool isShared(std::byte *storage) noexcept {
-    auto *all = anyShared();
-    if (all == nullptr) return false;
-    const std::lock_guard guard(all->lock);
-    return all->others.contains(storage);
+    if (!anyIsShared()) return false;
+    auto &all = sharers();
+    const std::lock_guard guard(all.lock);
+    return all.others.contains(storage);
 }
 
 } // namespace oocobol

@@ -112,9 +112,7 @@ Ref raiseNamedForObject(const Self &self, Error error, const NameKey &name);
 void traceIfWanted(const Self &self, std::initializer_list<std::string_view> pieces);
 std::string_view classNameOf(Ref object) noexcept;
 
-// ---- The collections of a record
-// -------------------------------------------------------------------------------------- All under the component's
-// mutex.
+// ---- The collections of a record, all under the component's mutex --------------------------------------------------
 
 // A new table of names: signals' or sockets'. Null, and nothing made, when memory is short.
 Ref newNameTable(Index capacity);
