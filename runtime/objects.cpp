@@ -61,9 +61,7 @@ std::recursive_mutex &exchangeLock() {
     return *lock;
 }
 
-bool isClassObject(const std::byte *body) {
-    return isMarked(*headerOf(const_cast<std::byte *>(body)), markClass);
-}
+bool isClassObject(const std::byte *body) { return isMarked(*headerOf(const_cast<std::byte *>(body)), markClass); }
 
 [[gnu::noinline]] Ref createSlowly(Ref classObject) {
     const auto *family = familyOfClass(classObject);
