@@ -21,8 +21,9 @@
 namespace oocobol {
 
 using detail::cellOf;
+using detail::enter;
 using detail::gateOpen;
-using detail::isEnough;
+using detail::run;
 using detail::stackPosition;
 
 namespace {
@@ -117,7 +118,9 @@ void traceSend(Ref receiver, const Behaviour &behaviour, std::string_view name, 
     traceText(line);
 }
 
-void run(const Cell &cell, Ref receiver, void *body, void *const *arguments, std::uint32_t count) {
+} // namespace
+
+void detail::run(const Cell &cell, Ref receiver, void *body, void *const *arguments, std::uint32_t count) noexcept {
     void *padded[maximumArguments];
     const auto parameters = std::min<std::size_t>(cell.parameters.load(std::memory_order_acquire), maximumArguments);
     count = arguments == nullptr || static_cast<std::int32_t>(count) < 0 ? 0 : count;
@@ -134,6 +137,8 @@ void run(const Cell &cell, Ref receiver, void *body, void *const *arguments, std
     entry(receiver, body, arguments, &cell);
     --thread.depth;
 }
+
+namespace {
 
 // A message of a name that no class registers.
 void runUnknown(Ref receiver, void *body, std::string_view name, void *const *arguments, std::uint32_t count);
@@ -222,10 +227,9 @@ void sendToAnother(Ref receiver, oops_site &site, void *const *arguments, std::u
         const auto *table = behaviourAt(behaviourOf(tag)).cells.load(std::memory_order_acquire);
         const auto number = table != nullptr && selector != 0 ? table->find(selector) : 0;
         const auto &cell = cellAt(number);
-        if (number != 0 && isEnough(count, cell) && stackPosition() >= thread.stackLimit) [[likely]] {
+        if (number != 0 && stackPosition() >= thread.stackLimit) [[likely]] {
             relink(site, cell);
-            return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed),
-                                                              arguments, &cell);
+            return enter(cell, receiver, entry, arguments, count);
         }
     }
     sendSlowly(&site, site.method, 0, receiver, arguments, count);
@@ -316,10 +320,8 @@ void sendToSuper(oops_super_site &site, Ref self, void *body, void *const *argum
         const auto &own = behaviourAt(behaviourOf(entry.tag.load(std::memory_order_acquire)));
         const auto &above = behaviourAt(cell->behaviour);
         if (above.family != nullptr && own.classSide == above.classSide && own.family->isKindOf(*above.family) &&
-            isEnough(count, *cell) && stackPosition() >= thread.stackLimit) [[likely]] {
-            return cell->entry.load(std::memory_order_acquire)(self, entry.body.load(std::memory_order_relaxed),
-                                                               arguments, cell);
-        }
+            stackPosition() >= thread.stackLimit) [[likely]]
+            return enter(*cell, self, entry, arguments, count);
     }
     sendToSuperSlowly(site, self, body, arguments, count);
 }
@@ -339,11 +341,8 @@ void sendByName(Ref receiver, const char *name, void *secondCacheWord, void *cac
             if (gateOpen(receiver.index())) {
                 const auto &entry = objects.entries[receiver.index()];
                 if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
-                    count >= cell.parameters.load(std::memory_order_relaxed) && stackPosition() >= thread.stackLimit)
-                    [[likely]] {
-                    return cell.entry.load(std::memory_order_acquire)(
-                        receiver, entry.body.load(std::memory_order_relaxed), arguments, &cell);
-                }
+                    stackPosition() >= thread.stackLimit) [[likely]]
+                    return enter(cell, receiver, entry, arguments, count);
             }
         }
     }
@@ -396,10 +395,8 @@ void sendByLiteral(Ref receiver, const char *name, std::size_t length, void *con
         const auto &entry = objects.entries[receiver.index()];
         const auto &cell = cellAt(thread.store->literals.find(name, length));
         if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour) &&
-            isEnough(count, cell) && stackPosition() >= thread.stackLimit) [[likely]] {
-            return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed),
-                                                              arguments, &cell);
-        }
+            stackPosition() >= thread.stackLimit) [[likely]]
+            return enter(cell, receiver, entry, arguments, count);
     }
     sendUnknownLiteral(receiver, name, length, arguments, count);
 }

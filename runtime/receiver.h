@@ -88,6 +88,10 @@ template <class Fields> const Fields *fieldsOf(Ref object) noexcept {
     if (!behaviour->family->isKindOf(*layoutOf<Fields>)) return nullptr;
     return reinterpret_cast<const Fields *>(bodyOf(object));
 }
+// The same, for changing them.
+template <class Fields> Fields *changeableFields(Ref object) noexcept {
+    return const_cast<Fields *>(fieldsOf<Fields>(object));
+}
 // The class data of a class object when it is of that layout, else null. Good until the next message.
 template <class Fields> const Fields *classDataOf(Ref classObject) noexcept {
     const auto *family = familyOfClass(classObject);

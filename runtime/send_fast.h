@@ -31,15 +31,24 @@ inline bool gateOpen(std::uint32_t index) noexcept { return index < objects.gate
 
 void sendToAnother(Ref receiver, oops_site &site, void *const *arguments, std::uint32_t count) noexcept;
 void sendUnusually(Ref receiver, oops_site &site, void *const *arguments, std::uint32_t count) noexcept;
-
-} // namespace detail
+// With null addresses for the arguments that were left out.
+void run(const Cell &cell, Ref receiver, void *body, void *const *arguments, std::uint32_t count) noexcept;
 
 // A count that is below 1 is never enough, and a method reads no further than its own parameters.
-namespace detail {
 inline bool isEnough(std::uint32_t count, const Cell &cell) noexcept {
     return static_cast<std::int32_t>(count) >=
            static_cast<std::int32_t>(cell.parameters.load(std::memory_order_relaxed));
 }
+
+// Runs what the cell says on a receiver that it was found for.
+inline void enter(const Cell &cell, Ref receiver, const Entry &entry, void *const *arguments,
+                  std::uint32_t count) noexcept {
+    auto *body = entry.body.load(std::memory_order_relaxed);
+    if (!isEnough(count, cell)) [[unlikely]]
+        return run(cell, receiver, body, arguments, count);
+    cell.entry.load(std::memory_order_acquire)(receiver, body, arguments, &cell);
+}
+
 } // namespace detail
 
 inline void sendFast(Ref receiver, oops_site &site, void *const *arguments, std::uint32_t count) noexcept {
@@ -49,9 +58,9 @@ inline void sendFast(Ref receiver, oops_site &site, void *const *arguments, std:
     const auto &cell = detail::cellOf(site);
     if (entry.tag.load(std::memory_order_acquire) != makeTag(receiver.generation(), cell.behaviour)) [[unlikely]]
         return detail::sendToAnother(receiver, site, arguments, count);
-    if (!detail::isEnough(count, cell) || detail::stackPosition() < thread.stackLimit) [[unlikely]]
+    if (detail::stackPosition() < thread.stackLimit) [[unlikely]]
         return detail::sendUnusually(receiver, site, arguments, count);
-    cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed), arguments, &cell);
+    detail::enter(cell, receiver, entry, arguments, count);
 }
 
 } // namespace oocobol

@@ -2,7 +2,7 @@
 //
 // The callback may be finalized by the very code that it runs: while an invocation is active, finalize only leaves a
 // note, and the last invocation to return carries it out. Invocations of one entry callback run one at a time.
-#include "classes/callbacks/callback.h"
+#include "classes/callbacks/native_invoke.h"
 #include "classes/text/text_values.h"
 #include "host/host.h"
 #include "runtime/module.h"
@@ -93,17 +93,29 @@ host::Program findEntry(const Self &self) {
     return found;
 }
 
-void call(const Self &self, Returning answer, const ArgumentList &list) {
+void call(const Self &self, Returning answer, void *const *arguments) {
     const auto found = findEntry(self);
     if (!found) {
         std::string_view name(self->name, callbackNameWidth);
         return raiseOn(self.ref(), static_cast<Count>(Error::noEntry), name.substr(0, name.find_last_not_of(' ') + 1));
     }
     bool threw = false;
-    const auto result = host::call(found, list.forEntry(), &threw);
+    const auto result = host::call(found, arguments, &threw);
     afterUserCode();
     if (threw) return raiseOn(self.ref(), static_cast<Count>(Error::exceptionEscaped), nameView(self->name, 80));
     answer.put(result);
+}
+
+void run(const Self &self, Returning answer, void *const *arguments) {
+    ++self->active;
+    call(self, answer, arguments);
+    --self->active;
+}
+
+void endUse(const Self &self, Hold &hold) {
+    if (self->active != 0 || self->finalizePending == 0) return;
+    hold.release();
+    sendSelf<Ref>(SITE("finalize"), self);
 }
 
 // invoke (up to 9 arguments) -> the entry's 8-byte answer. A tenth argument raises 21. An entry that does not exist
@@ -113,14 +125,9 @@ Answer<void> invoke(Self self, Returning answer, Brought brought) {
     Hold hold(self);
     ArgumentList list(*self);
     list.appendFrom(0, brought);
-    ++self->active;
-    call(self, answer, list);
+    run(self, answer, list.forEntry());
     list.storeBack(self);
-    --self->active;
-    if (self->active == 0 && self->finalizePending != 0) {
-        hold.release();
-        sendSelf<Ref>(SITE("finalize"), self);
-    }
+    endUse(self, hold);
     return {};
 }
 
@@ -195,4 +202,18 @@ constexpr ClassDef definition{.program = program,
 const Registered registered(definition);
 
 } // namespace
+
+bool invokeEntryNatively(Ref callback, const Entry &entry, void *const *list) noexcept {
+    const auto *family = layoutOf<EntryCallbackFields>;
+    if (family == nullptr || behaviourOf(entry.tag.load(std::memory_order_acquire)) != family->instances->id ||
+        !isPristine(*family->instances, {"invoke"}))
+        return false;
+    const Self self(callback, reinterpret_cast<EntryCallbackFields *>(entry.body.load(std::memory_order_relaxed)));
+    if (self->parameterCount != 0) return false;
+    Hold hold(self);
+    run(self, {{static_cast<std::byte *>(list[0])}}, list + 1);
+    endUse(self, hold);
+    return true;
+}
+
 } // namespace oocobol

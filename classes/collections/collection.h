@@ -7,6 +7,7 @@
 
 #include <optional>
 
+#include "classes/callbacks/native_invoke.h"
 #include "classes/collections/elements.h"
 #include "runtime/module.h"
 
@@ -29,11 +30,6 @@ struct [[gnu::packed]] DynamicFields : SequencedFields {
     Count last;  // slot of the last element; first - 1 when there is none
 };
 inline constexpr std::uint32_t dynamicSize = 68; // as registered
-
-// The fields of another collection, for changing; null when it is none. Good until the next message.
-template <class Fields> Fields *changeableFields(Ref collection) noexcept {
-    return const_cast<Fields *>(fieldsOf<Fields>(collection));
-}
 
 inline bool holdsReferences(const CollectionFields &fields) { return fields.elementTemplate.isNull(); }
 
@@ -215,13 +211,12 @@ Index searchBackward(const Receiver &self, Element element, std::int64_t from, s
 
 // ---- Walking --------------------------------------------------------------------------------------------------------
 
-// Sends `invoke` with all the arguments that it may have: one that lacks some takes a longer road.
+// Sends `invoke` with all the arguments that it may have: one that lacks some takes a longer road. What the message
+// would do is done without it where that is the library's code.
 template <class... Arguments> void sendInvoke(Ref callback, Returning answer, const Arguments &...arguments) noexcept {
-    constexpr std::size_t most = 10;
-    [&]<std::size_t... left>(std::index_sequence<left...>) {
-        send(SITE("invoke"), callback, answer, arguments..., (static_cast<void>(left), omitted)...);
-    }
-    (std::make_index_sequence<most - sizeof...(Arguments)>{});
+    constexpr std::uint32_t most = 10;
+    void *list[maximumArguments] = {answer.address, detail::addressOf(arguments)...};
+    if (!answer || !invokeNatively(callback, list)) send(callback, SITE("invoke"), list, 1 + most);
 }
 
 // A block: what `invoke` runs. One that is gone ends the walk that uses it, once it has been tried.
@@ -234,7 +229,7 @@ public:
 
     // False when there is no such block: the error has been raised.
     template <class... Arguments> bool invoke(const Arguments &...arguments) noexcept {
-        std::memset(answer.bytes(), 0, answer.size());
+        clear();
         const auto alive = isLive(callback);
         sendInvoke(callback, answer.returning(), arguments...);
         return alive;
@@ -244,6 +239,12 @@ public:
     bool fits(Ref target) const noexcept { return areaWidth(target) <= answer.size(); }
 
 private:
+    void clear() noexcept { // a call for the few answers that are wider than usual
+        constexpr auto usual = sizeof(std::uint64_t);
+        std::memset(answer.bytes(), 0, usual);
+        if (answer.size() > usual) [[unlikely]]
+            std::memset(answer.bytes() + usual, 0, answer.size() - usual);
+    }
     Ref callback;
     WorkArea answer;
     Travelling travelling{answer};

@@ -2,7 +2,7 @@
 //
 // The mutex is let go of while a receiver runs, which may do anything to the list: so the list is looked at again
 // before each turn. Those who have been connected meanwhile follow, once, unless they were served already.
-#include "classes/callbacks/callback.h"
+#include "classes/callbacks/native_invoke.h"
 #include "classes/object/components.h"
 #include "classes/text/text_values.h"
 #include "runtime/send_fast.h"
@@ -47,45 +47,6 @@ private:
 };
 
 // ---- One receiver --------------------------------------------------------------------------------------------------
-
-// The cell of a callback's message for its receiver, remembered in the callback; null when it takes the slow road.
-const Cell *cellOf(CallbackFields &fields, const Entry &receiver) {
-    const auto behaviour = behaviourOf(receiver.tag.load(std::memory_order_acquire));
-    const auto &known = cellAt(fields.methodCache);
-    if (known.behaviour == behaviour && known.selector != nullptr && sameName(*known.selector, fields.name))
-        return &known;
-    const auto selector = findSelector(nameView(fields.name, callbackNameWidth));
-    const auto *cell = selector != 0 ? cellFor(behaviourAt(behaviour), selector) : nullptr;
-    if (cell != nullptr) fields.methodCache = numberOf(cell);
-    return cell;
-}
-
-// A receiver that has gone by now gets nothing, and nothing is raised.
-void sendThrough(const Cell &cell, Ref receiver, void *const *arguments) {
-    const auto &entry = objects.entries[receiver.index()];
-    if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour))
-        return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed),
-                                                          arguments, &cell);
-    if (!isLive(receiver)) return;
-    oops_site site = {cell.selector->name, numberOf(&cell), cell.selector->id};
-    send(receiver, site, arguments, maximumArguments); // it has become something else
-}
-
-// Whether the callback is of the very class whose `invoke` is known here, and that is not redefined.
-bool isPlain(const Behaviour &behaviour) {
-    const auto *family = layoutOf<CallbackFields>;
-    return family != nullptr && &behaviour == family->instances && isPristine(behaviour, {"invoke"});
-}
-
-// The fields of a callback, which mostly is a plain one; null for what is none.
-CallbackFields *fieldsOfCallback(Ref callback) {
-    const auto *entry = findEntry(callback);
-    const auto *family = layoutOf<CallbackFields>;
-    if (entry == nullptr || family == nullptr) return nullptr;
-    if (behaviourOf(entry->tag.load(std::memory_order_acquire)) != family->instances->id)
-        return changeableFields<CallbackFields>(callback);
-    return reinterpret_cast<CallbackFields *>(entry->body.load(std::memory_order_relaxed));
-}
 
 // A callback in use is not finalized before the last use ends. Both under the mutex of the sender; ending a use answers
 // whether it is to be finalized now.
@@ -195,7 +156,7 @@ private:
         const auto *entry = hasEnded ? nullptr : findEntry(callback);
         if (entry == nullptr) return null;
         const auto &behaviour = behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire)));
-        if (isPlain(behaviour) && !arguments.areTooMany()) {
+        if (isPlainCallback(behaviour) && !arguments.areTooMany()) {
             auto &fields = *reinterpret_cast<CallbackFields *>(entry->body.load(std::memory_order_relaxed));
             const auto receiver = fields.receiver;
             if (receiver && invokeNatively(callback, fields, receiver)) return receiver;
@@ -210,7 +171,7 @@ private:
         const auto *entry = findEntry(receiver);
         if (entry == nullptr) return true; // has gone without a word
         if (!detail::gateOpen(receiver.index()) || detail::stackPosition() < thread.stackLimit) return false;
-        const auto *cell = cellOf(fields, *entry);
+        const auto *cell = cellOfMessage(fields, *entry);
         if (cell == nullptr) return false;
         if (fields.parameterCount == 0) {
             outside(callback, [&] { sendThrough(*cell, receiver, arguments.plain()); });

@@ -1,0 +1,70 @@
+#include "classes/callbacks/native_invoke.h"
+
+#include "runtime/send_fast.h"
+
+namespace oocobol {
+
+const Cell *cellOfMessage(CallbackFields &fields, const Entry &receiver) noexcept {
+    const auto behaviour = behaviourOf(receiver.tag.load(std::memory_order_acquire));
+    const auto &known = cellAt(fields.methodCache);
+    if (known.behaviour == behaviour && known.selector != nullptr && sameName(*known.selector, fields.name))
+        return &known;
+    const auto selector = findSelector(nameView(fields.name, callbackNameWidth));
+    const auto *cell = selector != 0 ? cellFor(behaviourAt(behaviour), selector) : nullptr;
+    if (cell != nullptr) fields.methodCache = numberOf(cell);
+    return cell;
+}
+
+void sendThrough(const Cell &cell, Ref receiver, void *const *list) noexcept {
+    const auto &entry = objects.entries[receiver.index()];
+    if (entry.tag.load(std::memory_order_acquire) == makeTag(receiver.generation(), cell.behaviour))
+        return cell.entry.load(std::memory_order_acquire)(receiver, entry.body.load(std::memory_order_relaxed), list,
+                                                          &cell);
+    if (!isLive(receiver)) return;
+    oops_site site = {cell.selector->name, numberOf(&cell), cell.selector->id};
+    send(receiver, site, list, maximumArguments); // it has become something else
+}
+
+bool isPlainCallback(const Behaviour &behaviour) noexcept {
+    const auto *family = layoutOf<CallbackFields>;
+    return family != nullptr && &behaviour == family->instances && isPristine(behaviour, {"invoke"});
+}
+
+CallbackFields *fieldsOfCallback(Ref callback) noexcept {
+    const auto *entry = findEntry(callback);
+    const auto *family = layoutOf<CallbackFields>;
+    if (entry == nullptr || family == nullptr) return nullptr;
+    if (behaviourOf(entry->tag.load(std::memory_order_acquire)) != family->instances->id)
+        return changeableFields<CallbackFields>(callback);
+    return reinterpret_cast<CallbackFields *>(entry->body.load(std::memory_order_relaxed));
+}
+
+namespace {
+
+// Without stored arguments the list is the method's as it is.
+bool invokeMessage(Ref callback, CallbackFields &fields, void *const *list) {
+    const auto receiver = fields.receiver;
+    if (!receiver || fields.parameterCount != 0 || !detail::gateOpen(receiver.index())) return false;
+    const auto *entry = findEntry(receiver);
+    const auto *cell = entry != nullptr ? cellOfMessage(fields, *entry) : nullptr;
+    if (cell == nullptr) return false;
+    ++fields.active;
+    sendThrough(*cell, receiver, list);
+    auto *now = fieldsOfCallback(callback);
+    if (now != nullptr && --now->active == 0 && now->finalizePending != 0) send<Ref>(SITE("finalize"), callback);
+    return true;
+}
+
+} // namespace
+
+bool invokeNatively(Ref callback, void *const *list) noexcept {
+    if (!detail::gateOpen(callback.index()) || detail::stackPosition() < thread.stackLimit) return false;
+    const auto *entry = findEntry(callback);
+    if (entry == nullptr) return false;
+    if (!isPlainCallback(behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire)))))
+        return invokeEntryNatively(callback, *entry, list);
+    auto &fields = *reinterpret_cast<CallbackFields *>(entry->body.load(std::memory_order_relaxed));
+    return invokeMessage(callback, fields, list);
+}
+
+} // namespace oocobol
