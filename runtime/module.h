@@ -17,6 +17,11 @@
 
 namespace oocobol {
 
+// Finalizes an object that may have gone meanwhile, or never been there.
+inline void finalizeLive(Ref object) noexcept {
+    if (isLive(object)) send<Ref>(SITE("finalize"), object);
+}
+
 // An object that the running method made for itself: finalized when it goes out of scope, unless given away.
 class Temporary {
 public:

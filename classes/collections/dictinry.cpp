@@ -167,10 +167,6 @@ Answer<void> associationAtKey(Self self, Returning answer, Element key) {
 // includeskey (key) -> flag.
 bool includesKey(Self self, Element key) { return placeOf(self, key).found; }
 
-void letGo(Ref association) {
-    if (isLive(association)) send<Ref>(SITE("finalize"), association);
-}
-
 // Where a new association goes.
 struct NewPlace {
     Index slot = 0; // 0: there is none, or nothing is to be done any more
@@ -200,7 +196,7 @@ template <class Locate, class Make> Answer<void> storeObject(const Self &self, L
             occupy(*self, static_cast<Count>(place.slot), &association);
             return {};
         }
-        letGo(association);
+        finalizeLive(association);
     }
     self->lacking = 1;
     return raise(Error::unsettledTable);
@@ -251,7 +247,7 @@ Answer<void> removeKey(Self self, Element key) {
     if (!place.found) return absent(self, place);
     const auto association = holdsObjects(*self) ? associationAt(self, place.slot) : null;
     removeSlot(asTable(self), static_cast<Count>(place.slot));
-    letGo(association);
+    finalizeLive(association);
     return {};
 }
 
@@ -359,7 +355,7 @@ Answer<void> removeAssociation(Self self, Element association) {
     if (!look.occupied) return absent(self, {slot, false});
     const auto stored = associationAt(self, slot);
     removeSlot(asTable(self), static_cast<Count>(slot));
-    letGo(stored);
+    finalizeLive(stored);
     return {};
 }
 

@@ -43,10 +43,6 @@ SignalRecord *detach(Ref object) noexcept {
     return record;
 }
 
-void finalizeLive(Ref object) {
-    if (isLive(object)) send<Ref>(SITE("finalize"), object);
-}
-
 void release(const Self &self, SignalRecord *record) {
     if (!isLive(self.ref())) return oocobol::release(record); // the handler of an error has ended it
     sendSelf(SITE("dealloc"), self, Address{record});

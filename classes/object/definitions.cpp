@@ -9,10 +9,6 @@ namespace {
 constexpr Index socketCapacity = 20; // input signals
 constexpr Index listCapacity = 5;    // callbacks
 
-void finalizeLive(Ref object) {
-    if (isLive(object)) send<Ref>(SITE("finalize"), object);
-}
-
 // The named object in one of the record's tables, looked up under the mutex.
 Ref lookUp(const Self &self, Ref SignalRecord::*table, const NameKey &name) {
     const Hold hold(self.ref());

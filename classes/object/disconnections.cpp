@@ -71,7 +71,7 @@ void dropNatively(const Self &self, Ref object, Ref list) {
         const auto before = callbacks.size();
         callbacks.removeAt(i);
         if (callbacks.size() >= before) return; // a redefined method does not remove
-        if (isLive(callback)) send<Ref>(SITE("finalize"), callback);
+        finalizeLive(callback);
     }
 }
 
@@ -161,7 +161,7 @@ void disconnectSignals(const Self &self, Ref object, Ref callbacks) {
 void disconnectCallback(const Self &self, Ref callbacks, Ref object, Ref callback) {
     const Hold hold(self.ref());
     if (receiverOf(callback) != object || !CallbackList(callbacks).remove(callback)) return;
-    if (isLive(callback)) send<Ref>(SITE("finalize"), callback);
+    finalizeLive(callback);
 }
 
 // disconnectsignal (signal, object). Raises 94 without output signals, 95 when the signal is not defined.
@@ -180,7 +180,7 @@ void disconnectAll(const Self &self, Name signal, Ref receivers) {
         const auto callback = callbacks.at(i);
         if (!send<bool>(SITE("includes"), receivers, receiverOf(callback))) continue;
         callbacks.removeAt(i);
-        if (isLive(callback)) send<Ref>(SITE("finalize"), callback);
+        finalizeLive(callback);
     }
 }
 

@@ -49,17 +49,12 @@ template <class... Given> Ref collectInserts(const Given &...given) {
     return collection;
 }
 
-// A handler may have finalized what it was shown.
-void finalizeLive(Ref object) {
-    if (isLive(object)) send<Ref>(SITE("finalize"), object);
-}
-
 // raiseexceptionwithtext (number, up to 6 objects) -> the handler's answer.
 void raiseWithText(Self self, Returning answer, Count error, Optional<Ref> a, Optional<Ref> b, Optional<Ref> c,
                    Optional<Ref> d, Optional<Ref> e, Optional<Ref> f) {
     const auto inserts = collectInserts(a, b, c, d, e, f);
     raiseThrough(self, answer, error, inserts);
-    finalizeLive(inserts);
+    finalizeLive(inserts); // the handler may have done so
 }
 
 Optional<Ref> asText(Optional<Bytes> text) {

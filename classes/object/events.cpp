@@ -26,10 +26,6 @@ private:
     host::YieldingHold hold;
 };
 
-void finalizeLive(Ref object) {
-    if (isLive(object)) send<Ref>(SITE("finalize"), object);
-}
-
 // A callback that was made for a signal has a text of its own for the signal's name.
 void finalizeEventCallback(Ref callback) {
     if (!isLive(callback)) return;

@@ -7,10 +7,6 @@ namespace oocobol::component {
 
 namespace {
 
-void finalizeLive(Ref object) {
-    if (isLive(object)) send<Ref>(SITE("finalize"), object);
-}
-
 // A copy of the spies, to be walked without the mutex; null without spies.
 Ref copyOfSpies(const Self &self) {
     const Hold hold(self.ref());
