@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -117,6 +118,13 @@ public:
 private:
     std::vector<std::byte> record;
 };
+// Runs the action, which is given a number from 0 on, on so many threads at once, and waits for them.
+template <class Action> void onThreads(int count, Action action) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) threads.emplace_back([&action, i] { action(i); });
+    for (auto &running : threads) running.join();
+}
+
 // Function pointers of methods have their own parameters; the record takes them as one type.
 template <class... Parameters> oops_method asMethod(void (*code)(Parameters...)) {
     return reinterpret_cast<oops_method>(code);
