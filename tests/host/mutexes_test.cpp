@@ -42,8 +42,8 @@ TEST(Mutex, ownerAloneMayAcquireAgainAndMustReleaseAsOften) {
     const OwnMutex mutex;
     acquireMutex(mutex);
     acquireMutex(mutex);
-    releaseMutex(mutex);
     std::thread([&] { releaseMutex(mutex); }).join();
+    releaseMutex(mutex);
     EXPECT_FALSE(othersGet(mutex, 50ms));
     releaseMutex(mutex);
     EXPECT_TRUE(othersGet(mutex, 5s));
