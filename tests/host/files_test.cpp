@@ -1,4 +1,4 @@
-// Looking names up and searching folders: real ones, with all that a folder may hold.
+// Files: their names as text, and looking them up and searching in real folders with all that these may hold.
 #include <clocale>
 #include <set>
 #include <string>
@@ -16,6 +16,70 @@ namespace oocobol::host {
 namespace {
 
 using tests::TemporaryFolder;
+// ---- Names ----------------------------------------------------------------------------------------------------------
+
+TEST(FileNames, SplitAtTheLastSeparatorAndTheLastPeriod) {
+    const struct {
+        const char *name, *path, *base, *extension;
+    } cases[] = {
+        {"", "", "", ""},
+        {"plain", "", "plain", ""},
+        {"a.tar.gz", "", "a.tar", "gz"},
+        {"/usr/lib/a.so", "/usr/lib/", "a", "so"},
+        {"one\\two/three\\b.c", "one\\two/three\\", "b", "c"},
+        {"folder.d/file", "folder.d/", "file", ""},
+        {"ends..", "", "ends..", ""},
+        {".profile", "", ".profile", ""},
+        {".profile.old", "", ".profile", "old"},
+        {".", "", ".", ""},
+        {"//\\/", "//\\/", "", ""},
+    };
+    for (const auto &[name, path, base, extension] : cases) {
+        EXPECT_EQ(hasExtension(name), *extension != '\0') << name;
+        const auto parts = splitFileName(name, hasExtension(name));
+        EXPECT_EQ(parts.path, path) << name;
+        EXPECT_EQ(parts.base, base) << name;
+        EXPECT_EQ(parts.extension, extension) << name;
+        std::string joined;
+        EXPECT_TRUE(joinFileName(parts, joined));
+        EXPECT_EQ(joined, name);
+    }
+    EXPECT_EQ(splitFileName("a/b.c", false).base, "b.c");
+    EXPECT_EQ(splitFileName("a/.c", true).extension, "c");
+}
+
+TEST(FileNames, JoinInsertsWhatIsMissing) {
+    const auto join = [](const FileNameParts &parts) {
+        std::string joined;
+        return joinFileName(parts, joined) ? joined : "too long";
+    };
+    EXPECT_EQ(join({"/usr/lib", "a", "so"}), "/usr/lib\\a.so");
+    EXPECT_EQ(join({"x\\", "", ""}), "x\\");
+    const std::string longest(longestFileName - 3, 'p');
+    EXPECT_EQ(join({longest, "b", ""}), longest + "\\b");
+    EXPECT_EQ(join({longest, "ba", ""}), "too long");
+}
+
+TEST(FileNames, InternalFormIsWithoutQuotesAndSpacesBehind) {
+    const auto internal = [](std::string_view name, std::string_view expected) {
+        char form[fileNameSize];
+        toInternalFileName(name, form);
+        EXPECT_EQ(form, expected);
+        EXPECT_EQ(isInternalFileName(name), name == expected) << name;
+    };
+    const std::string fits(255, 'x');
+    internal("a b.txt   ", "a b.txt");
+    internal("\"a \"  ", "a ");
+    internal("\"\"q\"\"", "\"q\"");
+    internal("\"", "\"");
+    internal(" x", " x");
+    internal("   ", "");
+    internal(std::string_view("a\0b", 3), "a");
+    for (const auto &name : {fits, fits + "x", '"' + fits + '"'}) internal(name, fits);
+}
+
+// ---- Searches -------------------------------------------------------------------------------------------------------
+
 // What a search finds first and next, as its name tells: nothing is nothing. All that it finds, each with a space
 // behind.
 std::string next(std::uint16_t handle, FoundFile &found) {
@@ -40,8 +104,6 @@ protected:
     }
     TemporaryFolder folder;
 };
-
-// ---- Patterns -----------------------------------------------------------------------------------------------------
 
 TEST_F(Folder, PatternsAreTheShells) {
     make({"b.txt", "a.txt", "ab.txt", "B.txt", "c.dat", ".hidden", "sub/inner", "[x]"});
