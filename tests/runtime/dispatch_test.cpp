@@ -34,32 +34,22 @@ void again(const oops_ref *self, void *data, void *) {
 }
 
 // Root, middle and leaf, each with data of its own.
-Ref newRoot() {
-    std::vector<std::byte> record(4096);
-    const auto add = [&](const char *name, oops_method code, int parameters, int flags) {
-        oopsrecordmethod(record.data(), record.size(), name, code, parameters, flags);
-    };
-    oopsrecord(record.data(), "dtroot", "dispatchtestroot", classForProgram("base").bits, 4, sizeof(Data));
-    add("initializeclass", asMethod(initializeClass), 1, OOPS_CLASS_METHOD);
-    add("made", asMethod(classMade), 1, OOPS_CLASS_METHOD);
-    add("throw", asMethod(throwing), 1, OOPS_CLASS_METHOD);
-    add("again", asMethod(again), 1, OOPS_CLASS_METHOD);
-    add("describe", asMethod(rootDescribe), 1, 0);
-    add("addup", asMethod(addUp), 4, 0);
-    add("setnumber", asMethod(setNumber), 2, 0);
-    const oops_initialiser initialiser = initialNumber;
-    std::memcpy(record.data() + 40, &initialiser, sizeof initialiser);
-    oops_ref result = 0;
-    oopsnewclass2(record.data(), &result);
-    return Ref{result};
-}
 class Sends : public ::testing::Test {
 protected:
     Sends() { log.clear(); }
     ~Sends() override { cancelObject(object); }
     static inline Ref root, middle, leaf;
     static void SetUpTestSuite() {
-        root = newRoot();
+        root = OutsideClass("dtroot", "dispatchtestroot", classForProgram("base"), 4, sizeof(Data))
+                   .classMethod("initializeclass", asMethod(initializeClass), 1)
+                   .classMethod("made", asMethod(classMade), 1)
+                   .classMethod("throw", asMethod(throwing), 1)
+                   .classMethod("again", asMethod(again), 1)
+                   .method("describe", asMethod(rootDescribe), 1)
+                   .method("addup", asMethod(addUp), 4)
+                   .method("setnumber", asMethod(setNumber), 2)
+                   .initialiser(initialNumber)
+                   .registerIt();
         middle = OutsideClass("dtmiddle", "dispatchtestmiddle", root, 0, 12)
                      .method("describe", asMethod(middleDescribe), 1)
                      .registerIt();

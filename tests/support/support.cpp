@@ -142,6 +142,10 @@ OutsideClass &OutsideClass::method(const char *name, oops_method code, int param
     EXPECT_EQ(oopsrecordmethod(record.data(), record.size(), name, code, parameters, 0), 1);
     return *this;
 }
+OutsideClass &OutsideClass::initialiser(oops_initialiser code) {
+    std::memcpy(record.data() + 40, &code, sizeof code);
+    return *this;
+}
 Ref OutsideClass::registerIt() {
     oops_ref made = 0;
     oopsnewclass2(record.data(), &made);

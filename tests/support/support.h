@@ -112,6 +112,7 @@ public:
                  std::uint32_t instanceData = 0);
     OutsideClass &classMethod(const char *name, oops_method code, int parameters);
     OutsideClass &method(const char *name, oops_method code, int parameters);
+    OutsideClass &initialiser(oops_initialiser code); // runs over the data of every new instance
     Ref registerIt();
     void extend(); // adds the methods to a class that is registered already
 
