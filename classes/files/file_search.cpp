@@ -27,8 +27,9 @@ bool runsLibraryCode(const Behaviour &behaviour, std::initializer_list<std::stri
 
 bool isCutByConversion(Ref given) noexcept {
     if (const auto *fields = fieldsOf<FileNameFields>(given)) return fields->isCut != 0;
-    if (host::bareFileName(nativeValue(given)).size() < host::fileNameSize) return false;
-    return runsLibraryCode(*behaviourOfObject(given), {"asinternalfilename"});
+    if (!isLive(given) || !runsLibraryCode(*behaviourOfObject(given), {"asinternalfilename"})) return false;
+    const Operand name(given);
+    return host::bareFileName(name.bytes()).size() >= host::fileNameSize;
 }
 
 namespace {

@@ -3,10 +3,6 @@
 
 #include "oocobol/oocobol.h"
 
-extern "C" int road_runs(void);
-
-TEST(PublicInterface, AProgramInPlainCWalksTheRoad) { EXPECT_EQ(road_runs(), 1); }
-
 TEST(PublicInterface, TellsItsVersion) {
     char version[16];
     oopsgetversion(version);

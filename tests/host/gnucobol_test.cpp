@@ -2,10 +2,9 @@
 // linked with that run time, through the dynamic call. Skipped where there is no compiler for them.
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cstring>
-#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -15,7 +14,8 @@
 
 #include "host/gnucobol.h"
 #include "host/host.h"
-#include "temporary_folder.h"
+#include "tests/host/temporary_folder.h"
+#include "tests/support/support.h"
 
 #if __has_include(<libcob.h>)
 #if __LIBCOB_RELEASE < 30200
@@ -31,10 +31,8 @@ namespace {
 
 // Every program calls back through an address that it is given.
 constexpr std::string_view programs = R"(
-IDENTIFICATION DIVISION.
 PROGRAM-ID. ht-omitted.
-DATA DIVISION.
-LINKAGE SECTION.
+DATA DIVISION. LINKAGE SECTION.
 01 A PIC X. 01 B PIC X. 01 C PIC X.
 PROCEDURE DIVISION USING A B C.
     COMPUTE RETURN-CODE = -100 - NUMBER-OF-CALL-PARAMETERS
@@ -42,10 +40,8 @@ PROCEDURE DIVISION USING A B C.
     IF ADDRESS OF C = NULL SUBTRACT 20 FROM RETURN-CODE END-IF
     GOBACK.
 END PROGRAM ht-omitted.
-IDENTIFICATION DIVISION.
 PROGRAM-ID. ht-sum.
-DATA DIVISION.
-LOCAL-STORAGE SECTION.
+DATA DIVISION. LOCAL-STORAGE SECTION.
 01 MINE BINARY-LONG.
 LINKAGE SECTION.
 01 CB USAGE PROGRAM-POINTER. 01 N BINARY-LONG. 01 R BINARY-LONG.
@@ -58,32 +54,24 @@ A-START.
 A-END.
     ADD MINE TO R.
 END PROGRAM ht-sum.
-IDENTIFICATION DIVISION.
 PROGRAM-ID. ht-through.
-DATA DIVISION.
-LINKAGE SECTION.
+DATA DIVISION. LINKAGE SECTION.
 01 CB USAGE PROGRAM-POINTER. 01 N BINARY-LONG. 01 R BINARY-LONG.
 PROCEDURE DIVISION USING CB N R.
     CALL "ht-sum" USING CB N R END-CALL
     GOBACK.
 END PROGRAM ht-through.
-IDENTIFICATION DIVISION.
 PROGRAM-ID. ht-lengths.
-DATA DIVISION.
-LINKAGE SECTION.
+DATA DIVISION. LINKAGE SECTION.
 01 SELF-ITEM PIC X(8). 01 DATA-ITEM PIC X(8). 01 R PIC X ANY LENGTH. 01 A PIC X ANY LENGTH. 01 B PIC X ANY LENGTH.
 PROCEDURE DIVISION USING SELF-ITEM DATA-ITEM R A B.
     COMPUTE RETURN-CODE = LENGTH OF A * 100 + LENGTH OF R
-    IF ADDRESS OF B NOT = NULL
-        COMPUTE RETURN-CODE = RETURN-CODE + LENGTH OF B * 10000
-    END-IF
+    IF ADDRESS OF B NOT = NULL COMPUTE RETURN-CODE = RETURN-CODE + LENGTH OF B * 10000 END-IF
     IF A = "FIVE" ADD 1000000 TO RETURN-CODE END-IF
     GOBACK.
 END PROGRAM ht-lengths.
-IDENTIFICATION DIVISION.
 PROGRAM-ID. ht-send.
-DATA DIVISION.
-WORKING-STORAGE SECTION.
+DATA DIVISION. WORKING-STORAGE SECTION.
 01 STATUS-ITEM PIC X EXTERNAL AS "host-bridge-status".
 01 SEND-SITE PIC X(16). 01 OBJ PIC X(8). 01 R PIC X(10). 01 A PIC X(5) VALUE "FIVE".
 LINKAGE SECTION.
@@ -93,10 +81,8 @@ PROCEDURE DIVISION USING CB.
     CALL CB USING OBJ SEND-SITE R A "a literal" RETURNING OMITTED END-CALL
     GOBACK.
 END PROGRAM ht-send.
-IDENTIFICATION DIVISION.
 PROGRAM-ID. ht-call.
-DATA DIVISION.
-LINKAGE SECTION.
+DATA DIVISION. LINKAGE SECTION.
 01 CB USAGE PROGRAM-POINTER. 01 A PIC X.
 PROCEDURE DIVISION USING CB A.
     CALL CB USING A RETURNING OMITTED END-CALL
@@ -155,15 +141,12 @@ TEST_F(GnuCobol, omittedArgumentsAndReturnCodesPass) {
     EXPECT_EQ(callWith("ht-omitted", {}), -130);
 }
 
-void callSumAgain(void *callback, void *n, void *r) {
+void callAgain(const char *program, void *callback, void *n, void *r) {
     void *arguments[] = {callback, n, r};
-    EXPECT_TRUE(callMethod(entryOf("ht-sum"), true, arguments, 3));
+    EXPECT_TRUE(callMethod(entryOf(program), true, arguments, 3));
 }
-
-void callThroughAgain(void *callback, void *n, void *r) {
-    void *arguments[] = {callback, n, r};
-    EXPECT_TRUE(callMethod(entryOf("ht-through"), true, arguments, 3));
-}
+void callSumAgain(void *callback, void *n, void *r) { callAgain("ht-sum", callback, n, r); }
+void callThroughAgain(void *callback, void *n, void *r) { callAgain("ht-through", callback, n, r); }
 
 TEST_F(GnuCobol, activeProgramsMayBeEnteredAgain) {
     for (auto *again : {callSumAgain, callThroughAgain})
@@ -195,8 +178,11 @@ void sendElsewhere(void *, void *, void *, void *argument, void *literal) {
     lengths = lengths * 100 + call(findProgram("ht-lengths"), arguments.data());
 }
 
-TEST_F(GnuCobol, lengthsTravelFromSenderToMethod) {
+TEST_F(GnuCobol, lengthsTravelFromSenderToMethodAndExternalItemsAreShared) {
+    auto *external = externalByte("host-bridge-status");
+    *external = 'A';
     callWith("ht-send", {item(sendInScope)});
+    EXPECT_EQ(*external, 'Z');
     EXPECT_EQ(lengths, 1'000'000 + 9 * 10'000 + 5 * 100 + 10);
     callWith("ht-send", {item(sendElsewhere)});
     EXPECT_EQ(lengths, (1'000'000 + 5 * 100 + 5) * 100);
@@ -212,13 +198,6 @@ TEST_F(GnuCobol, exceptionsLeaveTheRunTimeUsable) {
     callWith("ht-sum", {item(callSumAgain), &n, &sum});
     EXPECT_EQ(sum, 55);
     EXPECT_EQ(gnucobol::runTime()->current, nullptr);
-}
-
-TEST_F(GnuCobol, externalItemsAreShared) {
-    auto *item1 = externalByte("host-bridge-status");
-    *item1 = 'A';
-    callWith("ht-send", {item(sendInScope)});
-    EXPECT_EQ(*item1, 'Z');
 }
 
 // Two threads in one program at once, each leaving the run time to the other in the middle of it.
@@ -240,20 +219,21 @@ void pauseInBlockingSection(void *text) {
     --inside;
 }
 
+// Calls COBOL code that calls the function, which is to leave `after` in the item.
+void callOften(void *callback, char after, MutexHandle held = 0) {
+    for (int i = 0; i < 2000; ++i) {
+        char text = 'a';
+        void *arguments[] = {callback, &text};
+        if (held != 0) acquireMutex(held);
+        ASSERT_TRUE(callMethod(entryOf("ht-call"), true, arguments, 2));
+        if (held != 0) releaseMutex(held);
+        ASSERT_EQ(text, after);
+    }
+}
+
 TEST_F(GnuCobol, threadsTakeTurns) {
     void *callback = item(pauseInBlockingSection);
-    const auto work = [=] {
-        for (int i = 0; i < 2000; ++i) {
-            char text = 'a';
-            void *arguments[] = {callback, &text};
-            ASSERT_TRUE(callMethod(entryOf("ht-call"), true, arguments, 2));
-            ASSERT_EQ(text, 'b');
-        }
-    };
-    std::thread one(work), two(work);
-    work();
-    one.join();
-    two.join();
+    test::onThreads(3, [=](int) { callOften(callback, 'b'); });
     EXPECT_EQ(mostInside, 1);
     EXPECT_EQ(blocked, 6000);
     EXPECT_EQ(gnucobol::runTime()->current, nullptr);
@@ -266,40 +246,22 @@ void takeContended(void *) {
     releaseMutex(contended);
 }
 
-TEST_F(GnuCobol, waitingForAMutexLetsOthersRun) {
+TEST_F(GnuCobol, threadsThatWaitForAMutexLetOthersRun) {
     contended = openMutex();
     void *callback = item(takeContended);
-    const auto work = [=](bool holding) {
-        for (int i = 0; i < 2000; ++i) {
-            char text = 'a';
-            void *arguments[] = {callback, &text};
-            if (holding) acquireMutex(contended);
-            ASSERT_TRUE(callMethod(entryOf("ht-call"), true, arguments, 2));
-            if (holding) releaseMutex(contended);
-        }
-    };
-    std::thread other(work, true);
-    work(false);
-    other.join();
+    test::onThreads(2, [=](int number) { callOften(callback, 'a', number == 0 ? contended : 0); });
     closeMutex(contended);
 }
 
 void endFromThread(void *) {
+    alarm(20);
     std::thread([] { endRunUnit(6); }).detach();
     for (;;) pause();
 }
 
 TEST_F(GnuCobol, runEndsWithItsCodeFromAnyThread) {
-    const auto child = fork();
-    if (child == 0) {
-        alarm(20);
-        char text = ' ';
-        callWith("ht-call", {item(endFromThread), &text});
-        _exit(99);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 6) << status;
+    char text = ' ';
+    EXPECT_EXIT((callWith("ht-call", {item(endFromThread), &text})), testing::ExitedWithCode(6), "");
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 
 #include "host/host.h"
 #include "host/lock_order.h"
+#include "tests/support/support.h"
 
 namespace oocobol::host::tests {
 namespace {
@@ -29,48 +30,45 @@ bool othersGet(MutexHandle mutex, std::chrono::milliseconds time) {
     return *acquired;
 }
 
-TEST(Mutex, ownerMayAcquireAgainAndMustReleaseAsOften) {
-    const auto mutex = openMutex();
+// One that is closed in the end.
+struct OwnMutex {
+    explicit OwnMutex(MutexKind kind = MutexKind::other) : handle(openMutex(kind)) {}
+    ~OwnMutex() { closeMutex(handle); }
+    operator MutexHandle() const { return handle; }
+    MutexHandle handle;
+};
+
+TEST(Mutex, onlyItsThreadMayAcquireItAgainAndMustReleaseItAsOften) {
+    const OwnMutex mutex;
     acquireMutex(mutex);
     acquireMutex(mutex);
+    std::thread([&] { releaseMutex(mutex); }).join();
     releaseMutex(mutex);
     EXPECT_FALSE(othersGet(mutex, 50ms));
     releaseMutex(mutex);
     EXPECT_TRUE(othersGet(mutex, 5s));
-    closeMutex(mutex);
-}
-
-TEST(Mutex, otherThreadsCannotReleaseIt) {
-    const auto mutex = openMutex();
-    acquireMutex(mutex);
-    std::thread([=] { releaseMutex(mutex); }).join();
-    EXPECT_FALSE(othersGet(mutex, 50ms));
-    releaseMutex(mutex);
-    closeMutex(mutex);
+    std::thread([&] { acquireMutex(mutex); }).join();
+    EXPECT_TRUE(othersGet(mutex, 5s)) << "an ending thread leaves none behind";
 }
 
 TEST(Mutex, staleAndGarbageHandlesAreLetBe) {
     const auto stale = openMutex();
     acquireMutex(stale);
     closeMutex(stale);
-    const auto fresh = openMutex(); // in the same place, and free although the old one was not
+    const OwnMutex fresh; // in the same place, and free although the old one was not
     EXPECT_NE(stale, fresh);
     acquireMutex(fresh);
-    acquireMutex(stale);
-    releaseMutex(stale);
-    closeMutex(stale);
-    EXPECT_FALSE(othersGet(fresh, 50ms));
-    releaseMutex(fresh);
-    EXPECT_TRUE(othersGet(fresh, 5s));
-    closeMutex(fresh);
-
-    std::mt19937_64 random(99);
-    for (int i = 0; i < 100'000; ++i) {
-        const MutexHandle garbage = i % 2 == 0 ? random() : random() % 1000;
+    const auto use = [](MutexHandle garbage) {
         acquireMutex(garbage);
         releaseMutex(garbage);
         closeMutex(garbage);
-    }
+    };
+    use(stale);
+    EXPECT_FALSE(othersGet(fresh, 50ms));
+    releaseMutex(fresh);
+    EXPECT_TRUE(othersGet(fresh, 5s));
+    std::mt19937_64 random(99);
+    for (int i = 0; i < 100'000; ++i) use(i % 2 == 0 ? random() : random() % 1000);
 }
 
 TEST(Mutex, closingSendsWaitingThreadsOn) {
@@ -82,57 +80,40 @@ TEST(Mutex, closingSendsWaitingThreadsOn) {
     waiting.join();
 }
 
-TEST(Mutex, endingThreadLeavesNoneBehind) {
-    const auto mutex = openMutex();
-    std::thread([=] { acquireMutex(mutex); }).join();
-    EXPECT_TRUE(othersGet(mutex, 5s));
-    closeMutex(mutex);
-}
-
-TEST(Mutex, excludesWhileOthersOpenAndClose) {
-    const auto mutex = openMutex();
+TEST(Mutex, excludesThreadsWhileOthersOpenAndClose) {
+    const OwnMutex mutex;
     int counter = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < 20'000; ++i) {
-                const auto own = openMutex();
-                acquireMutex(mutex);
-                acquireMutex(own);
-                ++counter;
-                releaseMutex(mutex);
-                closeMutex(own);
-            }
-        });
-    for (auto &thread : threads) thread.join();
+    test::onThreads(4, [&](int) {
+        for (int i = 0; i < 20'000; ++i) {
+            const OwnMutex own;
+            acquireMutex(mutex);
+            acquireMutex(own);
+            ++counter;
+            releaseMutex(mutex);
+        }
+    });
     EXPECT_EQ(counter, 80'000);
-    closeMutex(mutex);
 }
 
 struct Block {
     std::array<char, 64> text;
-    std::atomic<int> *done;
-    std::uint64_t *self;
+    std::atomic<std::uint64_t> *self;
 };
 
 TEST(Threads, getTheirOwnCopyOfTheBlockAndCleanUp) {
     static std::atomic<int> cleaned{0};
-    std::atomic<int> done{0};
-    std::array<std::uint64_t, 8> selves{};
+    std::array<std::atomic<std::uint64_t>, 8> selves{};
     for (auto &self : selves) {
-        Block block{{"as it was"}, &done, &self};
-        ASSERT_TRUE(createThread(
-            [](void *address) {
-                const auto &mine = *static_cast<Block *>(address);
-                atThreadExit([](void *counter) { ++*static_cast<std::atomic<int> *>(counter); }, &cleaned);
-                *mine.self = std::string_view(mine.text.data()) == "as it was" ? threadSelf() : 0;
-                ++*mine.done;
-            },
-            &block, sizeof block));
+        Block block{{"as it was"}, &self};
+        const auto code = [](void *address) {
+            const auto &mine = *static_cast<Block *>(address);
+            atThreadExit([](void *counter) { ++*static_cast<std::atomic<int> *>(counter); }, &cleaned);
+            *mine.self = std::string_view(mine.text.data()) == "as it was" ? threadSelf() : 0;
+        };
+        ASSERT_TRUE(createThread(code, &block, sizeof block));
         block.text = {"changed"};
     }
-    for (int i = 0; i < 2000 && (done < 8 || cleaned < 8); ++i) std::this_thread::sleep_for(1ms);
-    EXPECT_EQ(done, 8);
+    for (int i = 0; i < 2000 && cleaned < 8; ++i) std::this_thread::sleep_for(1ms);
     EXPECT_EQ(cleaned, 8);
     std::set<std::uint64_t> distinct(selves.begin(), selves.end());
     distinct.insert(threadSelf());
@@ -151,71 +132,58 @@ TEST(Threads, exitActionsRunLatestFirstAndMayAskForMore) {
 
 // Two threads that take two mutexes crosswise, each holding one the yielding way, do not wait for each other.
 TEST(YieldingHold, givesItsMutexUpWhileItsThreadWaits) {
-    const auto mine = openMutex(MutexKind::component), other = openMutex();
+    const OwnMutex mine(MutexKind::component), other;
     std::atomic<bool> holds{false}, done{false};
-    std::thread thread([&] {
-        acquireMutex(other);
-        holds = true;
-        std::this_thread::sleep_for(20ms);
-        const YieldingHold hold(mine); // the main thread has it, and waits
-        EXPECT_TRUE(hold);
-        done = true;
-        releaseMutex(other);
-    });
-    {
+    test::onThreads(2, [&](int number) {
+        if (number == 1) {
+            acquireMutex(other);
+            holds = true;
+            std::this_thread::sleep_for(20ms);
+            const YieldingHold hold(mine); // the first thread has it, and waits
+            EXPECT_TRUE(hold);
+            done = true;
+            releaseMutex(other);
+            return;
+        }
         const YieldingHold hold(mine), again(mine);
         while (!holds) std::this_thread::yield();
         EXPECT_TRUE(acquireMutex(other));
         EXPECT_TRUE(done);
         releaseMutex(other);
         EXPECT_TRUE(hold);
-    }
-    thread.join();
+    });
     EXPECT_TRUE(othersGet(mine, 5s));
-    closeMutex(mine);
-    closeMutex(other);
 }
 
 TEST(YieldingHold, putsTheOuterOneAsideForAnother) {
-    const auto outer = openMutex(MutexKind::component), inner = openMutex(MutexKind::component);
+    const OwnMutex outer(MutexKind::component), inner(MutexKind::component);
+    YieldingHold first(outer);
     {
-        YieldingHold first(outer);
-        {
-            const YieldingHold second(inner);
-            EXPECT_TRUE(othersGet(outer, 5s));
-            EXPECT_FALSE(othersGet(inner, 20ms));
-        }
-        EXPECT_FALSE(othersGet(outer, 20ms));
-        first.release();
+        const YieldingHold second(inner);
         EXPECT_TRUE(othersGet(outer, 5s));
-        closeMutex(outer);
-        EXPECT_FALSE(first.acquire());
+        EXPECT_FALSE(othersGet(inner, 20ms));
     }
-    const YieldingHold nothing(0);
-    EXPECT_FALSE(nothing);
-    closeMutex(inner);
+    EXPECT_FALSE(othersGet(outer, 20ms));
+    first.release();
+    EXPECT_TRUE(othersGet(outer, 5s));
+    closeMutex(outer);
+    EXPECT_FALSE(first.acquire());
+    EXPECT_FALSE(YieldingHold(0));
 }
 
 #if OOCOBOL_CHECKED
 TEST(LockOrder, isRecordedByKind) {
-    const auto manager = openMutex(MutexKind::manager), names = openMutex(MutexKind::names);
+    const OwnMutex manager(MutexKind::manager), names(MutexKind::names);
     acquireMutex(manager);
     acquireMutex(names);
-    releaseMutex(names);
-    releaseMutex(manager);
     EXPECT_TRUE(lockOrder::seen(MutexKind::manager, MutexKind::names));
     EXPECT_FALSE(lockOrder::seen(MutexKind::names, MutexKind::manager));
-    closeMutex(manager);
-    closeMutex(names);
 }
 
 TEST(LockOrderDeathTest, whoHoldsTwoComponentsEndsTheRun) {
-    const auto one = openMutex(MutexKind::component), other = openMutex(MutexKind::component);
+    const OwnMutex one(MutexKind::component), other(MutexKind::component);
     acquireMutex(one);
     EXPECT_DEATH(acquireMutex(other), "two components");
-    releaseMutex(one);
-    closeMutex(one);
-    closeMutex(other);
 }
 #endif
 

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "host/host.h"
-#include "temporary_folder.h"
+#include "tests/host/temporary_folder.h"
 
 namespace oocobol::host::tests {
 namespace {
@@ -36,18 +36,14 @@ TEST(Programs, registeredEntriesAreFoundInAnyCaseUntilWithdrawn) {
     host_register_entry(nullptr, countArguments);
 }
 
-TEST(Programs, runTimeFunctionsAndStartUpCodeAreNoPrograms) {
+TEST(Programs, runTimeFunctionsStartUpCodeAndWhatIsNoNameAreNoPrograms) {
+    using namespace std::string_literals;
     for (const auto *name : {"clock", "remove", "system", "abort", "CLOCK", "log", "environ", "malloc", "main", "_init",
                              "_start", "dlopen", "oopscancel", "host_register_entry", "_ZSt9terminatev", "stdout"})
         EXPECT_FALSE(findProgram(name)) << name;
-}
-
-TEST(Programs, whatIsNoNameIsNotFound) {
-    for (const auto *name : {"", "\"\"", "\"", " ", "a b", "../a", "/lib/x", "a\nb", "no-such-program"})
+    for (const auto &name : {""s, "\"\""s, "\""s, " "s, "a b"s, "../a"s, "/lib/x"s, "a\nb"s, "no-such-program"s,
+                             "a\0b"s, std::string(81, 'x'), std::string(100'000, 'x')})
         EXPECT_FALSE(findProgram(name)) << name;
-    EXPECT_FALSE(findProgram(std::string(81, 'x')));
-    EXPECT_FALSE(findProgram(std::string(100'000, 'x')));
-    EXPECT_FALSE(findProgram(std::string("a\0b", 3)));
 }
 
 TEST(Programs, modulesAreSearchedInTheLibraryPath) {

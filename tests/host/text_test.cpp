@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "host/host.h"
-#include "temporary_folder.h"
+#include "tests/host/temporary_folder.h"
 
 namespace oocobol::host::tests {
 namespace {
@@ -13,18 +13,19 @@ namespace {
 TEST(Text, onlyAsciiLettersChangeAtEveryAlignmentAndLength) {
     std::string all;
     for (int i = 0; i < 512; ++i) all += static_cast<char>(i * 7);
+    // What is asked of the C locale, which knows ASCII letters only.
+    const auto check = [&](void (*convert)(char *, std::size_t), int (*expect)(int), std::size_t start,
+                           std::size_t length) {
+        auto converted = all, expected = all;
+        convert(converted.data() + start, length);
+        for (std::size_t i = start; i < start + length; ++i)
+            expected[i] = static_cast<char>(expect(static_cast<unsigned char>(all[i])));
+        ASSERT_EQ(converted, expected) << start << " " << length;
+    };
     for (std::size_t start = 0; start < 17; ++start)
         for (std::size_t length = 0; length < 300; length += length < 40 ? 1 : 37) {
-            auto upper = all, lower = all, expectedUpper = all, expectedLower = all;
-            toUpper(upper.data() + start, length);
-            toLower(lower.data() + start, length);
-            for (std::size_t i = start; i < start + length; ++i) { // the C locale knows ASCII letters only
-                const auto byte = static_cast<unsigned char>(all[i]);
-                expectedUpper[i] = static_cast<char>(std::toupper(byte));
-                expectedLower[i] = static_cast<char>(std::tolower(byte));
-            }
-            ASSERT_EQ(upper, expectedUpper) << start << " " << length;
-            ASSERT_EQ(lower, expectedLower) << start << " " << length;
+            check(toUpper, std::toupper, start, length);
+            check(toLower, std::tolower, start, length);
         }
 }
 
@@ -41,12 +42,10 @@ TEST(Text, leadBytesAreThoseOfShiftJis) {
 TEST(System, switchDecidesOverTheLocale) {
     const Environment locale("LC_ALL", "C");
     EXPECT_EQ(systemInfo().type, 128);
-    const Environment yes("OOCOBOL_DBCS", "1");
-    EXPECT_TRUE(systemInfo().doubleByte);
-    const Environment no("OOCOBOL_DBCS", "0");
-    EXPECT_FALSE(systemInfo().doubleByte);
-    const Environment neither("OOCOBOL_DBCS", "perhaps");
-    EXPECT_FALSE(systemInfo().doubleByte);
+    for (const auto *setting : {"1", "0", "perhaps"}) {
+        const Environment given("OOCOBOL_DBCS", setting);
+        EXPECT_EQ(systemInfo().doubleByte, *setting == '1') << setting;
+    }
 }
 
 TEST(ExternalByte, nameStandsForOneItemInAnySpelling) {

@@ -1,6 +1,5 @@
 // Every method of the library, sent with what it needs left out, and with values that make no sense: an error or an
 // answer, never a crash. Under the address sanitizer these find the most.
-#include <map>
 #include <set>
 
 #include "tests/support/support.h"
@@ -36,11 +35,6 @@ Ref sample(const ClassFamily &family) {
     return createInstance(self);
 }
 
-struct Area {
-    alignas(16) std::byte bytes[4096];
-    explicit Area(int filler) { std::memset(bytes, filler, sizeof bytes); }
-};
-
 // What a method answers is the caller's, who does not look at it here: objects are finalized, memory is given back.
 const std::set<std::string> answersMemory = {"malloc", "allocateelement", "allocateelements"};
 
@@ -61,96 +55,87 @@ void endWhatWasMade(const std::set<std::uint64_t> &before) {
 // beyond the areas are not among the fillers.
 constexpr int small = 0x20, negative = 0xFF;
 
-// Sends the message over the given areas, the one at `leftOut` omitted (0: the returning item, none: all given).
-void sendOver(const char *name, Ref receiver, unsigned parameters, int filler, unsigned leftOut) {
-    Area returning(0);
-    std::vector<Area> areas(parameters, Area(filler));
+// Sends the message over areas of the filler, the one at `leftOut` omitted (0: the returning item, none: all given).
+void sendOver(const std::string &name, Ref receiver, unsigned parameters, int filler, unsigned leftOut) {
+    constexpr std::size_t width = 4096;
+    std::vector<std::string> areas(parameters, std::string(width, static_cast<char>(filler)));
     void *arguments[maximumArguments] = {};
     for (unsigned i = 0; i < parameters; ++i) {
-        if (i == leftOut) continue;
-        arguments[i] = i == 0 ? returning.bytes : areas[i].bytes;
-        if (filler == small) std::memcpy(areas[i].bytes, "\3\0\0", 4);
-        if (i != 0) std::memcpy(areas[i].bytes + sizeof areas[i].bytes - 2, " ", 2); // texts end somewhere
+        if (i == 0)
+            areas[i].assign(width, '\0');
+        else if (filler == small)
+            std::memcpy(areas[i].data(), "\3\0\0", 4);
+        if (i != 0) std::memcpy(areas[i].data() + width - 2, " ", 2); // texts end somewhere
+        if (i != leftOut) arguments[i] = areas[i].data();
     }
     const auto before = ownedObjects();
-    sendByName(receiver, name, nullptr, nullptr, arguments, parameters);
+    sendByName(receiver, name.c_str(), nullptr, nullptr, arguments, parameters);
     if (answersMemory.contains(name)) {
         void *memory = nullptr;
-        std::memcpy(&memory, returning.bytes, sizeof memory);
+        std::memcpy(&memory, areas[0].data(), sizeof memory);
         release(memory);
     }
     endWhatWasMade(before);
 }
 
+// A method of every class, on a receiver that ends afterwards: the class or a sample of it.
+struct Message {
+    const ClassFamily &family;
+    bool onClass;
+    std::string name;
+    unsigned parameters;
+
+    template <class Action> void onReceiver(Action action) const {
+        const auto receiver = onClass ? family.classObject : sample(family);
+        action(receiver);
+        if (!onClass && isLive(receiver)) send<Ref>(SITE("finalize"), receiver);
+    }
+};
 template <class Action> void forEveryMethod(Action action) {
+    const RaisedErrors errors;
+    ::testing::internal::CaptureStdout();
     for (const auto *definition : libraryClasses()) {
         const auto *family = familyOfClass(classForProgram(definition->program));
         ASSERT_NE(family, nullptr) << definition->program;
         for (const auto onClass : {true, false}) {
             for (const auto &method : family->methods(onClass).inOrder()) {
                 const std::string name = selectorOf(method.selector).name;
-                if (speaksToPeople.contains(name)) continue;
-                if (onClass && name == "finalize") continue;
-                action(*family, onClass, name, method.parameters);
+                if (speaksToPeople.contains(name) || (onClass && name == "finalize")) continue;
+                action(Message{*family, onClass, name, method.parameters});
             }
         }
     }
+    ::testing::internal::GetCapturedStdout();
 }
-
-Ref receiverFor(const ClassFamily &family, bool onClass) { return onClass ? family.classObject : sample(family); }
-
-void endSample(Ref receiver, bool onClass) {
-    if (!onClass && isLive(receiver)) send<Ref>(SITE("finalize"), receiver);
-}
-
-bool handsOutMemory(const std::string &name) { return name == "malloc" || name.rfind("allocate", 0) == 0; }
 
 TEST(EveryMethod, SurvivesEachArgumentLeftOut) {
-    const RaisedErrors errors;
-    ::testing::internal::CaptureStdout();
-    forEveryMethod([&](const ClassFamily &family, bool onClass, const std::string &name, unsigned parameters) {
-        if (handsOutMemory(name)) return; // an area that is answered to nobody cannot be released by anybody
-        for (unsigned leftOut = 0; leftOut < parameters; ++leftOut) {
-            if (takesRawAddresses(name) && leftOut != 1) continue;
-            const auto receiver = receiverFor(family, onClass);
-            sendOver(name.c_str(), receiver, parameters, 0, leftOut);
-            endSample(receiver, onClass);
+    forEveryMethod([](const Message &message) {
+        // An area that is answered to nobody cannot be released by anybody.
+        if (message.name == "malloc" || message.name.starts_with("allocate")) return;
+        for (unsigned leftOut = 0; leftOut < message.parameters; ++leftOut) {
+            if (takesRawAddresses(message.name) && leftOut != 1) continue;
+            message.onReceiver([&](Ref receiver) { sendOver(message.name, receiver, message.parameters, 0, leftOut); });
         }
-        const auto receiver = receiverFor(family, onClass);
-        void *nothing[maximumArguments] = {};
-        const auto before = ownedObjects();
-        sendByName(receiver, name.c_str(), nullptr, nullptr, nothing, 1);
-        endWhatWasMade(before);
-        endSample(receiver, onClass);
-    });
-    ::testing::internal::GetCapturedStdout();
-}
-
-TEST(EveryMethod, SurvivesValuesThatMakeNoSense) {
-    const RaisedErrors errors;
-    ::testing::internal::CaptureStdout();
-    for (const int filler : {small, negative}) {
-        forEveryMethod([&](const ClassFamily &family, bool onClass, const std::string &name, unsigned parameters) {
-            if (takesRawAddresses(name)) return;
-            const auto receiver = receiverFor(family, onClass);
-            sendOver(name.c_str(), receiver, parameters, filler, maximumArguments);
-            endSample(receiver, onClass);
+        message.onReceiver([&](Ref receiver) {
+            void *nothing[maximumArguments] = {};
+            const auto before = ownedObjects();
+            sendByName(receiver, message.name.c_str(), nullptr, nullptr, nothing, 1);
+            endWhatWasMade(before);
         });
-    }
-    ::testing::internal::GetCapturedStdout();
+    });
 }
 
-TEST(EveryMethod, SurvivesANullAndAStaleReceiver) {
-    const RaisedErrors errors;
+TEST(EveryMethod, SurvivesValuesThatMakeNoSenseAndReceiversThatAreNone) {
     const auto stale = createInstance(classForProgram("base"));
     cancelObject(stale);
-    ::testing::internal::CaptureStdout();
-    forEveryMethod([&](const ClassFamily &, bool, const std::string &name, unsigned parameters) {
-        if (takesRawAddresses(name)) return;
-        sendOver(name.c_str(), null, parameters, 0, maximumArguments);
-        sendOver(name.c_str(), stale, parameters, 0, maximumArguments);
+    forEveryMethod([&](const Message &message) {
+        if (takesRawAddresses(message.name)) return;
+        for (const int filler : {small, negative})
+            message.onReceiver(
+                [&](Ref receiver) { sendOver(message.name, receiver, message.parameters, filler, maximumArguments); });
+        for (const auto receiver : {null, stale})
+            sendOver(message.name, receiver, message.parameters, 0, maximumArguments);
     });
-    ::testing::internal::GetCapturedStdout();
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // References: what is live, what is stale, and what never was one.
 #include <random>
 
+#include "tests/support/says.h"
 #include "tests/support/support.h"
 
 namespace oocobol::test {
@@ -45,48 +46,31 @@ TEST(References, GarbageIsNeverAnObject) {
     for (const auto number : raised) EXPECT_TRUE(number == 106 || number == 7) << number;
 }
 
-TEST(References, AStaleReceiverRaisesItsOwnErrorWithTheMessage) {
-    RaisedErrors errors;
-    const auto object = newObject();
-    finalize(object);
-    send<Ref>(SITE("copy"), object);
-    EXPECT_EQ(errors.numbers(), std::vector<Count>{106});
-    finalize(object);
-    EXPECT_EQ(errors.numbers(), std::vector<Count>{106}) << "finalized twice";
-}
-
-TEST(References, BecomesExchangesWhatTheyReach) {
-    const auto one = newObject();
-    const auto other = text("other");
-    send(SITE("becomes"), one, other);
-    EXPECT_EQ(valueOf(one), "other");
-    EXPECT_EQ(classOf(other), classForProgram("base"));
-    finalize(one);
+TEST(References, BecomeWhatTheyAreExchangedForAndRaiseWhenStale) {
+    const auto one = newObject(), other = text("other");
+    says(one, "becomes $1; * -> 'other'; $1 class -> $base; finalize; copy -> error 106; finalize -> error 106",
+         {other});
     EXPECT_TRUE(isLive(other));
     finalize(other);
 }
 
 TEST(References, CopiesContentsOnlyBetweenLikeObjects) {
-    RaisedErrors errors;
-    const auto one = newObject(), other = newObject(), different = text("abc");
-    EXPECT_EQ(oopscopyobjectcontents(one.bits, other.bits), 1);
-    EXPECT_EQ(oopscopyobjectcontents(one.bits, different.bits), 0);
-    EXPECT_EQ(oopscopyobjectcontents(one.bits, 0), 0);
-    for (const auto object : {one, other, different}) finalize(object);
+    const RaisedErrors errors;
+    const Temporary one(newObject()), other(newObject()), different(text("abc"));
+    EXPECT_EQ(oopscopyobjectcontents(one.ref().bits, other.ref().bits), 1);
+    EXPECT_EQ(oopscopyobjectcontents(one.ref().bits, different.ref().bits), 0);
+    EXPECT_EQ(oopscopyobjectcontents(one.ref().bits, 0), 0);
 }
 
 TEST(References, ComponentSlotsFollowTheObject) {
     int data = 0;
-    const auto object = newObject();
-    EXPECT_EQ(oopsgetcomponentdata(object.bits), nullptr);
-    oopssetcomponentdata(object.bits, &data);
-    EXPECT_EQ(oopsgetcomponentdata(object.bits), &data);
-    oopscancel(object.bits);
-    EXPECT_EQ(oopsgetcomponentdata(object.bits), nullptr);
     for (int i = 0; i < 2000; ++i) {
-        const auto next = newObject();
-        EXPECT_EQ(oopsgetcomponentdata(next.bits), nullptr) << "inherited from the object before it";
-        oopscancel(next.bits);
+        const auto object = newObject().bits;
+        EXPECT_EQ(oopsgetcomponentdata(object), nullptr) << "inherited from the object before it";
+        oopssetcomponentdata(object, &data);
+        EXPECT_EQ(oopsgetcomponentdata(object), &data);
+        oopscancel(object);
+        EXPECT_EQ(oopsgetcomponentdata(object), nullptr);
     }
 }
 

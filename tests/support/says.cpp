@@ -74,7 +74,8 @@ public:
         auto sent = bare(cut(expected, "->"));
         expected = bare(expected);
         auto object = receiver;
-        if (sent.starts_with('$')) object = namedAt(cut(sent, " "));
+        if (sent.starts_with('$') || sent.starts_with("it ") || sent.starts_with("nil "))
+            object = namedAt(cut(sent, " "));
         answer.fill(std::byte{0});
         std::string wrong;
         if (sent == "*")
@@ -93,7 +94,11 @@ public:
     }
 
 private:
-    Ref namedAt(std::string_view name) const { return named[static_cast<std::size_t>(numberIn(name.substr(1)) - 1)]; }
+    Ref namedAt(std::string_view name) const {
+        if (name == "it" || name == "nil") return name == "it" ? it : null;
+        const auto number = static_cast<std::size_t>(numberIn(name.substr(1)));
+        return number > 0 ? named.at(number - 1) : classForProgram(name.substr(1));
+    }
     static std::int64_t numberIn(std::string_view digits) {
         std::int64_t number = 0;
         std::from_chars(digits.data(), digits.data() + digits.size(), number);
@@ -135,7 +140,7 @@ private:
     std::string bytesOf(std::string_view item) const {
         if (item.starts_with('\'')) return std::string(inside(item));
         if (item.starts_with('[')) return std::string(areaSize, '\0');
-        if (item.starts_with('$')) {
+        if (item.starts_with('$') || item == "it") {
             const auto object = namedAt(item);
             return {reinterpret_cast<const char *>(&object), sizeof object};
         }
@@ -144,8 +149,12 @@ private:
     }
 
     // The answer in the form in which the expectation is written.
-    std::string show(std::string_view expected, bool own) const {
+    std::string show(std::string_view expected, bool own) {
         const auto object = answered<Ref>();
+        if (expected == "it") {
+            it = object;
+            return isLive(object) ? "it" : "no object";
+        }
         if (expected == "nil") return object ? "an object" : "nil";
         if (expected.starts_with('$')) return object == namedAt(expected) ? std::string(expected) : "another object";
         if (expected.starts_with('['))
@@ -160,7 +169,7 @@ private:
         return std::to_string(high == 0 ? answered<std::int32_t>() : answered<std::int64_t>());
     }
 
-    Ref receiver;
+    Ref receiver, it{};
     std::vector<Ref> named;
     RaisedErrors errors;
     alignas(8) std::array<std::byte, areaSize> answer;
@@ -168,12 +177,12 @@ private:
 
 } // namespace
 
-void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named, std::source_location where) {
+void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named, const char *file, int line) {
     Conversation talk(receiver, named);
     while (!bare(conversation).empty()) {
         const auto message = bare(cut(conversation, ";"));
         if (const auto wrong = talk.take(message); !wrong.empty())
-            ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line())) << message << ": " << wrong;
+            ADD_FAILURE_AT(file, line) << message << ": " << wrong;
     }
 }
 

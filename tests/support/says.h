@@ -6,19 +6,20 @@
 // Messages are separated by semicolons, their arguments by commas. A message that raises an error it was not expected
 // to raise fails, whatever it answers. Areas for what no message can hold in full are tested with EXPECT_ in C++.
 //
-//   as an argument        12 a 4-byte number, 'text' its bytes and a null, $1 the first named object, - omitted,
-//                         [bytes] an area that must hold these bytes afterwards and nothing else
+//   as an argument        12 a 4-byte number, 'text' its bytes and a null, $1 the first named object, $bag the class
+//                         of that program, nil, - omitted, [bytes] an area that must hold these bytes afterwards and
+//                         nothing else
 //   behind the arrow      12 a number of up to 8 bytes, 'text' an object with that value, (a b) a collection of these
-//                         words, [bytes] an area of these bytes and nothing else, $1 that very object, nil,
+//                         words, [bytes] an area of these bytes and nothing else, $1 that very object, nil, it any
+//                         object, which goes by that name from there on: getoutputs -> it; it size -> 3,
 //                         error 3 the errors raised in this order, then perhaps what is answered: error 3 -> 0
-//   in front              $1 size: to the first named object instead
+//   in front              $1 size: to the first named object instead; nil size, it size
 //   *                     the receiver itself, to be compared as if it were answered
 //
 // An object answered as 'text' or (words) is finalized: it is the sender's.
 #pragma once
 
 #include <initializer_list>
-#include <source_location>
 #include <string_view>
 
 #include "runtime/types.h"
@@ -26,6 +27,6 @@
 namespace oocobol::test {
 
 void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named = {},
-          std::source_location where = std::source_location::current());
+          const char *file = __builtin_FILE(), int line = __builtin_LINE());
 
 } // namespace oocobol::test

@@ -14,21 +14,14 @@ namespace {
 thread_local RaisedErrors *innermost = nullptr;
 
 // The system handler that all tests share: it answers to the innermost record of the thread.
-std::int64_t recordError(void *object, void *number, void *, void *, void *, void *, void *, void *, void *, void *,
-                         void *, void *, void *, void *, void *) {
-    if (innermost == nullptr) return 0;
+void recordMethod(const oops_ref *, void *, void *returning, void *object, void *number, void *) {
+    if (innermost == nullptr) return;
     RaisedErrors::Raised raised{};
     if (object != nullptr) std::memcpy(&raised.object, object, sizeof raised.object);
     if (number != nullptr) std::memcpy(&raised.number, number, sizeof raised.number);
     innermost->all.push_back(raised);
     if (innermost->action) innermost->action(raised.object, raised.number);
-    return static_cast<std::int64_t>(innermost->answer);
-}
-
-void recordMethod(const oops_ref *, void *, void *returning, void *object, void *number, void *) {
-    recordError(object, number, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                nullptr, nullptr, nullptr, nullptr);
-    if (innermost != nullptr && innermost->answers && returning != nullptr)
+    if (innermost->answers && returning != nullptr)
         std::memcpy(returning, &innermost->answer, sizeof innermost->answer);
 }
 
@@ -147,6 +140,10 @@ OutsideClass &OutsideClass::classMethod(const char *name, oops_method code, int 
 }
 OutsideClass &OutsideClass::method(const char *name, oops_method code, int parameters) {
     EXPECT_EQ(oopsrecordmethod(record.data(), record.size(), name, code, parameters, 0), 1);
+    return *this;
+}
+OutsideClass &OutsideClass::initialiser(oops_initialiser code) {
+    std::memcpy(record.data() + 40, &code, sizeof code);
     return *this;
 }
 Ref OutsideClass::registerIt() {

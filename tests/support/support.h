@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -111,12 +112,21 @@ public:
                  std::uint32_t instanceData = 0);
     OutsideClass &classMethod(const char *name, oops_method code, int parameters);
     OutsideClass &method(const char *name, oops_method code, int parameters);
+    OutsideClass &initialiser(oops_initialiser code); // runs over the data of every new instance
     Ref registerIt();
     void extend(); // adds the methods to a class that is registered already
 
 private:
     std::vector<std::byte> record;
 };
+// Runs the action, which is given a number from 0 on, on so many threads at once: this one is the first of them.
+template <class Action> void onThreads(int count, Action action) {
+    std::vector<std::thread> others;
+    for (int i = 1; i < count; ++i) others.emplace_back([&action, i] { action(i); });
+    action(0);
+    for (auto &running : others) running.join();
+}
+
 // Function pointers of methods have their own parameters; the record takes them as one type.
 template <class... Parameters> oops_method asMethod(void (*code)(Parameters...)) {
     return reinterpret_cast<oops_method>(code);

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/support.h"
@@ -37,43 +38,41 @@ inline void note(const oops_ref *self, const char *method, void *returning, cons
     constexpr std::int64_t answer = 77;
     if (returning != nullptr) std::memcpy(returning, &answer, sizeof answer);
 }
-inline void onNote(const oops_ref *self, void *, void *returning, const std::int64_t *argument) {
-    note(self, "note", returning, argument);
-}
-inline void onOther(const oops_ref *self, void *, void *returning, const std::int64_t *argument) {
-    note(self, "other", returning, argument);
-}
-inline void onChanged(const oops_ref *self, void *, void *returning, const std::int64_t *argument) {
-    note(self, "changed", returning, argument);
-}
-inline void onDeleted(const oops_ref *self, void *, void *returning, const std::int64_t *argument) {
-    note(self, "deleted", returning, argument);
+inline constexpr const char *listened[] = {"note", "other", "changed", "deleted"};
+template <int which> void on(const oops_ref *self, void *, void *returning, const std::int64_t *argument) {
+    note(self, listened[which], returning, argument);
 }
 
 inline Ref listenerClass() {
     static const auto made = OutsideClass("cmlisten", "listener", classForProgram("base"))
-                                 .method("note", asMethod(onNote), 2)
-                                 .method("other", asMethod(onOther), 2)
-                                 .method("changed", asMethod(onChanged), 2)
-                                 .method("deleted", asMethod(onDeleted), 2)
+                                 .method(listened[0], asMethod(on<0>), 2)
+                                 .method(listened[1], asMethod(on<1>), 2)
+                                 .method(listened[2], asMethod(on<2>), 2)
+                                 .method(listened[3], asMethod(on<3>), 2)
                                  .registerIt();
     return made;
 }
-inline Ref newListener() { return send<Ref>(SITE("new"), listenerClass()); }
+// Those that have been made while there is a log.
+inline thread_local std::vector<Ref> listeners;
+inline Ref newListener() {
+    const auto made = send<Ref>(SITE("new"), listenerClass());
+    if (log != nullptr) listeners.push_back(made);
+    return made;
+}
 
 // A component with one output signal "go".
-inline Ref newSource(const char *signal = "go") {
+inline Ref newSource() {
     const auto made = newListener();
     send(SITE("makecomponent"), made);
-    send(SITE("defineoutsignal"), made, Bytes{signal});
+    send(SITE("defineoutsignal"), made, Bytes{"go"});
     return made;
 }
 // A component whose input signal "go" on the socket "in" runs `note`.
-inline Ref newReceiver(const char *signal = "go", const char *method = "note") {
+inline Ref newReceiver(const char *method = "note") {
     const auto made = newListener();
     send(SITE("makecomponent"), made);
     send(SITE("defineinsocket"), made, Bytes{"in"});
-    send(SITE("defineinsignal"), made, Bytes{signal}, Bytes{"in"}, Bytes{method});
+    send(SITE("defineinsignal"), made, Bytes{"go"}, Bytes{"in"}, Bytes{method});
     return made;
 }
 inline void connect(Ref source, Ref target) { send(SITE("connectto"), source, target, Bytes{"in"}); }
@@ -81,8 +80,24 @@ inline Count connections(Ref source, const char *signal = "go") {
     const auto list = send<Ref>(SITE("getoutputsignalcallbacks"), source, Bytes{signal});
     return list ? send<Count>(SITE("size"), list) : 0;
 }
-inline std::int64_t tell(Ref source, std::int64_t argument, const char *signal = "go") {
-    return send<std::int64_t>(SITE("signal"), source, Bytes{signal}, argument);
-}
+inline void tell(Ref source, std::int64_t argument) { send(SITE("signal"), source, Bytes{"go"}, argument); }
+
+// A test that notes what is told. The listeners that it leaves are finalized; nothing else may be left.
+class Listening : public ::testing::Test {
+protected:
+    Listening() { log = &told; }
+    ~Listening() override {
+        log = nullptr;
+        for (const auto listener : std::exchange(listeners, {})) {
+            if (isLive(listener)) finalize(listener);
+        }
+    }
+    static void SetUpTestSuite() { // what lives as long as the process is made now
+        const RaisedErrors errors;
+        for (const auto made : {newSource(), newReceiver()}) finalize(made);
+    }
+    LeakCheck leaks;
+    Log told;
+};
 
 } // namespace oocobol::test

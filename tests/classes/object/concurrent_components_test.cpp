@@ -1,7 +1,6 @@
 // Components used by many threads at once.
 #include <atomic>
 #include <random>
-#include <thread>
 
 #include "host/lock_order.h"
 #include "tests/classes/object/components.h"
@@ -12,29 +11,15 @@ namespace {
 std::atomic<std::uint64_t> received{0};
 void onCount(const oops_ref *, void *, void *, const std::int64_t *) { ++received; }
 
-Ref counterClass() {
-    static const auto made =
-        OutsideClass("cmcount", "counter", classForProgram("base")).method("note", asMethod(onCount), 2).registerIt();
-    return made;
-}
 Ref newCounter() {
-    const auto made = send<Ref>(SITE("new"), counterClass());
+    static const auto counterClass =
+        OutsideClass("cmcount", "counter", classForProgram("base")).method("note", asMethod(onCount), 2).registerIt();
+    const auto made = send<Ref>(SITE("new"), counterClass);
     send(SITE("makecomponent"), made);
     send(SITE("defineoutsignal"), made, Bytes{"go"});
     send(SITE("defineinsocket"), made, Bytes{"in"});
     send(SITE("defineinsignal"), made, Bytes{"go"}, Bytes{"in"}, Bytes{"note"});
     return made;
-}
-
-template <class Action> void onThreads(int count, Action action) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) {
-        threads.emplace_back([&, i] {
-            const RaisedErrors errors; // of objects that have just gone: 93, 94, 106
-            action(i);
-        });
-    }
-    for (auto &running : threads) running.join();
 }
 
 class ConcurrentComponents : public ::testing::Test {
@@ -43,17 +28,14 @@ protected:
         const RaisedErrors errors;
         finalize(newCounter());
     }
+    LeakCheck leaks;
 };
 
 TEST_F(ConcurrentComponents, EveryThreadsSignalReachesAllReceivers) {
-    const LeakCheck leaks;
     constexpr int threads = 4, signals = 500, receivers = 5;
     const auto source = newCounter();
-    std::vector<Ref> counters;
-    for (int i = 0; i < receivers; ++i) {
-        counters.push_back(newCounter());
-        connect(source, counters.back());
-    }
+    std::vector<Ref> counters(receivers);
+    for (auto &counter : counters) connect(source, counter = newCounter());
     received = 0;
     onThreads(threads, [&](int) {
         for (int i = 0; i < signals; ++i) tell(source, i);
@@ -64,9 +46,8 @@ TEST_F(ConcurrentComponents, EveryThreadsSignalReachesAllReceivers) {
 }
 
 TEST_F(ConcurrentComponents, AreMadeOnceByManyThreads) {
-    const LeakCheck leaks;
     for (int round = 0; round < 50; ++round) {
-        const auto object = send<Ref>(SITE("new"), counterClass());
+        const auto object = send<Ref>(SITE("new"), CLASS("cmcount"));
         onThreads(4, [&](int) { send(SITE("makecomponent"), object); });
         EXPECT_TRUE(send<bool>(SITE("iscomponent"), object));
         finalize(object);
@@ -76,34 +57,25 @@ TEST_F(ConcurrentComponents, AreMadeOnceByManyThreads) {
 // Every thread signals, connects, disconnects and replaces components of one pool, crosswise; those in the first places
 // stay. No order of locks may end in a deadlock, and nothing may be left over.
 TEST_F(ConcurrentComponents, SignalConnectAndEndAtOnce) {
-    const LeakCheck leaks;
     constexpr std::size_t places = 12, staying = 4;
     constexpr int steps = 400;
     std::array<std::atomic<std::uint64_t>, places> pool;
     for (auto &place : pool) place = newCounter().bits;
     onThreads(4, [&](int number) {
+        const RaisedErrors errors; // of objects that have just gone: 93, 94, 106
         std::mt19937 random(static_cast<unsigned>(number));
         const auto pick = [&] { return Ref{pool[random() % places].load()}; };
         for (int i = 0; i < steps; ++i) {
             const auto source = pick(), target = pick();
-            switch (random() % 6) {
-            case 0:
-            case 1:
+            const auto what = random() % 6;
+            if (what < 2)
                 tell(source, i);
-                break;
-            case 2:
-            case 3:
+            else if (what < 4)
                 connect(source, target);
-                break;
-            case 4:
+            else if (what == 4)
                 send(SITE("disconnectsignal"), source, Bytes{"go"}, target);
-                break;
-            default: {
-                const auto fresh = newCounter();
-                const auto former = pool[staying + random() % (places - staying)].exchange(fresh.bits);
-                finalize(Ref{former});
-            }
-            }
+            else
+                finalize(Ref{pool[staying + random() % (places - staying)].exchange(newCounter().bits)});
         }
     });
     const RaisedErrors errors;
@@ -115,7 +87,6 @@ TEST_F(ConcurrentComponents, SignalConnectAndEndAtOnce) {
 }
 
 TEST_F(ConcurrentComponents, TwoThatEndEachOther) {
-    const LeakCheck leaks;
     for (int round = 0; round < 200; ++round) {
         Ref pair[2] = {newCounter(), newCounter()};
         connect(pair[0], pair[1]);
