@@ -19,6 +19,7 @@ protected:
             if (isLive(made)) finalize(made);
         }
     }
+    const RaisedErrors errors; // has its handler on the stack before the test looks
     const Ref object = createInstance(CLASS("base"));
     // Counts, does what it is told to do, and answers 7.
     int calls = 0;
