@@ -7,9 +7,13 @@
 // to raise fails, whatever it answers. Areas for what no message can hold in full are tested with EXPECT_ in C++.
 //
 //   as an argument        12 a 4-byte number, 'text' its bytes and a null, $1 the first named object, - omitted,
-//                         [bytes] an area that must hold these bytes afterwards and nothing else
+//                         [bytes] an area that must hold these bytes afterwards and nothing else,
+//                         fig an element of the receiver, padded with spaces; (a b) a collection as the receiver is
+//                         one, of these words
 //   behind the arrow      12 a number of up to 8 bytes, 'text' an object with that value, (a b) a collection of these
-//                         words, [bytes] an area of these bytes and nothing else, $1 that very object, nil,
+//                         words (sorted where it has no order), [bytes] an area of these bytes and nothing else,
+//                         fig an element that is just as wide as the receiver's are, zeros one of zeros, untouched
+//                         nothing at all, $1 that very object, nil,
 //                         error 3 the errors raised in this order, then perhaps what is answered: error 3 -> 0
 //   in front              $1 size: to the first named object instead
 //   *                     the receiver itself, to be compared as if it were answered
