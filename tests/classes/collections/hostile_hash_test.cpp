@@ -2,7 +2,7 @@
 // grown or walked. What is looked for are crashes, endless loops and lost memory; the sanitizers look on.
 #include <functional>
 
-#include "tests/classes/collections/hash_model.h"
+#include "tests/classes/collections/collections.h"
 
 namespace oocobol::test {
 namespace {
