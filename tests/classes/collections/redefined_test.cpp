@@ -58,7 +58,7 @@ std::map<std::string, int> messagesOf(Ref classObject) {
 }
 
 // What is sent to a collection, with letters for the arguments: e an element, d another one, l the collection itself,
-// o a second one, x a block, n -2, m 30, digits. Not all of it is for every kind: then there are the same errors.
+// o another one, c a copy, x a block, n -2, m 30, digits. What is not for a kind of collection raises the same errors.
 constexpr char toElements[] =
     "includes e; occurrencesof e; indexof e; lastindexof e19; firstindexof e19; firstindexofidentity e19; copywith e; "
     "copywithout e; remove e; add e; at e; includeskey e; keyatdata e";
@@ -88,8 +88,8 @@ public:
         auto &create = isDictionary ? SITE("ofassociations") : SITE("ofvalues");
         list = send<Ref>(create, ofCollections, elements, Index{isArray ? 6 : 3});
         other = send<Ref>(create, ofCollections, elements, Index{isArray ? 3 : 0});
-        for (const auto *fill = "123012"; *fill != 0; ++fill) give(list, *fill, isArray, isDictionary);
-        for (const auto *fill = "123"; *fill != 0; ++fill) give(other, *fill, isArray, isDictionary);
+        fill(list, "123012", isDictionary);
+        fill(other, "123", isDictionary);
         twin = send<Ref>(SITE("copy"), list);
         for (const auto value : {'0', '2', '7'}) {
             element = elementOf(value);
@@ -112,36 +112,30 @@ private:
         objects.push_back(send<Ref>(SITE("withvalue"), texts, Bytes{word}));
         return padded({reinterpret_cast<const char *>(&objects.back()), sizeof(Ref)}, 32);
     }
-    void give(Ref collection, char value, bool isArray, bool isDictionary) {
-        const auto given = elementOf(value);
-        const auto index = isArray ? ++filled[collection.bits] : 0;
-        if (isArray)
-            send(SITE("atput"), collection, index, area(given));
-        else if (isDictionary)
-            send(SITE("atput"), collection, area(given), area(elementOf('9')));
-        else
-            send(SITE("add"), collection, area(given));
+    void fill(Ref collection, std::string_view values, bool isDictionary) {
+        Index index = 0;
+        for (const auto value : values) {
+            const auto given = elementOf(value);
+            ++index;
+            if (isDictionary)
+                send(SITE("atput"), collection, area(given), area(elementOf('9')));
+            else if (sizeOf(collection) >= index)
+                send(SITE("atput"), collection, index, area(given));
+            else
+                send(SITE("add"), collection, area(given));
+        }
     }
     std::string argument(char kind) const {
-        const auto bytesOf = [](const auto &value) {
-            return std::string(reinterpret_cast<const char *>(&value), sizeof value);
-        };
-        switch (kind) {
-        case 'e':
-            return element;
-        case 'd':
-            return std::string(element.rbegin(), element.rend());
-        case 'l':
-            return bytesOf(list);
-        case 'o':
-            return bytesOf(other);
-        case 'c':
-            return bytesOf(twin);
-        case 'x':
-            return bytesOf(noting.ref());
-        default:
-            return bytesOf(Index{kind == 'n' ? -2 : kind == 'm' ? 30 : kind - '0'});
-        }
+        const std::map<char, std::string> named{{'e', element},
+                                                {'d', {element.rbegin(), element.rend()}},
+                                                {'l', bytesOf(list)},
+                                                {'o', bytesOf(other)},
+                                                {'c', bytesOf(twin)},
+                                                {'x', bytesOf(noting.ref())},
+                                                {'n', bytesOf(Index{-2})},
+                                                {'m', bytesOf(Index{30})}};
+        const auto found = named.find(kind);
+        return found != named.end() ? found->second : bytesOf(Index{kind - '0'});
     }
     void performAll(const char *steps) {
         std::istringstream all(steps);
@@ -207,7 +201,6 @@ private:
     Ref list, other, twin;
     std::string element;
     std::vector<Ref> objects;
-    std::map<std::uint64_t, Index> filled;
 };
 
 class Redefining : public testing::TestWithParam<const char *> {
