@@ -126,20 +126,21 @@ TEST_F(Sorted, KeepsItsElementsWhateverAComparisonDoes) {
     };
     Words words;
     for (int i = 0; i < 71; ++i) words.push_back(std::to_string(i * 37 % 71));
-    for (const auto &[name, comparison] : comparisons) {
+    for (const auto &comparison : comparisons) {
         for (const auto native : {true, false}) {
             allowNativePaths(native);
             calls = 0;
             const auto entry = entryNamed([&](void **arguments) {
                 ++calls;
-                return comparison(arguments);
+                return comparison.second(arguments);
             });
             sorted = unsorted({words.begin(), words.end() - 1});
             says(sorted, "setsortentry '" + entry + "'");
             add(sorted, words.back());
             Words found;
             for (Index i = 1; i <= sizeOf(sorted); ++i) found.push_back(trimmed(answered(SITE("at"), sorted, 4, i)));
-            EXPECT_TRUE(std::is_permutation(words.begin(), words.end(), found.begin(), found.end())) << name;
+            EXPECT_TRUE(std::is_permutation(words.begin(), words.end(), found.begin(), found.end()))
+                << comparison.first;
             finalize(sorted);
         }
     }
