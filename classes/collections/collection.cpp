@@ -28,6 +28,8 @@ std::byte *ownCopy(const CollectionFields &fields, std::size_t length) {
 }
 } // namespace
 
+constinit thread_local Ref lastGrown{};
+
 bool stretchStorage(CollectionFields &fields, Count bytes) noexcept {
     const auto kept = std::min(bytes, Count{fields.storageLength});
     const auto length = std::size_t{std::max(bytes, Count{fields.storageLength})} + 1;

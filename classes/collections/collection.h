@@ -47,6 +47,9 @@ inline constexpr Index sizeLimit = 0x20202020;                  // four spaces: 
 std::byte *allocateStorage(const Receiver &self, Count bytes) noexcept;
 void releaseStorage(const Receiver &self, std::byte *storage) noexcept;
 
+// The collection whose storage the library's `basicgrow` has exchanged last, on this thread.
+extern constinit thread_local Ref lastGrown;
+
 // What `basicgrow` does, for a length that is not negative, where it, `malloc` and `dealloc` are the library's own: a
 // block of many pages is stretched without being copied.
 bool stretchStorage(CollectionFields &fields, Count bytes) noexcept;

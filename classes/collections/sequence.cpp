@@ -149,10 +149,13 @@ void dropCutElements(Ref collection) {
 }
 
 // Sends `basicgrow` and makes sure that it has done something: a handler may have answered in its place, or a subclass.
+// The address alone does not tell: storage that was exchanged twice may lie where it lay before.
 bool growByMessage(const Self &self, Index bytes) {
     const auto *before = self->storage;
+    lastGrown = null;
     const auto grown = sendSelf<bool>(SITE("basicgrow"), self, bytes);
-    return grown && bytes >= 0 && self->storage != before && self->storage != nullptr;
+    const auto isOther = lastGrown == self.ref() || self->storage != before;
+    return grown && bytes >= 0 && isOther && self->storage != nullptr;
 }
 
 // Gives the receiver that many slots. False when it could not be done.

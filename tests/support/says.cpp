@@ -1,6 +1,8 @@
 #include "tests/support/says.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 #include <cstdint>
 #include <map>
@@ -33,22 +35,60 @@ std::string_view bare(std::string_view text) {
     if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(" \n") - first + 1);
 }
+bool isWord(std::string_view text) {
+    return !text.empty() && std::isalpha(text[0]) != 0 && text != "nil" && text != "it";
+}
 std::string_view inside(std::string_view text) { return text.substr(1, text.size() - 2); }
 
-std::string wordsIn(Ref collection) {
-    std::string words;
+std::size_t widthIn(Ref collection) {
     const auto elementTemplate = send<Ref>(SITE("template"), collection);
-    const auto width = elementTemplate ? send<Count>(SITE("sizeinbytes"), elementTemplate) : 8;
-    const auto size = send<Index>(SITE("size"), collection);
-    for (Index i = 1; i <= size; ++i) {
-        std::string word(width, ' ');
-        send(SITE("at"), collection, Returning{{reinterpret_cast<std::byte *>(word.data())}}, i);
-        Ref element;
-        if (!elementTemplate) std::memcpy(&element, word.data(), sizeof element);
-        if (element) word = valueOf(element);
-        words += (i == 1 ? "" : " ") + word.substr(0, word.find_last_not_of(' ') + 1);
+    return elementTemplate ? send<Count>(SITE("sizeinbytes"), elementTemplate) : sizeof(Ref);
+}
+// A collection of the class and template of another.
+Ref collectionLike(Ref collection, std::string_view words) {
+    std::vector<std::string> elements;
+    const auto width = widthIn(collection);
+    while (!words.empty()) elements.push_back(padded(cut(words, " "), width));
+    const auto ofClass = classOf(collection), elementTemplate = send<Ref>(SITE("template"), collection);
+    const auto made = send<Ref>(SITE("ofvalues"), ofClass, elementTemplate, static_cast<Index>(elements.size()));
+    Index index = 0;
+    for (const auto &element : elements) {
+        ++index;
+        if (ofClass == CLASS("array"))
+            send(SITE("atput"), made, index, area(element));
+        else
+            send(SITE("add"), made, area(element));
     }
-    return words;
+    return made;
+}
+std::string wordsIn(Ref collection) {
+    std::vector<std::string> words;
+    const auto areReferences = !send<Ref>(SITE("template"), collection);
+    const auto take = [&](std::string word) {
+        Ref element{};
+        if (areReferences) std::memcpy(&element, word.data(), sizeof element);
+        if (element) word = valueOf(element);
+        words.push_back(word.substr(0, word.find_last_not_of(' ') + 1));
+    };
+    const auto width = widthIn(collection);
+    if (send<bool>(SITE("issequenced"), collection)) {
+        const auto size = send<Index>(SITE("size"), collection);
+        for (Index i = 1; i <= size; ++i) {
+            std::string word(width, ' ');
+            send(SITE("at"), collection, Returning{{reinterpret_cast<std::byte *>(word.data())}}, i);
+            take(word);
+        }
+    } else {
+        const Temporary walk(block([&](void **arguments) {
+            take(std::string(static_cast<const char *>(arguments[0]), width));
+            return 0;
+        }));
+        send(SITE("do"), collection, walk.ref());
+        std::sort(words.begin(), words.end());
+    }
+    std::string shown;
+    for (const auto &word : words) shown += (shown.empty() ? "" : " ") + word;
+    return shown;
 }
 
 // The site of a message whose name only the conversation knows: one per name, kept for the run.
@@ -64,6 +104,7 @@ oops_site &siteOf(std::string_view name) {
 
 class Conversation {
     static constexpr std::size_t areaSize = 512;
+    static constexpr char untouched = '\x7F';
 
 public:
     Conversation(Ref object, std::initializer_list<Ref> objects) : receiver(object), named(objects) {}
@@ -76,18 +117,18 @@ public:
         auto object = receiver;
         if (sent.starts_with('$') || sent.starts_with("it ") || sent.starts_with("nil "))
             object = namedAt(cut(sent, " "));
-        answer.fill(std::byte{0});
+        std::string wanted;
+        if (expected.starts_with("error ")) wanted = bare(cut(expected, "->"));
+        expected = bare(expected);
+        answer.fill(std::byte{isWord(expected) ? std::uint8_t{untouched} : std::uint8_t{0}});
         std::string wrong;
         if (sent == "*")
             std::memcpy(answer.data(), &object, sizeof object);
         else
-            wrong = perform(object, sent, !expected.empty());
-        std::string wanted;
-        if (expected.starts_with("error ")) wanted = bare(cut(expected, "->"));
+            wrong = perform(object, sent, !expected.empty(), isWord(expected));
         std::string raised;
         for (const auto number : errors.numbers()) raised += (raised.empty() ? "error " : " ") + std::to_string(number);
         if (raised != wanted) return "raised '" + raised + "' instead of '" + wanted + "'";
-        expected = bare(expected);
         if (!wrong.empty() || expected.empty()) return wrong;
         const auto shown = show(expected, sent != "*");
         return shown == expected ? std::string() : "answered " + shown;
@@ -118,18 +159,20 @@ private:
     }
 
     // Answers what the areas among the arguments hold instead of what they should.
-    std::string perform(Ref object, std::string_view sent, bool answers) {
+    std::string perform(Ref object, std::string_view sent, bool answers, bool answersElement) {
         const auto name = cut(sent, " ");
+        width = answersElement ? widthIn(object) : 0;
         std::vector<std::string_view> items;
         std::vector<std::string> bytes;
         for (sent = bare(sent); !sent.empty(); sent = bare(sent)) {
             items.push_back(bare(cut(sent, ",")));
-            bytes.push_back(bytesOf(items.back()));
+            bytes.push_back(bytesOf(object, items.back()));
         }
         void *arguments[16] = {answers ? answer.data() : nullptr};
         for (std::size_t i = 0; i < items.size(); ++i) arguments[i + 1] = items[i] == "-" ? nullptr : bytes[i].data();
         oocobol::send(object, siteOf(name), arguments, static_cast<std::uint32_t>(items.size() + 1));
         std::string wrong;
+        for (const auto collection : std::exchange(lent, {})) finalize(collection);
         for (std::size_t i = 0; i < items.size(); ++i) {
             if (!items[i].starts_with('[')) continue;
             const auto holds = filled(bytes[i].data(), items[i].size() - 2);
@@ -137,12 +180,17 @@ private:
         }
         return wrong;
     }
-    std::string bytesOf(std::string_view item) const {
+    std::string bytesOf(Ref object, std::string_view item) {
+        if (isWord(item)) return padded(item, widthIn(object));
+        if (item.starts_with('(')) {
+            lent.push_back(collectionLike(object, inside(item)));
+            return {reinterpret_cast<const char *>(&lent.back()), sizeof(Ref)};
+        }
         if (item.starts_with('\'')) return std::string(inside(item));
         if (item.starts_with('[')) return std::string(areaSize, '\0');
         if (item.starts_with('$') || item == "it") {
-            const auto object = namedAt(item);
-            return {reinterpret_cast<const char *>(&object), sizeof object};
+            const auto argument = namedAt(item);
+            return {reinterpret_cast<const char *>(&argument), sizeof argument};
         }
         const auto number = numberIn(item);
         return {reinterpret_cast<const char *>(&number), sizeof number};
@@ -155,6 +203,7 @@ private:
             it = object;
             return isLive(object) ? "it" : "no object";
         }
+        if (isWord(expected)) return shownElement();
         if (expected == "nil") return object ? "an object" : "nil";
         if (expected.starts_with('$')) return object == namedAt(expected) ? std::string(expected) : "another object";
         if (expected.starts_with('['))
@@ -169,8 +218,19 @@ private:
         return std::to_string(high == 0 ? answered<std::int32_t>() : answered<std::int64_t>());
     }
 
+    std::string shownElement() const {
+        std::string word(reinterpret_cast<const char *>(answer.data()), answer.size());
+        word.resize(word.find_last_not_of(untouched) + 1);
+        if (word.empty()) return "untouched";
+        if (word.size() != width) return "[" + word + "]";
+        if (word.find_first_not_of('\0') == std::string::npos) return "zeros";
+        return word.substr(0, word.find_last_not_of(' ') + 1);
+    }
+
     Ref receiver, it{};
     std::vector<Ref> named;
+    std::vector<Ref> lent; // collections among the arguments of one message
+    std::size_t width = 0; // of the element that it answers
     RaisedErrors errors;
     alignas(8) std::array<std::byte, areaSize> answer;
 };

@@ -8,10 +8,13 @@
 //
 //   as an argument        12 a 4-byte number, 'text' its bytes and a null, $1 the first named object, $bag the class
 //                         of that program, nil, - omitted, [bytes] an area that must hold these bytes afterwards and
-//                         nothing else
+//                         nothing else, fig an element of the receiver, padded with spaces, (a b) a collection as the
+//                         receiver is one, of these words
 //   behind the arrow      12 a number of up to 8 bytes, 'text' an object with that value, (a b) a collection of these
-//                         words, [bytes] an area of these bytes and nothing else, $1 that very object, nil, it any
-//                         object, which goes by that name from there on: getoutputs -> it; it size -> 3,
+//                         words (sorted where it has no order), [bytes] an area of these bytes and nothing else,
+//                         fig an element that is just as wide as the receiver's are, zeros one of zeros, untouched
+//                         nothing at all, $1 that very object, nil, it any object, which goes by that name from there
+//                         on: getoutputs -> it; it size -> 3,
 //                         error 3 the errors raised in this order, then perhaps what is answered: error 3 -> 0
 //   in front              $1 size: to the first named object instead; nil size, it size
 //   *                     the receiver itself, to be compared as if it were answered

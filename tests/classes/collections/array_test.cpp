@@ -4,48 +4,26 @@
 namespace oocobol::test {
 namespace {
 
-TEST(Array, IsMadeOfAnotherCollectionInItsOrder) {
-    const LeakCheck leaks;
-    RaisedErrors errors;
-    const auto list = listOf({"c", "a", "b"}), none = listOf({});
-    const auto array = send<Ref>(SITE("asarray"), list);
-    EXPECT_EQ(send<Ref>(SITE("class"), array), CLASS("array"));
-    EXPECT_EQ(wordsOf(array), (Words{"c", "a", "b"}));
-    const auto copied = send<Ref>(SITE("asarray"), array);
-    put(copied, 1, "z");
-    EXPECT_EQ(wordAt(array, 1), "c");
-    EXPECT_EQ(take(send<Ref>(SITE("withall"), CLASS("array"), none)), Words{});
-    for (const auto object : {list, none, array, copied}) finalize(object);
-    EXPECT_TRUE(errors.all.empty());
+class Array : public CollectionTest {};
+
+TEST_F(Array, IsMadeOfAnotherCollectionAndDoesNotGrowByElements) {
+    const Temporary list(listOf({"c", "a", "b"})), array(send<Ref>(SITE("asarray"), list.ref())),
+        copied(send<Ref>(SITE("asarray"), array.ref())), zeros(newCollection("array", 10, 3));
+    says(array.ref(), "class -> $1; $2 atput 1, z; * -> (c a b); add b -> error 1; remove a -> error 5; * -> (c a b)",
+         {CLASS("array"), copied.ref()});
+    says(zeros.ref(), "at 3 -> zeros; size -> 3");
+    const Temporary none(listOf({}));
+    says(CLASS("array"), "withall $1 -> ()", {none.ref()});
 }
 
-TEST(Array, StartsWithZeros) {
-    const auto array = newCollection("array", 10, 3);
-    EXPECT_EQ(elementAt(array, 3), std::string(10, '\0'));
-    finalize(array);
-}
-
-TEST(Array, AnswersWhatAHandlerAnswersForAnIndexOutside) {
-    RaisedErrors errors;
+TEST_F(Array, AnswersWhatAHandlerAnswersForAnIndexOutside) {
+    const Temporary narrow(arrayOf({"a"}, 3)), wide(arrayOf({"a"}, 20)), objects(referencesOf("array", {null}));
     errors.answers = true;
     errors.answer = 0x4141414141414141;
-    const auto narrow = arrayOf({"a"}, 3), wide = arrayOf({"a"}, 20), objects = referencesOf("array", {null});
-    std::string guarded = "----";
-    send(SITE("at"), narrow, Returning{{reinterpret_cast<std::byte *>(guarded.data())}}, Index{2});
-    EXPECT_EQ(guarded, "AAA-");
-    EXPECT_EQ(referenceAt(objects, 2).bits, errors.answer);
-    EXPECT_EQ(elementAt(wide, 2), std::string(20, '?'));
+    EXPECT_EQ(answered(SITE("at"), narrow.ref(), 4, 2), "AAA?");
+    EXPECT_EQ(referenceAt(objects.ref(), 2).bits, errors.answer);
+    EXPECT_EQ(answered(SITE("at"), wide.ref(), 20, 2), std::string(20, '?'));
     EXPECT_EQ(errors.numbers(), (std::vector<Count>{3, 3, 3}));
-    for (const auto object : {narrow, wide, objects}) finalize(object);
-}
-
-TEST(Array, RefusesToGrowByElements) {
-    RaisedErrors errors;
-    const auto array = arrayOf({"a"});
-    add(array, "b");
-    sendWord(SITE("remove"), array, "a");
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{1, 5}));
-    EXPECT_EQ(take(array), (Words{"a"}));
 }
 
 } // namespace

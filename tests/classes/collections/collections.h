@@ -3,82 +3,74 @@
 
 #include <initializer_list>
 
+#include "tests/support/says.h"
 #include "tests/support/support.h"
 
 namespace oocobol::test {
 
 using Words = std::vector<std::string>;
 
-inline Index widthOf(Ref collection) {
-    return static_cast<Index>(send<Count>(SITE("sizeinbytes"), send<Ref>(SITE("template"), collection)));
+inline std::size_t widthOf(Ref collection) {
+    return send<Count>(SITE("sizeinbytes"), send<Ref>(SITE("template"), collection));
 }
 inline Index sizeOf(Ref collection) { return send<Index>(SITE("size"), collection); }
-
-inline std::string elementAt(Ref collection, Index index) {
-    std::string bytes(static_cast<std::size_t>(widthOf(collection)), '?');
-    send(SITE("at"), collection, Returning{{reinterpret_cast<std::byte *>(bytes.data())}}, index);
-    return bytes;
-}
 inline std::string trimmed(std::string text) {
     text.erase(text.find_last_not_of(' ') + 1);
     return text;
-}
-inline std::string wordAt(Ref collection, Index index) { return trimmed(elementAt(collection, index)); }
-inline Words wordsOf(Ref collection) {
-    Words words;
-    for (Index i = 1; i <= sizeOf(collection); ++i) words.push_back(wordAt(collection, i));
-    return words;
-}
-inline Words take(Ref collection) {
-    const auto words = wordsOf(collection);
-    finalize(collection);
-    return words;
 }
 
 // Sends a message with an element argument first.
 template <class Result = void, class... Rest>
 Result sendWord(oops_site &site, Ref collection, std::string_view word, const Rest &...rest) {
-    const auto bytes = padded(word, static_cast<std::size_t>(widthOf(collection)));
+    const auto bytes = padded(word, widthOf(collection));
     return send<Result>(site, collection, area(bytes), rest...);
 }
 inline void add(Ref collection, std::string_view word) { sendWord(SITE("add"), collection, word); }
-inline void put(Ref collection, Index index, std::string_view word) {
-    const auto bytes = padded(word, static_cast<std::size_t>(widthOf(collection)));
-    send(SITE("atput"), collection, index, area(bytes));
-}
 
 inline Ref newCollection(const char *program, Index width, Index size) {
     return send<Ref>(SITE("ofvalues"), classForProgram(program), picX(width), size);
 }
-inline Ref listOf(const Words &words, Index width = 4) {
-    const auto list = newCollection("ordrdcll", width, static_cast<Index>(words.size()));
-    for (const auto &word : words) add(list, word);
-    return list;
-}
-inline Ref sortedOf(const Words &words, Index width = 4) {
-    const auto sorted = newCollection("srtdclln", width, 0);
-    for (const auto &word : words) add(sorted, word);
-    return sorted;
-}
-inline Ref arrayOf(const Words &words, Index width = 4) {
-    const auto array = newCollection("array", width, static_cast<Index>(words.size()));
+inline Ref filled(Ref collection, const std::vector<Element> &elements) {
     Index index = 0;
-    for (const auto &word : words) put(array, ++index, word);
-    return array;
-}
-inline Ref referencesOf(const char *program, const std::vector<Ref> &objects) {
-    const auto made = send<Ref>(SITE("ofreferences"), classForProgram(program), static_cast<Index>(objects.size()));
-    Index index = 0;
-    for (const auto object : objects) {
+    for (const auto element : elements) {
         ++index;
-        if (std::string_view(program) == "array")
-            send(SITE("atput"), made, index, object);
+        if (classOf(collection) == CLASS("array"))
+            send(SITE("atput"), collection, index, element);
         else
-            send(SITE("add"), made, object);
+            send(SITE("add"), collection, element);
     }
-    return made;
+    return collection;
+}
+inline Ref collectionOf(const char *program, Words words, Index width) {
+    std::vector<Element> elements;
+    for (auto &word : words) {
+        word = padded(word, static_cast<std::size_t>(width));
+        elements.push_back(area(word));
+    }
+    return filled(newCollection(program, width, static_cast<Index>(words.size())), elements);
+}
+inline Ref listOf(const Words &words, Index width = 4) { return collectionOf("ordrdcll", words, width); }
+inline Ref sortedOf(const Words &words, Index width = 4) { return collectionOf("srtdclln", words, width); }
+inline Ref arrayOf(const Words &words, Index width = 4) { return collectionOf("array", words, width); }
+inline Ref referencesOf(const char *program, const std::vector<Ref> &objects) {
+    std::vector<Element> elements;
+    for (const auto &object : objects) elements.push_back(area(object));
+    const auto size = static_cast<Index>(objects.size());
+    return filled(send<Ref>(SITE("ofreferences"), classForProgram(program), size), elements);
 }
 inline Ref referenceAt(Ref collection, Index index) { return send<Ref>(SITE("at"), collection, index); }
+
+template <class T> std::string bytesOf(const T &value) {
+    std::string bytes(sizeof value, '\0');
+    std::memcpy(bytes.data(), &value, sizeof value);
+    return bytes;
+}
+// The bytes that a message about an index or slot answers; '?' where it wrote nothing.
+inline std::string answered(oops_site &message, Ref object, std::size_t width, Index index) {
+    std::string bytes(width, '?');
+    send(message, object, Returning{{reinterpret_cast<std::byte *>(bytes.data())}}, index);
+    return bytes;
+}
 
 // What a block gets as its first argument, as a word.
 inline std::string wordIn(void **arguments, std::size_t width = 4, std::size_t which = 0) {
@@ -100,6 +92,51 @@ public:
 
 private:
     Ref object;
+};
+// One that notes what it gets, words ('w') and numbers ('n'), and answers what `then` makes of it: 0 unless told.
+class Noting {
+public:
+    explicit Noting(std::string_view kinds = "w", std::function<std::int64_t(const std::string &)> then = {},
+                    std::size_t width = 4)
+        : noting([this, kinds, then = std::move(then), width](void **arguments) {
+              std::string got;
+              for (std::size_t i = 0; i < kinds.size(); ++i)
+                  got += kinds[i] == 'n' ? std::to_string(numberIn(arguments, i)) : wordIn(arguments, width, i);
+              notes += (notes.empty() ? "" : " ") + got;
+              return then ? then(got) : 0;
+          }) {}
+    Ref ref() const { return noting.ref(); }
+    // What came since it was last asked.
+    std::string seen() { return std::exchange(notes, {}); }
+
+private:
+    std::string notes;
+    Block noting;
+};
+
+// A conversation about an index, written # in it.
+inline std::string about(std::string conversation, Index index) {
+    for (std::size_t at; (at = conversation.find('#')) != std::string::npos;)
+        conversation.replace(at, 1, std::to_string(index));
+    return conversation;
+}
+
+// Ends with no object more and no error that was not looked at.
+class ErrorsAndLeaks {
+protected:
+    ~ErrorsAndLeaks() { EXPECT_TRUE(errors.all.empty()) << "first " << errors.all.front().number; }
+    LeakCheck leaks;
+    RaisedErrors errors;
+};
+struct Road {
+    bool native;
+};
+class CollectionTest : public testing::Test, protected ErrorsAndLeaks {};
+// Cases that run on several kinds of collections, with native loops and without.
+template <class Kind> class KindsTest : public testing::TestWithParam<Kind>, protected ErrorsAndLeaks {
+protected:
+    KindsTest() { allowNativePaths(this->GetParam().native); }
+    ~KindsTest() override { allowNativePaths(true); }
 };
 
 // Native loops switched off while it lives.

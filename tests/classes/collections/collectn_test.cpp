@@ -1,59 +1,50 @@
 // What collections share beyond their elements: storage, display, conversions, joined text; and subclasses written
 // outside the library that redefine parts of it.
-#include "classes/collections/collection.h"
 #include "tests/classes/collections/collections.h"
 
 namespace oocobol::test {
 namespace {
 
-class Collections : public testing::Test {
+class Collections : public CollectionTest {
 protected:
-    template <class Do> static std::string shown(Do deed) {
+    static std::string shown(Ref object, oops_site &message = SITE("display")) {
         testing::internal::CaptureStdout();
-        deed();
+        send(message, object);
         std::fflush(stdout);
         return testing::internal::GetCapturedStdout();
     }
-    static std::string display(Ref object) {
-        return shown([&] { send(SITE("display"), object); });
-    }
-
-    LeakCheck leaks;
-    RaisedErrors errors;
 };
 
 TEST_F(Collections, ShowThemselvesOnOneLine) {
-    const auto none = listOf({}), words = listOf({"a", "bb"}, 2), array = arrayOf({"x"}, 1);
-    const auto one = text("one");
-    const auto objects = referencesOf("ordrdcll", {one, one});
-    EXPECT_EQ(display(none), "()");
-    EXPECT_EQ(display(words), "(a  bb )");
-    EXPECT_EQ(display(objects), "(one one )");
-    EXPECT_EQ(shown([&] { send(SITE("displaykeysanddata"), words); }), "(1->a  2->bb )");
-    EXPECT_EQ(shown([&] { send(SITE("displaykeysanddata"), objects); }), "(1->one 2->one )");
-    EXPECT_EQ(display(array), "(x )");
-    for (const auto object : {none, words, array, objects, one}) finalize(object);
+    const Temporary none(listOf({})), words(listOf({"a", "bb"}, 2)), array(arrayOf({"x"}, 1)), one(text("one"));
+    const Temporary objects(referencesOf("ordrdcll", {one.ref(), one.ref()}));
+    auto &withKeys = SITE("displaykeysanddata");
+    EXPECT_EQ(shown(none.ref()) + shown(words.ref()) + shown(objects.ref()), "()(a  bb )(one one )");
+    EXPECT_EQ(shown(words.ref(), withKeys) + shown(objects.ref(), withKeys), "(1->a  2->bb )(1->one 2->one )");
+    EXPECT_EQ(shown(array.ref()), "(x )");
+
+    const Temporary outer(referencesOf("ordrdcll", {})), inner(referencesOf("ordrdcll", {outer.ref()}));
+    send(SITE("add"), outer.ref(), inner.ref());
+    const auto nested = shown(outer.ref());
+    EXPECT_EQ(nested.substr(0, 2) + "|" + nested.substr(nested.size() - 4), "((| ) )");
+    EXPECT_EQ(shown(outer.ref()), nested); // and are shown again
 }
 
 TEST_F(Collections, SurviveATemplateThatBecomesLonger) {
     const Index longer = 1000;
     const auto growing = send<Ref>(SITE("newclass"), CLASS("picx"), Index{2});
-    const auto made = [&](const char *program) {
-        return send<Ref>(SITE("ofvalues"), classForProgram(program), growing, Index{2});
-    };
-    const auto list = made("ordrdcll"), sorted = made("srtdclln");
-    const auto dictionary = send<Ref>(SITE("ofvaluesauto"), CLASS("dictinry"), growing, growing, Index{3});
-    send(SITE("atput"), dictionary, Bytes{"kk"}, Bytes{"vv"});
-    send(SITE("add"), list, Bytes{"aa"});
-    for (const auto *word : {"cc", "aa"}) send(SITE("add"), sorted, Bytes{word});
+    const auto list = send<Ref>(SITE("ofvalues"), CLASS("ordrdcll"), growing, Index{2}),
+               sorted = send<Ref>(SITE("ofvalues"), CLASS("srtdclln"), growing, Index{2}),
+               dictionary = send<Ref>(SITE("ofvaluesauto"), CLASS("dictinry"), growing, growing, Index{3});
+    says(list, "$1 atput 'kk', 'vv'; add 'aa'; $2 add 'cc'; $2 add 'aa'", {dictionary, sorted});
     send(SITE("setlength"), growing, longer);
+    auto &withKeys = SITE("displaykeysanddata");
     const std::string behind(longer - 2, '\0');
-    EXPECT_EQ(display(list), "(aa" + behind + " )");
-    EXPECT_EQ(shown([&] { send(SITE("displaykeysanddata"), list); }), "(1->aa" + behind + " )");
-    EXPECT_EQ(shown([&] { send(SITE("displaykeysanddata"), dictionary); }), "(kk" + behind + "->vv" + behind + " )");
+    EXPECT_EQ(shown(list), "(aa" + behind + " )");
+    EXPECT_EQ(shown(list, withKeys), "(1->aa" + behind + " )");
+    EXPECT_EQ(shown(dictionary, withKeys), "(kk" + behind + "->vv" + behind + " )");
     send(SITE("add"), sorted, Bytes{"bb"});
-    EXPECT_EQ(display(sorted), "(aa" + behind + " bb" + behind + " cc" + behind + " )");
-    EXPECT_TRUE(errors.all.empty());
+    EXPECT_EQ(shown(sorted), "(aa" + behind + " bb" + behind + " cc" + behind + " )");
     for (const auto object : {list, sorted, dictionary}) finalize(object);
     cancelObject(growing);
 }
@@ -63,48 +54,43 @@ TEST_F(Collections, ShareStorageUntilTheLastIsGone) {
     for (const auto originalEndsFirst : {true, false}) {
         const auto original = listOf({"a", "b", "c"}, 1), other = listOf({"z"}, 1);
         const auto copy = send<Ref>(SITE("basiccopy"), original);
-        EXPECT_TRUE(send<bool>(SITE("copycontents"), other, original));
-        EXPECT_TRUE(send<bool>(SITE("copycontents"), original, original));
+        says(other, "copycontents $1 -> 1; $1 copycontents $1 -> 1", {original});
         finalize(originalEndsFirst ? original : copy);
         const auto left = originalEndsFirst ? copy : original;
-        EXPECT_EQ(display(left), "(a b c )");
+        says(left, "* -> (a b c)");
         for (int i = 0; i < 100; ++i) add(left, "d");
-        EXPECT_EQ(send<Index>(SITE("size"), left), 103);
-        EXPECT_EQ(display(other), "(a b c )");
+        says(left, "size -> 103; $1 * -> (a b c)", {other});
         finalize(left);
-        EXPECT_EQ(display(other), "(a b c )");
+        says(other, "* -> (a b c)");
         finalize(other);
     }
-    EXPECT_TRUE(errors.numbers().empty());
 }
 
-TEST_F(Collections, ShowThatTheyContainThemselves) {
-    const auto outer = referencesOf("ordrdcll", {}), inner = referencesOf("ordrdcll", {outer});
-    send(SITE("add"), outer, inner);
-    const auto text = display(outer);
-    EXPECT_EQ(text.substr(0, 2), "((");
-    EXPECT_EQ(text.substr(text.size() - 4), " ) )");
-    EXPECT_EQ(display(outer), text); // and are shown again
-    finalize(outer);
-    finalize(inner);
+TEST_F(Collections, KeepTheirStorageWhateverIsSentToThem) {
+    const Temporary list(listOf({"a", "b"})), bare(send<Ref>(SITE("new"), CLASS("ordrdcll"))),
+        abstract(send<Ref>(SITE("new"), CLASS("collectn")));
+    // The slots remain: no shorter than they are.
+    says(list.ref(), "basicgrow 100 -> 1; basicgrow 1 -> 1; at 1 -> a; at 2 -> [    ]; basicgrow -1 -> error 33 -> 0");
+    send(SITE("setcollptr"), list.ref(), Address{nullptr});
+    EXPECT_EQ(errors.numbers(), std::vector<Count>{33});
+    says(list.ref(), "initialize 3, $1, 2; size -> 0; add z; * -> (z)", {picX(2)});
+    says(bare.ref(), "size -> 0; add $1; size -> 1", {null});
+    says(abstract.ref(),
+         "add $1 -> error 7; remove $1 -> error 7; dowithoutcopy $1 -> error 7; errorinbounds -> error 3", {null});
 }
 
 TEST_F(Collections, JoinTexts) {
-    const auto joined = [](std::initializer_list<const char *> words) {
+    const Temporary comma(text(", "));
+    const auto joined = [&](std::initializer_list<const char *> words, const std::string &line, const char *lines) {
         std::vector<Ref> objects;
         for (const auto *word : words) objects.push_back(text(word));
         const auto list = referencesOf("ordrdcll", objects);
-        const auto comma = text(", ");
-        const auto line = send<Ref>(SITE("asseparatedstring"), list, comma);
-        const auto lines = send<Ref>(SITE("as0aseparatedstring"), list);
-        const auto both = valueOf(line) + "|" + valueOf(lines);
-        for (const auto object : {line, lines, comma}) finalize(object);
+        says(list, "asseparatedstring $1 -> '" + line + "'; as0aseparatedstring -> '" + lines + "'", {comma.ref()});
         send<Ref>(SITE("deepfinalize"), list);
-        return both;
     };
-    EXPECT_EQ(joined({}), "|");
-    EXPECT_EQ(joined({"one"}), "one|one");
-    EXPECT_EQ(joined({"ab", "", "cd"}), "ab, , cd|ab\n\ncd");
+    joined({}, "", "");
+    joined({"one"}, "one", "one");
+    joined({"ab", "", "cd"}, "ab, , cd", "ab\n\ncd");
 }
 
 TEST_F(Collections, JoinNoMoreThanWasMeasured) {
@@ -119,28 +105,23 @@ TEST_F(Collections, JoinNoMoreThanWasMeasured) {
             .method("getvalue",
                     asMethod(+[](const oops_ref *, void *, void *value) { std::memset(value, 'L', claimed); }), 1)
             .registerIt();
-    const auto object = send<Ref>(SITE("new"), liar);
-    const auto list = referencesOf("ordrdcll", {object, object, object});
-    const auto comma = text(",");
+    const Temporary object(send<Ref>(SITE("new"), liar)), comma(text(","));
+    const Temporary list(referencesOf("ordrdcll", {object.ref(), object.ref(), object.ref()}));
     claimed = 0;
-    finalize(send<Ref>(SITE("asseparatedstring"), list, comma)); // sizes 1 4 13, then 40 121 364
+    finalize(send<Ref>(SITE("asseparatedstring"), list.ref(), comma.ref())); // sizes 1 4 13, then 40 121 364
     claimed = 0x7FFFFFFF;
-    EXPECT_EQ(send<Ref>(SITE("asseparatedstring"), list, comma), null);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{32}));
-    for (const auto made : {object, list, comma}) finalize(made);
+    says(list.ref(), "asseparatedstring $1 -> error 32 -> nil", {comma.ref()});
 }
 
 TEST_F(Collections, CompareReferencesByAsking) {
-    const auto one = text("one"), same = text("one"), other = text("two");
-    const auto list = referencesOf("ordrdcll", {one, other});
-    EXPECT_TRUE(send<bool>(SITE("includes"), list, same));
-    EXPECT_EQ(send<Index>(SITE("firstindexofidentity"), list, same, Index{1}, Index{2}), 0);
-    EXPECT_EQ(send<Index>(SITE("firstindexofidentity"), list, other, Index{1}, Index{2}), 2);
-    EXPECT_FALSE(send<bool>(SITE("containscharacters"), list));
+    const auto one = text("one");
+    const Temporary same(text("one")), other(text("two")), list(referencesOf("ordrdcll", {one, other.ref()}));
+    says(list.ref(),
+         "includes $1 -> 1; firstindexofidentity $1, 1, 2 -> 0; firstindexofidentity $2, 1, 2 -> 2; "
+         "containscharacters -> 0",
+         {same.ref(), other.ref()});
     finalize(one);
-    EXPECT_FALSE(send<bool>(SITE("includes"), list, same)); // the first element is gone: asked, and passed over
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{106}));
-    for (const auto object : {same, other, list}) finalize(object);
+    says(list.ref(), "includes $1 -> error 106 -> 0", {same.ref()}); // the one that is gone: asked, and passed over
 }
 
 TEST_F(Collections, StopWhenTheyEndWhileElementsAreCompared) {
@@ -151,16 +132,15 @@ TEST_F(Collections, StopWhenTheyEndWhileElementsAreCompared) {
                                      }),
                                      2)
                              .registerIt();
-    const auto object = send<Ref>(SITE("new"), hostile);
+    const Temporary object(send<Ref>(SITE("new"), hostile));
     for (const auto native : {true, false}) {
         allowNativePaths(native);
-        list = referencesOf("ordrdcll", {object, object, object});
-        EXPECT_FALSE(send<bool>(SITE("includes"), list, object));
-        list = referencesOf("array", {object, object});
-        EXPECT_EQ(send<Count>(SITE("occurrencesof"), list, object), 0u);
+        list = referencesOf("ordrdcll", {object.ref(), object.ref(), object.ref()});
+        EXPECT_FALSE(send<bool>(SITE("includes"), list, object.ref()));
+        list = referencesOf("array", {object.ref(), object.ref()});
+        EXPECT_EQ(send<Count>(SITE("occurrencesof"), list, object.ref()), 0u);
     }
     allowNativePaths(true);
-    finalize(object);
     errors.all.clear();
 }
 
@@ -173,27 +153,19 @@ TEST_F(Collections, AskSubclassesForTheirElements) {
                                     }),
                                     2)
                             .registerIt();
-    const auto list = send<Ref>(SITE("ofvalues"), mirror, picX(4), Index{2});
-    add(list, "a");
-    add(list, "b");
+    const Temporary list(send<Ref>(SITE("ofvalues"), mirror, picX(4), Index{2}));
     asked.clear();
-    EXPECT_TRUE(sendWord<bool>(SITE("includes"), list, "same"));
+    says(list.ref(), "add a; add b; includes same -> 1");
     EXPECT_EQ(asked, "1");
-    std::string seen;
-    const Block collect([&](void **arguments) {
-        seen += wordIn(arguments);
-        return 0;
-    });
-    send(SITE("do"), list, collect.ref());
-    EXPECT_EQ(seen, "samesame");
-    EXPECT_EQ(take(send<Ref>(SITE("reverse"), list)), (Words{"same", "same"}));
-    finalize(list);
+    Noting collect;
+    says(list.ref(), "do $1; reverse -> (same same)", {collect.ref()});
+    EXPECT_EQ(collect.seen(), "same same");
 }
 
 TEST_F(Collections, NoticeAMethodThatAppearsInTheMiddle) {
     static int asked;
     const auto late = OutsideClass("latelist", "latelist", CLASS("array")).registerIt();
-    const auto list = send<Ref>(SITE("ofvalues"), late, picX(4), Index{4});
+    const Temporary list(send<Ref>(SITE("ofvalues"), late, picX(4), Index{4}));
     const Block extending([&](void **) {
         if (asked++ == 0) {
             OutsideClass("latelist", "latelist", CLASS("array"))
@@ -206,49 +178,16 @@ TEST_F(Collections, NoticeAMethodThatAppearsInTheMiddle) {
         }
         return 0;
     });
-    send(SITE("do"), list, extending.ref());
+    send(SITE("do"), list.ref(), extending.ref());
     EXPECT_EQ(asked, 304); // four blocks, and three elements by the new method
-    finalize(list);
-}
-
-TEST_F(Collections, KeepTheirStorageWhateverIsSentToThem) {
-    const auto list = listOf({"a", "b"});
-    EXPECT_TRUE(send<bool>(SITE("basicgrow"), list, Index{100}));
-    EXPECT_TRUE(send<bool>(SITE("basicgrow"), list, Index{1})); // the slots remain: no shorter than they are
-    EXPECT_EQ(wordAt(list, 1), "a");
-    EXPECT_EQ(elementAt(list, 2), "    ");
-    EXPECT_FALSE(send<bool>(SITE("basicgrow"), list, Index{-1}));
-    send(SITE("setcollptr"), list, Address{nullptr});
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{33, 33}));
-    send(SITE("initialize"), list, Count{3}, picX(2), Count{2});
-    EXPECT_EQ(sizeOf(list), 0);
-    add(list, "z");
-    EXPECT_EQ(take(list), (Words{"z"}));
-    const auto bare = send<Ref>(SITE("new"), CLASS("ordrdcll"));
-    EXPECT_EQ(sizeOf(bare), 0);
-    send(SITE("add"), bare, Ref{});
-    EXPECT_EQ(sizeOf(bare), 1);
-    finalize(bare);
-}
-
-TEST_F(Collections, LeaveToSubclassesWhatTheyCannotDo) {
-    const auto bare = send<Ref>(SITE("new"), CLASS("collectn"));
-    send(SITE("add"), bare, Ref{});
-    send(SITE("remove"), bare, Ref{});
-    send(SITE("dowithoutcopy"), bare, null);
-    send(SITE("errorinbounds"), bare);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{7, 7, 7, 3}));
-    finalize(bare);
 }
 
 TEST_F(Collections, FinalizeDeeply) {
-    const auto leaf = text("leaf");
-    const auto inner = referencesOf("array", {leaf}), outer = referencesOf("array", {inner});
+    const auto leaf = text("leaf"), inner = referencesOf("array", {leaf}), outer = referencesOf("array", {inner});
     send<Ref>(SITE("deepfinalizewithdepth"), outer, Index{1});
     EXPECT_FALSE(isLive(inner));
     EXPECT_TRUE(isLive(leaf));
-    const auto again = referencesOf("ordrdcll", {leaf, null});
-    send<Ref>(SITE("reallydeepfinalize"), again);
+    send<Ref>(SITE("reallydeepfinalize"), referencesOf("ordrdcll", {leaf, null}));
     EXPECT_FALSE(isLive(leaf));
     EXPECT_EQ(errors.numbers(), (std::vector<Count>{27}));
     const auto own = referencesOf("ordrdcll", {});
@@ -260,12 +199,9 @@ TEST_F(Collections, FinalizeDeeply) {
 TEST_F(Collections, RefuseSourcesThatAreNone) {
     const auto gone = listOf({"a"});
     finalize(gone);
-    for (const auto *program : {"array", "ordrdcll", "srtdclln"}) {
-        EXPECT_EQ(send<Ref>(SITE("withall"), classForProgram(program), gone), null);
-        EXPECT_EQ(errors.numbers(), (std::vector<Count>{106}));
-    }
-    EXPECT_EQ(send<Ref>(SITE("ofvalues"), CLASS("array"), gone, Index{3}), null); // as a template
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{106}));
+    for (const auto *program : {"array", "ordrdcll", "srtdclln"})
+        says(classForProgram(program), "withall $1 -> error 106 -> nil", {gone});
+    says(CLASS("array"), "ofvalues $1, 3 -> error 106 -> nil", {gone}); // as a template
 }
 
 } // namespace

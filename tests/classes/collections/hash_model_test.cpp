@@ -1,17 +1,94 @@
-// Random operations on every kind of table, compared with the plain model slot for slot. OOCOBOL_TEST_OPERATIONS sets
-// how many.
+// Random operations on every kind of table, compared slot for slot with one that is written as plainly as it can be.
+// OOCOBOL_TEST_OPERATIONS sets how many.
 #include <cstdlib>
 #include <map>
 #include <random>
 
-#include "tests/classes/collections/hash_model.h"
+#include "tests/classes/collections/collections.h"
 
 namespace oocobol::test {
 namespace {
 
-int operations() {
-    const char *wanted = std::getenv("OOCOBOL_TEST_OPERATIONS");
-    return wanted != nullptr ? std::atoi(wanted) : 4000;
+using Hash = std::uint32_t (*)(const std::string &key);
+
+// The table of sets and dictionaries, whose elements begin with their keys.
+class TableModel {
+public:
+    TableModel(std::uint32_t size, std::size_t widthOfKeys, Hash hashOfKeys, bool byAdding)
+        : keyWidth(widthOfKeys), hash(hashOfKeys), copiesByAdding(byAdding) {
+        resize(size == 0 ? 1 : size);
+    }
+
+    std::uint32_t capacity = 0, count = 0;
+    std::vector<std::string> slots; // 1 to capacity; empty: ""
+
+    std::uint32_t find(const std::string &element) const {
+        const auto key = element.substr(0, keyWidth);
+        auto slot = hash(key) % capacity + 1;
+        while (!slots[slot].empty() && slots[slot].substr(0, keyWidth) != key) slot = slot % capacity + 1;
+        return slot;
+    }
+    // What is there already stays, or is replaced.
+    void add(const std::string &element, bool replaces = false) {
+        if (count >= 7 * capacity / 10) {
+            if (copiesByAdding) resize(capacity);
+            resize((capacity + 5) * 2);
+        }
+        auto &slot = slots[find(element)];
+        if (slot.empty()) ++count;
+        if (slot.empty() || replaces) slot = element;
+    }
+    bool remove(const std::string &element) {
+        const auto freed = find(element);
+        if (slots[freed].empty()) return false;
+        slots[freed].clear();
+        --count;
+        for (auto i = freed % capacity + 1; !slots[i].empty(); i = i % capacity + 1) {
+            const auto moved = std::exchange(slots[i], {});
+            slots[find(moved)] = moved;
+        }
+        return true;
+    }
+
+private:
+    // What was in the slots is added in their order.
+    void resize(std::uint32_t wanted) {
+        const auto former = std::exchange(slots, std::vector<std::string>(wanted + 1));
+        capacity = wanted;
+        count = 0;
+        for (const auto &element : former) {
+            if (!element.empty()) add(element);
+        }
+    }
+
+    std::size_t keyWidth;
+    Hash hash;
+    bool copiesByAdding; // as dictionaries of association objects are
+};
+
+std::uint32_t madePositive(std::uint32_t hash) { return (hash >> 31) != 0 ? 0 - hash : hash; }
+// As the keys of identity dictionaries are hashed: from the first byte to the last.
+std::uint32_t byteHash(const std::string &bytes) {
+    std::uint32_t hash = 0;
+    for (const auto byte : bytes) hash = hash * 47 + static_cast<unsigned char>(byte);
+    return madePositive(hash);
+}
+// As texts are: from the last byte that is no space to the first.
+std::uint32_t textHash(const std::string &text) {
+    const auto shorter = trimmed(text);
+    return byteHash({shorter.rbegin(), shorter.rend()});
+}
+std::uint32_t lowHalf(const std::string &bytes) {
+    std::uint32_t number;
+    std::memcpy(&number, bytes.data(), sizeof number);
+    return number;
+}
+std::uint32_t numberHash(const std::string &bytes) { return madePositive(lowHalf(bytes)); }
+std::uint32_t bigEndianHash(const std::string &bytes) { return madePositive(__builtin_bswap32(lowHalf(bytes))); }
+std::uint32_t hashOfObject(const std::string &reference) {
+    Ref object{};
+    std::memcpy(&object, reference.data(), sizeof object);
+    return textHash(valueOf(object));
 }
 
 // Objects that stand for the keys of reference tables; made once.
@@ -24,170 +101,125 @@ Ref objectFor(unsigned number) {
     }
     return known;
 }
-std::uint32_t hashOfObject(const std::string &reference) {
-    Ref object{};
-    std::memcpy(&object, reference.data(), sizeof object);
-    return textHash(valueOf(object));
-}
 
 struct Kind {
     const char *name;
     const char *program;
     Ref (*keyTemplate)();
-    TableModel::Hash hash;
-    bool ofAssociations = false;
+    Hash hash;
+    bool ofAssociations;
+    bool native;
 };
 Ref picX10() { return picX(10); }
 Ref picX40() { return picX(40); }
 Ref bigEndian() { return CLASS("compx"); }
 Ref none() { return null; }
-std::uint32_t bigEndianHash(const std::string &bytes) { return madePositive(__builtin_bswap32(lowHalf(bytes))); }
 
-const Kind sets[] = {
-    {"texts", "valueset", picX10, textHash},     {"longTexts", "valueset", picX40, textHash},
-    {"numbers", "valueset", comp5, numberHash},  {"bigEndianNumbers", "valueset", bigEndian, bigEndianHash},
-    {"objects", "valueset", none, hashOfObject}, {"identityTexts", "iset", picX10, textHash},
-    {"identityObjects", "iset", none, lowHalf},
-};
-const Kind dictionaries[] = {
-    {"texts", "dictinry", picX10, textHash},
-    {"numbers", "dictinry", comp5, numberHash},
-    {"objects", "dictinry", none, hashOfObject},
-    {"textAssociations", "dictinry", picX40, textHash, true},
-    {"objectAssociations", "dictinry", none, hashOfObject, true},
-    {"identityTexts", "idictnry", picX10, byteHash},
-    {"identityObjects", "idictnry", none, lowHalf},
-    {"identityTextAssociations", "idictnry", picX10, byteHash, true},
-    {"identityObjectAssociations", "idictnry", none, lowHalf, true},
-};
-
-struct Case {
-    Kind kind;
-    bool native;
-};
-std::vector<Case> casesOf(std::span<const Kind> kinds) {
-    std::vector<Case> cases;
-    for (const auto &kind : kinds) {
-        cases.push_back({kind, true});
-        cases.push_back({kind, false});
+std::vector<Kind> kinds() {
+    std::vector<Kind> both;
+    for (const auto native : {true, false}) {
+        const Kind each[] = {
+            {"texts", "valueset", picX10, textHash, false, native},
+            {"longTexts", "valueset", picX40, textHash, false, native},
+            {"numbers", "valueset", comp5, numberHash, false, native},
+            {"bigEndianNumbers", "valueset", bigEndian, bigEndianHash, false, native},
+            {"objects", "valueset", none, hashOfObject, false, native},
+            {"texts", "iset", picX10, textHash, false, native},
+            {"objects", "iset", none, lowHalf, false, native},
+            {"texts", "dictinry", picX10, textHash, false, native},
+            {"numbers", "dictinry", comp5, numberHash, false, native},
+            {"objects", "dictinry", none, hashOfObject, false, native},
+            {"textAssociations", "dictinry", picX40, textHash, true, native},
+            {"objectAssociations", "dictinry", none, hashOfObject, true, native},
+            {"texts", "idictnry", picX10, byteHash, false, native},
+            {"objects", "idictnry", none, lowHalf, false, native},
+            {"textAssociations", "idictnry", picX10, byteHash, true, native},
+            {"objectAssociations", "idictnry", none, lowHalf, true, native},
+        };
+        both.insert(both.end(), std::begin(each), std::end(each));
     }
-    return cases;
-}
-std::string nameOf(const testing::TestParamInfo<Case> &info) {
-    return std::string(info.param.kind.name) + (info.param.native ? "" : "ByMessages");
+    return both;
 }
 
-class Tables : public testing::TestWithParam<Case> {
+class Tables : public KindsTest<Kind> {
 protected:
-    Tables() : random(20) { allowNativePaths(GetParam().native); }
-    ~Tables() override { allowNativePaths(true); }
-
-    std::size_t keyWidth() const {
-        const auto ofKeys = GetParam().kind.keyTemplate();
-        return ofKeys ? send<Count>(SITE("sizeinbytes"), ofKeys) : sizeof(Ref);
+    Tables() : isDictionary(std::string_view(GetParam().program).ends_with("nry")) {
+        const auto &kind = GetParam();
+        const auto keys = kind.keyTemplate();
+        if (keys) keyWidth = send<Count>(SITE("sizeinbytes"), keys);
+        auto &create = kind.ofAssociations ? SITE("ofassociationsauto") : SITE("ofvaluesauto");
+        const auto ofProgram = classForProgram(kind.program);
+        table = isDictionary ? send<Ref>(create, ofProgram, keys, comp5(), Index{10})
+                             : send<Ref>(SITE("ofvalues"), ofProgram, keys, Index{0});
     }
     unsigned below(unsigned limit) { return static_cast<unsigned>(random() % limit); }
     std::string anyKey() {
         const auto number = below(300);
-        if (!GetParam().kind.keyTemplate()) return bytesOf(objectFor(number));
-        if (keyWidth() == 4) return bytesOf(number * 977 + (number % 7 == 0 ? 0x80000000U : 0));
-        return padded((number % 2 == 0 ? "k" : "kkkkkkkk") + std::to_string(number), keyWidth());
+        if (!GetParam().keyTemplate()) return bytesOf(objectFor(number));
+        if (keyWidth == 4) return bytesOf(number * 977 + (number % 7 == 0 ? 0x80000000U : 0));
+        return padded((number % 2 == 0 ? "k" : "kkkkkkkk") + std::to_string(number), keyWidth);
+    }
+    std::string slotAt(Index slot) const {
+        if (!isDictionary) return answered(SITE("privateat"), table, keyWidth, slot);
+        return answered(SITE("basickeyat"), table, keyWidth, slot) +
+               answered(SITE("basicdataat"), table, sizeof(Count), slot);
+    }
+    void expectSame(const TableModel &model) const {
+        ASSERT_EQ(send<Count>(SITE("capacity"), table), model.capacity);
+        ASSERT_EQ(send<Count>(SITE("size"), table), model.count);
+        for (std::uint32_t slot = 1; slot <= model.capacity; ++slot) {
+            const auto at = static_cast<Index>(slot);
+            const auto isOccupied = send<bool>(SITE("isoccuppiedat"), table, at);
+            ASSERT_EQ(isOccupied ? slotAt(at) : "", model.slots[slot]) << "slot " << slot;
+        }
     }
 
-    LeakCheck leaks;
-    RaisedErrors errors;
-    std::mt19937 random;
+    std::mt19937 random{20};
+    std::size_t keyWidth = sizeof(Ref);
+    bool isDictionary;
+    Ref table;
 };
-class SetTables : public Tables {};
-class DictionaryTables : public Tables {};
-INSTANTIATE_TEST_SUITE_P(Sets, SetTables, testing::ValuesIn(casesOf(sets)), nameOf);
-INSTANTIATE_TEST_SUITE_P(Dictionaries, DictionaryTables, testing::ValuesIn(casesOf(dictionaries)), nameOf);
+INSTANTIATE_TEST_SUITE_P(Kinds, Tables, testing::ValuesIn(kinds()), [](const auto &of) {
+    const auto &kind = of.param;
+    return std::string(kind.name) + "In" + kind.program + (kind.native ? "" : "ByMessages");
+});
 
-TEST_P(SetTables, AreThoseOfTheModel) {
-    const auto &kind = GetParam().kind;
-    const auto width = keyWidth();
-    auto set = send<Ref>(SITE("ofvalues"), classForProgram(kind.program), kind.keyTemplate(), Index{0});
-    TableModel model(0, width, kind.hash);
-    const auto read = [&](Index slot) { return answered(SITE("privateat"), set, width, slot); };
-    for (int i = 0; i < operations(); ++i) {
-        const auto key = anyKey();
-        switch (below(8)) {
-        case 0:
-        case 1:
-        case 2:
-            send(SITE("add"), set, area(key));
-            model.add(key);
-            break;
-        case 3:
-        case 4:
-            send(SITE("remove"), set, area(key));
-            ASSERT_EQ(errors.numbers().empty(), model.remove(key));
-            break;
-        case 5: {
-            const auto copy = send<Ref>(SITE("copy"), set);
-            finalize(set);
-            set = copy;
-            break;
-        }
-        default:
-            ASSERT_EQ(send<bool>(SITE("includes"), set, area(key)), model.includes(key));
-            ASSERT_EQ(send<Index>(SITE("findelement"), set, area(key)), static_cast<Index>(model.find(key)));
-        }
-        if (i % 16 == 0) {
-            ASSERT_NO_FATAL_FAILURE(expectSame(set, model, read)) << "operation " << i;
-        }
-    }
-    ASSERT_NO_FATAL_FAILURE(expectSame(set, model, read));
-    finalize(set);
-}
-
-TEST_P(DictionaryTables, AreThoseOfTheModel) {
-    const auto &kind = GetParam().kind;
-    const auto width = keyWidth();
-    auto &create = kind.ofAssociations ? SITE("ofassociationsauto") : SITE("ofvaluesauto");
-    const auto dictionary = send<Ref>(create, classForProgram(kind.program), kind.keyTemplate(), comp5(), Index{10});
-    TableModel model(10, width, kind.hash);
-    model.copiesByAdding = kind.ofAssociations;
-    const auto read = [&](Index slot) {
-        return answered(SITE("basickeyat"), dictionary, width, slot) +
-               answered(SITE("basicdataat"), dictionary, sizeof(Count), slot);
-    };
-    for (int i = 0; i < operations(); ++i) {
+TEST_P(Tables, AreThoseOfTheModel) {
+    TableModel model(isDictionary ? 10 : 0, keyWidth, GetParam().hash, GetParam().ofAssociations);
+    const char *wanted = std::getenv("OOCOBOL_TEST_OPERATIONS");
+    const auto operations = wanted != nullptr ? std::atoi(wanted) : 4000;
+    for (int i = 0; i < operations; ++i) {
         const auto key = anyKey();
         const Count datum = below(50);
-        switch (below(6)) {
-        case 0:
-        case 1:
-            send(SITE("atput"), dictionary, area(key), datum);
+        const auto &found = model.slots[model.find(key)];
+        const auto doing = below(8);
+        if (doing < 3 && isDictionary) {
+            send(SITE("atput"), table, area(key), datum);
             model.add(key + bytesOf(datum), true);
-            break;
-        case 2:
-            send(SITE("removekey"), dictionary, area(key));
+        } else if (doing < 3) {
+            send(SITE("add"), table, area(key));
+            model.add(key);
+        } else if (doing < 5) {
+            send(isDictionary ? SITE("removekey") : SITE("remove"), table, area(key));
             ASSERT_EQ(errors.numbers().empty(), model.remove(key));
-            break;
-        case 3:
-            ASSERT_EQ(send<bool>(SITE("includeskey"), dictionary, area(key)), model.includes(key));
-            break;
-        case 4: {
-            const auto found = send<Count>(SITE("at"), dictionary, area(key));
-            const auto expected = model.slots[model.find(key)];
-            ASSERT_EQ(errors.numbers().empty(), !expected.empty());
-            if (!expected.empty()) {
-                ASSERT_EQ(bytesOf(found), expected.substr(width));
-            }
-            break;
+        } else if (isDictionary) {
+            ASSERT_EQ(send<bool>(SITE("includeskey"), table, area(key)), !found.empty());
+            const auto expected = found.empty() ? bytesOf(Count{0}) : found.substr(keyWidth);
+            ASSERT_EQ(bytesOf(send<Count>(SITE("atornil"), table, area(key))), expected);
+            const auto at = send<Count>(SITE("at"), table, area(key));
+            ASSERT_EQ(errors.numbers().empty(), !found.empty());
+            ASSERT_EQ(found.empty() ? expected : bytesOf(at), expected);
+        } else if (doing == 5) {
+            finalize(std::exchange(table, send<Ref>(SITE("copy"), table)));
+        } else {
+            ASSERT_EQ(send<bool>(SITE("includes"), table, area(key)), !found.empty());
+            ASSERT_EQ(send<Index>(SITE("findelement"), table, area(key)), static_cast<Index>(model.find(key)));
         }
-        default:
-            const auto expected = model.slots[model.find(key)];
-            ASSERT_EQ(bytesOf(send<Count>(SITE("atornil"), dictionary, area(key))),
-                      expected.empty() ? std::string(4, '\0') : expected.substr(width));
-        }
-        if (i % 16 == 0) {
-            ASSERT_NO_FATAL_FAILURE(expectSame(dictionary, model, read)) << "operation " << i;
-        }
+        if (i % 16 != 0) continue;
+        ASSERT_NO_FATAL_FAILURE(expectSame(model)) << "operation " << i;
     }
-    ASSERT_NO_FATAL_FAILURE(expectSame(dictionary, model, read));
-    finalize(dictionary);
+    ASSERT_NO_FATAL_FAILURE(expectSame(model));
+    finalize(table);
 }
 
 } // namespace

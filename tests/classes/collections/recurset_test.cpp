@@ -6,54 +6,27 @@
 namespace oocobol::test {
 namespace {
 
-bool visits(Ref object) { return send<bool>(SITE("includes"), CLASS("recurset"), object); }
+class RecursiveSet : public CollectionTest {
+protected:
+    const Temporary one{text("a")}, equal{text("a")};
+};
 
-TEST(RecursiveSet, KnowsObjectsByIdentity) {
-    const LeakCheck leaks;
-    RaisedErrors errors;
-    const auto one = text("a"), equal = text("a");
-    EXPECT_FALSE(visits(one));
-    send(SITE("add"), CLASS("recurset"), one);
-    send(SITE("add"), CLASS("recurset"), one);
-    EXPECT_TRUE(visits(one));
-    EXPECT_FALSE(visits(equal));
-    send(SITE("remove"), CLASS("recurset"), one);
-    EXPECT_FALSE(visits(one));
-    EXPECT_TRUE(errors.all.empty());
-    send(SITE("remove"), CLASS("recurset"), one);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{12}));
-    finalize(one);
-    finalize(equal);
+TEST_F(RecursiveSet, KnowsObjectsByIdentityForEachThreadOfItsOwn) {
+    says(CLASS("recurset"), "includes $1 -> 0; add $1; add $1; includes $1 -> 1; includes $2 -> 0",
+         {one.ref(), equal.ref()});
+    std::thread([&] { says(CLASS("recurset"), "includes $1 -> 0; add $1; includes $1 -> 1", {one.ref()}); }).join();
+    says(CLASS("recurset"), "includes $1 -> 1; remove $1; includes $1 -> 0; remove $1 -> error 12", {one.ref()});
 }
 
-TEST(RecursiveSet, IsEachThreadsOwn) {
-    const LeakCheck leaks;
-    const auto one = text("a");
-    send(SITE("add"), CLASS("recurset"), one);
+TEST_F(RecursiveSet, MovesIntoAnIdentitySetWhenItIsAskedForByAThread) {
     std::thread([&] {
-        EXPECT_FALSE(visits(one));
-        send(SITE("add"), CLASS("recurset"), one);
-        EXPECT_TRUE(visits(one));
-    }).join();
-    EXPECT_TRUE(visits(one));
-    send(SITE("remove"), CLASS("recurset"), one);
-    finalize(one);
-}
-
-TEST(RecursiveSet, MovesIntoAnIdentitySetWhenItIsAskedFor) {
-    const LeakCheck leaks;
-    std::thread([] {
         const auto before = countInstances(CLASS("recurset"));
-        const auto one = text("a");
-        send(SITE("add"), CLASS("recurset"), one);
+        send(SITE("add"), CLASS("recurset"), one.ref());
         const auto own = send<Ref>(SITE("getset"), CLASS("recurset"));
-        EXPECT_EQ(send<Ref>(SITE("getset"), CLASS("recurset")), own);
+        says(CLASS("recurset"), "getset -> $1; $1 includes $2 -> 1", {own, one.ref()});
+        says(send<Ref>(SITE("getset"), own), "includes $1 -> 1", {one.ref()});
         EXPECT_EQ(countInstances(CLASS("recurset")), before + 1);
-        EXPECT_TRUE(send<bool>(SITE("includes"), own, one));
-        EXPECT_TRUE(send<bool>(SITE("includes"), send<Ref>(SITE("getset"), own), one));
-        send(SITE("remove"), CLASS("recurset"), one);
-        EXPECT_FALSE(visits(one));
-        finalize(one);
+        says(CLASS("recurset"), "remove $1; includes $1 -> 0", {one.ref()});
     }).join();
 }
 

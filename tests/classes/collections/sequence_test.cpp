@@ -15,19 +15,14 @@ struct Kind {
     }
 };
 
-class Sequenced : public testing::TestWithParam<Kind> {
+class Sequenced : public KindsTest<Kind> {
 protected:
-    Sequenced() { allowNativePaths(GetParam().native); }
-    ~Sequenced() override { allowNativePaths(true); }
-
     Ref make(const Words &words) const {
         return isArray() ? arrayOf(words, GetParam().width) : listOf(words, GetParam().width);
     }
     bool isArray() const { return std::string_view(GetParam().program) == "array"; }
     std::size_t width() const { return static_cast<std::size_t>(GetParam().width); }
-
-    LeakCheck leaks;
-    RaisedErrors errors;
+    Ref ofProgram() const { return classForProgram(GetParam().program); }
 };
 
 INSTANTIATE_TEST_SUITE_P(Kinds, Sequenced,
@@ -35,346 +30,186 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Sequenced,
                                          Kind{"ordrdcll", 4, true}, Kind{"ordrdcll", 300, true},
                                          Kind{"ordrdcll", 10, false}));
 
-TEST_P(Sequenced, AnswersItsElements) {
-    const auto own = make({"a", "b", "c"});
-    EXPECT_EQ(sizeOf(own), 3);
-    EXPECT_TRUE(send<bool>(SITE("issequenced"), own));
-    EXPECT_TRUE(send<bool>(SITE("isindexed"), own));
-    EXPECT_FALSE(send<bool>(SITE("isempty"), own));
-    EXPECT_EQ(send<Count>(SITE("hash"), own), 3u);
-    std::string first(width(), '?'), last(width(), '?');
-    send(SITE("first"), own, Returning{{reinterpret_cast<std::byte *>(first.data())}});
-    send(SITE("last"), own, Returning{{reinterpret_cast<std::byte *>(last.data())}});
-    EXPECT_EQ(trimmed(first) + trimmed(last), "ac");
-    sendWord(SITE("atallput"), own, "z");
-    EXPECT_EQ(take(own), (Words{"z", "z", "z"}));
-    EXPECT_TRUE(errors.all.empty());
-}
-
-TEST_P(Sequenced, Searches) {
-    const auto own = make({"a", "b", "a", "c", "a"});
-    const auto search = [&](oops_site &site, const char *word, Index from, Index to) {
-        return sendWord<Index>(site, own, word, from, to);
-    };
-    EXPECT_EQ(search(SITE("firstindexof"), "a", 2, 5), 3);
-    EXPECT_EQ(search(SITE("firstindexof"), "a", 4, INT32_MAX), 5);
-    EXPECT_EQ(search(SITE("firstindexof"), "a", 4, 4), 0);
-    EXPECT_EQ(search(SITE("firstindexof"), "a", 6, 9), 0);
-    EXPECT_EQ(search(SITE("lastindexof"), "a", 1, 4), 3);
-    EXPECT_EQ(search(SITE("firstindexofidentity"), "c", 1, 9), 4);
-    EXPECT_EQ(sendWord<Count>(SITE("occurrencesof"), own, "a"), 3u);
-    EXPECT_EQ(sendWord<Index>(SITE("indexof"), own, "c"), 4);
-    EXPECT_TRUE(sendWord<bool>(SITE("includes"), own, "b"));
-    EXPECT_FALSE(sendWord<bool>(SITE("includes"), own, "x"));
-    sendWord(SITE("replaceall"), own, "a", area(padded("q", width())), Index{2}, Index{4});
-    EXPECT_EQ(take(own), (Words{"a", "b", "q", "c", "a"}));
-}
-
-TEST_P(Sequenced, SearchesSubcollections) {
-    const auto own = make({"a", "a", "b", "a", "b"});
-    const auto pair = make({"a", "b"}), one = make({"b"}), none = make({});
-    EXPECT_EQ(send<Index>(SITE("indexofsubcollection"), own, pair, Index{1}), 2);
-    EXPECT_EQ(send<Index>(SITE("indexofsubcollection"), own, pair, Index{3}), 4);
-    EXPECT_EQ(send<Index>(SITE("indexofsubcollection"), own, pair, Index{5}), 0);
-    EXPECT_EQ(send<Index>(SITE("indexofsubcollection"), own, own, Index{1}), 1);
-    EXPECT_EQ(take(send<Ref>(SITE("copyreplaceall"), own, pair, one)), (Words{"a", "b", "b"}));
-    EXPECT_EQ(take(send<Ref>(SITE("copyreplaceall"), own, pair, none)), (Words{"a"}));
-    EXPECT_TRUE(errors.all.empty());
-    send<Index>(SITE("indexofsubcollection"), own, none, Index{1});
-    EXPECT_TRUE(take(send<Ref>(SITE("copyreplaceall"), none, none, one)).empty());
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{11, 11}));
-    for (const auto object : {own, pair, one, none}) finalize(object);
-}
-
-TEST_P(Sequenced, ReplacesOccurrencesThatDoNotOverlap) {
-    const auto own = make({"a", "a", "a"}), old = make({"a", "a"}), replacement = make({"b"});
-    EXPECT_EQ(take(send<Ref>(SITE("copyreplaceall"), own, old, replacement)), (Words{"b", "a"}));
-    for (const auto object : {own, old, replacement}) finalize(object);
+TEST_P(Sequenced, AnswersAndFindsItsElements) {
+    const Temporary own(make({"a", "b", "a", "c", "a"})), subs(make({"a", "a", "b", "a", "b"})),
+        same(make({"a", "a", "a"})), none(make({}));
+    says(own.ref(), "size -> 5; issequenced -> 1; isindexed -> 1; isempty -> 0; hash -> 5; first -> a; last -> a; "
+                    "firstindexof a, 2, 5 -> 3; firstindexof a, 4, 2147483647 -> 5; firstindexof a, 4, 4 -> 0; "
+                    "firstindexof a, 6, 9 -> 0; lastindexof a, 1, 4 -> 3; firstindexofidentity c, 1, 9 -> 4; "
+                    "occurrencesof a -> 3; indexof c -> 4; includes b -> 1; includes x -> 0; "
+                    "replaceall a, q, 2, 4; * -> (a b q c a); atallput z; * -> (z z z z z)");
+    says(subs.ref(),
+         "indexofsubcollection (a b), 1 -> 2; indexofsubcollection (a b), 3 -> 4; indexofsubcollection (a b), 5 -> 0; "
+         "indexofsubcollection $1, 1 -> 1; indexofsubcollection (), 1 -> error 11; "
+         "copyreplaceall (a b), (b) -> (a b b); copyreplaceall (a b), () -> (a); "
+         "$2 copyreplaceall (a a), (b) -> (b a); $3 copyreplaceall $3, (b) -> error 11 -> ()",
+         {subs.ref(), same.ref(), none.ref()});
 }
 
 TEST_P(Sequenced, AnswersChangedCopies) {
-    const auto own = make({"a", "b", "c", "b"});
-    const auto other = make({"x", "y"});
-    EXPECT_EQ(take(send<Ref>(SITE("copyfromto"), own, Index{2}, Index{3})), (Words{"b", "c"}));
-    EXPECT_EQ(take(send<Ref>(SITE("copyfromto"), own, Index{3}, Index{2})), Words{});
-    EXPECT_EQ(take(sendWord<Ref>(SITE("copywith"), own, "z")), (Words{"a", "b", "c", "b", "z"}));
-    EXPECT_EQ(take(sendWord<Ref>(SITE("copywithout"), own, "b")), (Words{"a", "c"}));
-    EXPECT_EQ(take(send<Ref>(SITE("copyreplace"), own, Index{2}, Index{3}, other)), (Words{"a", "x", "y", "b"}));
-    EXPECT_EQ(take(send<Ref>(SITE("copyreplace"), own, Index{2}, Index{1}, other)),
-              (Words{"a", "x", "y", "b", "c", "b"}));
-    EXPECT_EQ(take(send<Ref>(SITE("reverse"), own)), (Words{"b", "c", "b", "a"}));
-    EXPECT_EQ(take(send<Ref>(SITE("concat"), other, own)), (Words{"x", "y", "a", "b", "c", "b"}));
-    EXPECT_EQ(take(send<Ref>(SITE("concat"), other, other)), (Words{"x", "y", "x", "y"}));
-    EXPECT_EQ(take(send<Ref>(SITE("insertallafter"), own, Index{4}, own)),
-              (Words{"a", "b", "c", "b", "a", "b", "c", "b"}));
-    EXPECT_TRUE(errors.all.empty());
-    EXPECT_EQ(take(own), (Words{"a", "b", "c", "b"}));
-    finalize(other);
+    const Temporary own(make({"a", "b", "c", "b"})), other(make({"x", "y"}));
+    says(own.ref(),
+         "copyfromto 2, 3 -> (b c); copyfromto 3, 2 -> (); copywith z -> (a b c b z); copywithout b -> (a c); "
+         "copyreplace 2, 3, $1 -> (a x y b); copyreplace 2, 1, $1 -> (a x y b c b); reverse -> (b c b a); "
+         "$1 concat $2 -> (x y a b c b); $1 concat $1 -> (x y x y); insertallafter 4, $2 -> (a b c b a b c b); "
+         "* -> (a b c b); equal $2 -> 1; equal (a b c b) -> 1; equal (a b c c) -> 0; equal - -> 0",
+         {other.ref(), own.ref()});
+    const Temporary foreign(isArray() ? listOf({"x", "y"}, GetParam().width) : arrayOf({"x", "y"}, GetParam().width));
+    says(other.ref(), "equal $1 -> 0", {foreign.ref()});
 }
 
 TEST_P(Sequenced, MovesOverlappingRanges) {
-    const auto replaced = [&](Index start, Index stop, Index from) {
-        const auto own = make({"a", "b", "c", "d"});
-        send(SITE("replacesubcollection"), own, start, stop, own, from);
-        return take(own);
+    const auto replaced = [&](const char *range, const char *result) {
+        const Temporary own(make({"a", "b", "c", "d"}));
+        says(own.ref(), "replacesubcollection " + std::string(range) + "; * -> " + result, {own.ref()});
     };
-    EXPECT_EQ(replaced(2, 4, 1), (Words{"a", "a", "b", "c"}));
-    EXPECT_EQ(replaced(1, 3, 2), (Words{"b", "c", "d", "d"}));
-    EXPECT_EQ(replaced(1, 0, 3), (Words{"a", "b", "c", "d"}));
-    EXPECT_EQ(replaced(3, -7, 1), (Words{"a", "b", "c", "d"}));
-    EXPECT_TRUE(errors.all.empty());
+    replaced("2, 4, $1, 1", "(a a b c)");
+    replaced("1, 3, $1, 2", "(b c d d)");
+    replaced("1, 0, $1, 3", "(a b c d)");
+    replaced("3, -7, $1, 1", "(a b c d)");
 }
 
-TEST_P(Sequenced, IsEqualElementForElementWithinOneClass) {
-    const auto own = make({"a", "b"}), same = make({"a", "b"}), other = make({"a", "c"});
-    const auto foreign = isArray() ? listOf({"a", "b"}, GetParam().width) : arrayOf({"a", "b"}, GetParam().width);
-    const auto equal = [&](Ref with) { return send<bool>(SITE("equal"), own, with); };
-    EXPECT_TRUE(equal(own));
-    EXPECT_TRUE(equal(same));
-    EXPECT_FALSE(equal(other));
-    EXPECT_FALSE(equal(foreign));
-    EXPECT_FALSE(equal(null));
-    for (const auto object : {own, same, other, foreign}) finalize(object);
-}
-
-TEST_P(Sequenced, WalksInEveryDirection) {
-    const auto own = make({"a", "b", "c"});
-    std::string seen;
-    const Block collect([&](void **arguments) {
-        seen += wordIn(arguments, width());
-        return 0;
-    });
-    send(SITE("do"), own, collect.ref());
-    send(SITE("reversedo"), own, collect.ref());
-    send(SITE("dowithoutcopy"), own, collect.ref());
-    EXPECT_EQ(seen, "abccbaabc");
-    const Block keyed([&](void **arguments) {
-        seen += std::to_string(numberIn(arguments)) + wordIn(arguments, width(), 1);
-        return 0;
-    });
-    seen.clear();
-    send(SITE("keysanddatado"), own, keyed.ref());
-    EXPECT_EQ(seen, "1a2b3c");
-    const Block both([&](void **arguments) {
-        seen += wordIn(arguments, width()) + wordIn(arguments, width(), 1);
-        return 0;
-    });
-    const auto other = make({"x", "y", "z"});
-    seen.clear();
-    send(SITE("withdo"), own, other, both.ref());
-    EXPECT_EQ(seen, "axbycz");
-    finalize(own);
-    finalize(other);
-}
-
-TEST_P(Sequenced, StopsWhenToldTo) {
-    const auto own = make({"a", "b", "c"});
-    std::string seen;
-    const Block quitAtB([&](void **arguments) {
-        seen += wordIn(arguments, width());
-        if (seen.back() == 'b') send(SITE("quititeration"), own);
+TEST_P(Sequenced, WalksInEveryDirectionUntilItIsToldToStop) {
+    const Temporary own(make({"a", "b", "c"}));
+    Noting words("w", {}, width()), keyed("nw", {}, width()), both("ww", {}, width());
+    says(own.ref(), "do $1; reversedo $1; dowithoutcopy $1; keysanddatado $2; withdo (x y z), $3",
+         {words.ref(), keyed.ref(), both.ref()});
+    EXPECT_EQ(words.seen() + "|" + keyed.seen() + "|" + both.seen(), "a b c c b a a b c|1a 2b 3c|ax by cz");
+    const auto quit = [&](const std::string &word) {
+        if (word == "b") send(SITE("quititeration"), own.ref());
         return 1;
-    });
-    for (auto *site : {&SITE("do"), &SITE("dowithoutcopy"), &SITE("reversedo")}) send(*site, own, quitAtB.ref());
-    EXPECT_EQ(seen, "ababcb");
-    const auto chosen = take(send<Ref>(SITE("select"), own, quitAtB.ref()));
-    EXPECT_EQ(chosen, (Words{"a", "b"}));
-    finalize(own);
+    };
+    Noting quitAtB("w", quit, width());
+    says(own.ref(), "do $1; dowithoutcopy $1; reversedo $1; select $1 -> (a b)", {quitAtB.ref()});
+    EXPECT_EQ(quitAtB.seen(), "a b a b c b a b");
 }
 
 TEST_P(Sequenced, ChoosesAndFinds) {
-    const auto own = make({"a", "b", "c", "b"});
+    const Temporary own(make({"a", "b", "c", "b"}));
     const Block isB([&](void **arguments) { return wordIn(arguments, width()) == "b" ? 1 : 0; });
     const Block never([](void **) { return 0; });
-    EXPECT_EQ(take(send<Ref>(SITE("select"), own, isB.ref())), (Words{"b", "b"}));
-    EXPECT_EQ(take(send<Ref>(SITE("reject"), own, isB.ref())), (Words{"a", "c"}));
-    EXPECT_EQ(send<Index>(SITE("findfirst"), own, isB.ref()), 2);
-    EXPECT_EQ(send<Index>(SITE("findlast"), own, isB.ref()), 4);
-    EXPECT_EQ(send<Index>(SITE("findfirst"), own, never.ref()), 0);
-    std::string found(width(), '?');
-    send(SITE("detect"), own, Returning{{reinterpret_cast<std::byte *>(found.data())}}, isB.ref());
-    EXPECT_EQ(trimmed(found), "b");
-    EXPECT_TRUE(errors.all.empty());
-    send(SITE("detect"), own, Returning{{reinterpret_cast<std::byte *>(found.data())}}, never.ref());
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{12}));
-    EXPECT_EQ(found, std::string(width(), '\0'));
-    finalize(own);
+    says(own.ref(),
+         "select $1 -> (b b); reject $1 -> (a c); findfirst $1 -> 2; findlast $1 -> 4; findfirst $2 -> 0; "
+         "detect $1 -> b; detect $2 -> error 12 -> zeros",
+         {isB.ref(), never.ref()});
+    const Temporary numbers(send<Ref>(SITE("ofvalues"), CLASS("ordrdcll"), comp5(), Index{0}));
+    for (Index i = 1; i <= 40; ++i) send(SITE("add"), numbers.ref(), i);
+    const Block twice([](void **arguments) { return 2 * numberIn(arguments); });
+    const Temporary doubled(send<Ref>(SITE("collect"), numbers.ref(), twice.ref()));
+    says(doubled.ref(), "at 1 -> 2; at 40 -> 80; size -> 40");
 }
 
 TEST_P(Sequenced, VisitsWhatWasThereWhateverTheBlockDoes) {
     for (const auto *deed : {"clear", "finalize", "grow"}) {
         const auto own = make({"a", "b", "c"});
-        std::string seen;
         auto done = false;
-        const Block hostile([&](void **arguments) {
-            seen += wordIn(arguments, width());
+        const auto act = [&](const std::string &) {
             oops_site site = OOPS_SITE(deed);
-            if (!done) send<Ref>(site, own);
-            done = true;
+            if (!std::exchange(done, true)) send<Ref>(site, own);
             return 1;
-        });
+        };
+        Noting hostile("w", act, width());
         send(SITE("do"), own, hostile.ref());
-        EXPECT_EQ(seen, "abc") << deed;
+        EXPECT_EQ(hostile.seen(), "a b c") << deed;
         if (isLive(own)) finalize(own);
     }
     errors.all.clear(); // an array does not understand `clear`
 }
 
-TEST_P(Sequenced, CollectsAnswers) {
-    const auto numbers = send<Ref>(SITE("ofvalues"), CLASS("ordrdcll"), comp5(), Index{0});
-    for (Index i = 1; i <= 40; ++i) send(SITE("add"), numbers, i);
-    const Block twice([](void **arguments) { return 2 * numberIn(arguments); });
-    const auto doubled = send<Ref>(SITE("collect"), numbers, twice.ref());
-    EXPECT_EQ(send<Index>(SITE("at"), doubled, Index{40}), 80);
-    EXPECT_EQ(sizeOf(doubled), 40);
-    finalize(numbers);
-    finalize(doubled);
-}
-
 TEST_P(Sequenced, CopiesObjectsDeeply) {
-    const auto one = text("one");
-    const auto own = referencesOf(GetParam().program, {one});
-    const auto shallow = send<Ref>(SITE("copy"), own);
+    const auto one = text("one"), own = referencesOf(GetParam().program, {one});
     const auto deep = send<Ref>(SITE("deepcopy"), own);
-    EXPECT_EQ(referenceAt(shallow, 1), one);
+    const Temporary shallow(send<Ref>(SITE("copy"), own));
+    says(shallow.ref(), "at 1 -> $1; equal $2 -> 1", {one, deep});
     EXPECT_NE(referenceAt(deep, 1), one);
-    EXPECT_TRUE(send<bool>(SITE("equal"), own, deep));
-    send<Ref>(SITE("deepfinalize"), deep);
-    finalize(shallow);
-    send<Ref>(SITE("deepfinalize"), own);
+    for (const auto made : {own, deep}) send<Ref>(SITE("deepfinalize"), made);
 }
 
 TEST_P(Sequenced, GrowsWithSpaces) {
-    const auto own = make({"a", "b", "c"});
-    const auto before = send<Count>(SITE("capacity"), own);
-    send(SITE("grow"), own);
-    EXPECT_EQ(send<Count>(SITE("capacity"), own), (before + 10) * 2);
-    EXPECT_EQ(wordAt(own, 3), "c");
-    EXPECT_EQ(send<Ref>(SITE("growto"), own, Index{2}), own);
-    EXPECT_EQ(send<Count>(SITE("getstoragerequirements"), own), 2 * width());
-    EXPECT_EQ(wordsOf(own), (Words{"a", "b"}));
-    send<Ref>(SITE("growto"), own, Index{0});
-    EXPECT_EQ(sizeOf(own), 0);
-    send<Ref>(SITE("growto"), own, Index{4});
-    EXPECT_EQ(send<Count>(SITE("capacity"), own), 4u);
-    if (isArray()) {
-        EXPECT_EQ(elementAt(own, 4), std::string(width(), ' '));
-    }
-    EXPECT_TRUE(errors.all.empty());
-    finalize(own);
+    const Temporary own(make({"a", "b", "c"}));
+    says(own.ref(), "capacity -> 3; grow; capacity -> 26; at 3 -> c; growto 2 -> $1; * -> (a b)", {own.ref()});
+    EXPECT_EQ(send<Count>(SITE("getstoragerequirements"), own.ref()), 2 * width());
+    says(own.ref(), "growto 0 -> $1; size -> 0; growto 4 -> $1; capacity -> 4", {own.ref()});
+    if (isArray()) says(own.ref(), "at 4 -> [" + std::string(width(), ' ') + "]");
 }
 
 TEST_P(Sequenced, RefusesIndexesOutside) {
-    const auto own = make({"a", "b"});
+    const Temporary own(make({"a", "b"}));
     for (const Index index : {0, -1, 3, INT32_MAX, INT32_MIN}) {
-        EXPECT_EQ(elementAt(own, index), std::string(width(), '?'));
-        EXPECT_EQ(errors.numbers(), (std::vector<Count>{3}));
-        put(own, index, "z");
-        EXPECT_EQ(errors.numbers(), (std::vector<Count>{3}));
-        EXPECT_FALSE(send<bool>(SITE("isat"), own, area(std::string(width(), '\0')), index));
-        EXPECT_EQ(errors.numbers(), (std::vector<Count>{3}));
-        EXPECT_FALSE(sendWord<bool>(SITE("isatidentity"), own, "a", index));
-        std::string untouched(width(), '?');
-        send(SITE("atnogc"), own, Returning{{reinterpret_cast<std::byte *>(untouched.data())}}, index);
-        EXPECT_EQ(untouched, std::string(width(), '?'));
-        EXPECT_TRUE(errors.all.empty());
+        says(own.ref(), about("at # -> error 3 -> untouched; atput #, z -> error 3; isat [], # -> error 3 -> 0; "
+                              "isatidentity a, # -> 0; atnogc # -> untouched",
+                              index));
     }
-    sendWord<Index>(SITE("firstindexof"), own, "a", Index{0}, Index{2});
-    send<Ref>(SITE("insertallafter"), own, Index{3}, own);
-    send<Ref>(SITE("copyreplace"), own, Index{2}, Index{0}, own);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{3, 3, 3}));
-    EXPECT_EQ(take(own), (Words{"a", "b"}));
+    says(own.ref(), "firstindexof a, 0, 2 -> error 3; insertallafter 3, $1 -> error 3; copyreplace 2, 0, $1 -> error 3",
+         {own.ref()});
+    says(own.ref(), "* -> (a b)");
 }
 
-TEST_P(Sequenced, LeavesItsSizeAloneWhenItCannotGrow) {
-    const auto own = make({"a", "b"});
-    EXPECT_EQ(send<Ref>(SITE("growto"), own, Index{-1}), null);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{33, 32}));
-    if (width() > 4) {
-        send<Ref>(SITE("growto"), own, INT32_MAX); // more bytes than a storage length can say
-        EXPECT_EQ(errors.numbers(), (std::vector<Count>{32}));
-    }
+TEST_P(Sequenced, TakesOnlySizesThatCanBe) {
+    const auto picture = picX(GetParam().width);
+    for (const Index size : {-1, INT32_MIN, 538976288, INT32_MAX})
+        says(ofProgram(), about("ofvalues $1, # -> error 33 -> nil; ofreferences # -> error 33 -> nil", size),
+             {picture});
+    if (width() > 8) says(ofProgram(), "ofvalues $1, 538976287 -> error 32 -> nil", {picture});
+    says(ofProgram(), "ofvalues $1, 0 -> ()", {picture});
+
+    const Temporary own(make({"a", "b"}));
+    says(own.ref(), "growto -1 -> error 33 32 -> nil; * -> (a b)");
+    // More bytes than a storage length can say.
+    if (width() > 4) says(own.ref(), "growto 2147483647 -> error 32; * -> (a b)");
     if (OOCOBOL_CHECKED) { // only checked builds can make an allocation fail
         AllocationFaults::failAt(1, true);
-        send(SITE("grow"), own);
+        send(SITE("grow"), own.ref());
         AllocationFaults::failAt(0, false);
         EXPECT_EQ(errors.numbers(), std::vector<Count>{32});
+        says(own.ref(), "* -> (a b)");
     }
-    EXPECT_EQ(take(own), (Words{"a", "b"}));
 }
 
 TEST_P(Sequenced, AsksForTheStorageThatANegativeSizeWouldBe) {
     static Index asked;
     const auto greedy =
-        OutsideClass("greedy", "greedy", classForProgram(GetParam().program))
+        OutsideClass("greedy", "greedy", ofProgram())
             .method("basicgrow",
                     asMethod(+[](const oops_ref *, void *, void *, const Index *bytes) { asked = *bytes; }), 2)
             .registerIt();
-    const auto own = send<Ref>(SITE("ofvalues"), greedy, picX(GetParam().width), Index{1});
-    send<Ref>(SITE("growto"), own, Index{-3});
+    const Temporary own(send<Ref>(SITE("ofvalues"), greedy, picX(GetParam().width), Index{1}));
+    send<Ref>(SITE("growto"), own.ref(), Index{-3});
     EXPECT_EQ(asked, -3 * GetParam().width);
-    finalize(own);
+    errors.all.clear();
 }
 
-TEST_P(Sequenced, RefusesCollectionsOfAnotherTemplate) {
-    const auto own = make({"a", "b"}), other = listOf({"x", "y"}, GetParam().width + 1);
-    EXPECT_FALSE(send<bool>(SITE("iscompatible"), own, other));
-    send<Ref>(SITE("concat"), own, other);
-    send<Ref>(SITE("insertallafter"), own, Index{0}, other);
-    send<Ref>(SITE("copyreplace"), own, Index{1}, Index{1}, other);
-    send<Index>(SITE("indexofsubcollection"), own, other, Index{1});
-    send(SITE("replacesubcollection"), own, Index{1}, Index{1}, other, Index{1});
-    send(SITE("addall"), own, other);
-    EXPECT_EQ(errors.numbers(), std::vector<Count>(6, 10));
-    const auto shorter = make({"x"});
-    send(SITE("replacesubcollection"), own, Index{1}, Index{2}, shorter, Index{1});
-    send(SITE("withdo"), own, shorter, null);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{4, 6}));
-    EXPECT_EQ(take(own), (Words{"a", "b"}));
-    finalize(other);
-    finalize(shorter);
+TEST_P(Sequenced, RefusesCollectionsThatDoNotFit) {
+    const Temporary own(make({"a", "b"})), other(listOf({"x", "y"}, GetParam().width + 1));
+    says(own.ref(),
+         "iscompatible $1 -> 0; concat $1 -> error 10; insertallafter 0, $1 -> error 10; copyreplace 1, 1, $1 -> error "
+         "10; indexofsubcollection $1, 1 -> error 10; replacesubcollection 1, 1, $1, 1 -> error 10; addall $1 -> error "
+         "10; replacesubcollection 1, 2, (x), 1 -> error 4; withdo (x), - -> error 6; * -> (a b)",
+         {other.ref()});
 }
 
 TEST_P(Sequenced, TriesABlockThatIsGoneOnce) {
-    const auto own = make({"a", "b", "c"});
+    const Temporary own(make({"a", "b", "c"}));
     const auto gone = block([](void **) { return 0; });
     finalize(gone);
-    for (auto *site : {&SITE("do"), &SITE("dowithoutcopy"), &SITE("keysanddatado")}) send(*site, own, gone);
-    finalize(send<Ref>(SITE("collect"), own, gone));
-    EXPECT_EQ(errors.numbers(), std::vector<Count>(4, 106));
-    send(SITE("do"), own, null);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{24}));
-    finalize(own);
-}
-
-TEST_P(Sequenced, TakesOnlySizesThatCanBe) {
-    const auto sized = [&](Index size) {
-        return send<Ref>(SITE("ofvalues"), classForProgram(GetParam().program), picX(GetParam().width), size);
-    };
-    for (const Index size : {-1, INT32_MIN, 538976288, INT32_MAX}) {
-        EXPECT_EQ(sized(size), null);
-        EXPECT_EQ(send<Ref>(SITE("ofreferences"), classForProgram(GetParam().program), size), null);
-        EXPECT_EQ(errors.numbers(), (std::vector<Count>{33, 33}));
-    }
-    if (width() > 8) {
-        EXPECT_EQ(sized(538976287), null);
-        EXPECT_EQ(errors.numbers(), (std::vector<Count>{32}));
-    }
-    finalize(sized(0));
-    EXPECT_TRUE(errors.all.empty());
+    says(own.ref(),
+         "do $1 -> error 106; dowithoutcopy $1 -> error 106; keysanddatado $1 -> error 106; do $2 -> error 24",
+         {gone, null});
+    finalize(send<Ref>(SITE("collect"), own.ref(), gone));
+    EXPECT_EQ(errors.numbers(), std::vector<Count>{106});
 }
 
 TEST_P(Sequenced, SurvivesEveryFailingAllocation) {
     if (!OOCOBOL_CHECKED) GTEST_SKIP() << "allocations fail in checked builds only";
-    const auto own = make({"b", "a", "c"});
+    const Temporary own(make({"b", "a", "c"}));
     const Block yes([](void **) { return 1; });
     const std::function<Ref()> scenes[] = {
-        [&] { return send<Ref>(SITE("copy"), own); },
-        [&] { return send<Ref>(SITE("reverse"), own); },
-        [&] { return send<Ref>(SITE("select"), own, yes.ref()); },
-        [&] { return send<Ref>(SITE("insertallafter"), own, Index{1}, own); },
-        [&] { return send<Ref>(SITE("asarray"), own); },
-        [&] { return send<Ref>(SITE("assortedcollection"), own); },
+        [&] { return send<Ref>(SITE("copy"), own.ref()); },
+        [&] { return send<Ref>(SITE("reverse"), own.ref()); },
+        [&] { return send<Ref>(SITE("select"), own.ref(), yes.ref()); },
+        [&] { return send<Ref>(SITE("insertallafter"), own.ref(), Index{1}, own.ref()); },
+        [&] { return send<Ref>(SITE("asarray"), own.ref()); },
+        [&] { return send<Ref>(SITE("assortedcollection"), own.ref()); },
     };
     for (const auto &scene : scenes) {
         for (std::uint64_t at = 1;; ++at) {
@@ -383,12 +218,11 @@ TEST_P(Sequenced, SurvivesEveryFailingAllocation) {
             const auto reached = AllocationFaults::count() >= at;
             AllocationFaults::failAt(0, false);
             if (isLive(made)) finalize(made);
-            EXPECT_EQ(wordsOf(own), (Words{"b", "a", "c"}));
+            says(own.ref(), "* -> (b a c)");
             if (!reached) break;
         }
     }
     errors.all.clear();
-    finalize(own);
 }
 
 } // namespace

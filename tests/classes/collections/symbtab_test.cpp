@@ -6,74 +6,47 @@
 namespace oocobol::test {
 namespace {
 
-class Registries : public testing::Test {
+class Registries : public CollectionTest {
 protected:
-    LeakCheck leaks;
-    RaisedErrors errors;
     const Ref registry = CLASS("systemd");
-    const Ref one = text("one"), other = text("other");
-    ~Registries() override {
-        finalize(one);
-        finalize(other);
-    }
-    static Bytes name(const char *text) { return {text}; }
+    const Temporary one{text("one")}, other{text("other")};
 };
-constexpr char longName[] = "a-name-of-forty-characters-without-a-end";
+// The key is cut to its first 32 characters.
+#define LONG_NAME "a-name-of-forty-characters-without-a-end"
+#define LONG_KEY "a-name-of-forty-characters-witho"
+#define ABC_KEY "abc                             "
 
 TEST_F(Registries, SymbolTablesTakeTheTerminatorIntoTheKey) {
-    const auto table = send<Ref>(SITE("new"), CLASS("symbtab"));
-    const auto second = send<Ref>(SITE("new"), CLASS("symbtab"));
-    send(SITE("atput"), table, name("abc"), one);
-    send(SITE("atput"), table, name(longName), other);
-    EXPECT_EQ(send<Ref>(SITE("atornil"), table, name("abc")), one);
-    EXPECT_FALSE(send<Ref>(SITE("atornil"), second, name("abc")));
-    EXPECT_EQ(send<Ref>(SITE("at"), table, area(padded({"abc\0", 4}, 32))), one);
-    EXPECT_EQ(send<Ref>(SITE("at"), table, area(padded(longName, 32))), other);
-    EXPECT_TRUE(errors.all.empty());
-    EXPECT_FALSE(send<Ref>(SITE("at"), table, area(padded("abc", 32))));
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{12}));
-    finalize(table);
-    finalize(second);
+    const Temporary table(send<Ref>(SITE("new"), CLASS("symbtab"))), second(send<Ref>(SITE("new"), CLASS("symbtab")));
+    says(table.ref(),
+         "atput 'abc', $1; atput '" LONG_NAME "', $2; atornil 'abc' -> $1; $3 atornil 'abc' -> nil; "
+         "at '" LONG_KEY "' -> $2; at '" ABC_KEY "' -> error 12 -> nil",
+         {one.ref(), other.ref(), second.ref()});
+    EXPECT_EQ(send<Ref>(SITE("at"), table.ref(), area(padded({"abc\0", 4}, 32))), one.ref());
 }
 
 TEST_F(Registries, TheSystemDictionaryLeavesItOut) {
-    send(SITE("atzput"), registry, name("abc"), one);
-    send(SITE("atzput"), registry, name(longName), other);
-    EXPECT_EQ(send<Ref>(SITE("at"), registry, area(padded("abc", 32))), one);
-    EXPECT_EQ(send<Ref>(SITE("at"), registry, area(padded(longName, 32))), other);
-    EXPECT_EQ(send<Ref>(SITE("atz"), registry, name(longName)), other);
-    send(SITE("removekeyz"), registry, name("abd"));
-    send(SITE("removekeyz"), registry, name("abc"));
-    send(SITE("removekey"), registry, area(padded(longName, 32)));
-    EXPECT_FALSE(send<Ref>(SITE("atz"), registry, name("abc")));
-    EXPECT_FALSE(send<Ref>(SITE("atz"), registry, name(longName)));
-    EXPECT_TRUE(errors.all.empty());
-    send<Ref>(SITE("new"), registry);
-    send(SITE("atzput"), registry, nullptr, one);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{16, 33}));
+    says(registry,
+         "atzput 'abc', $1; atzput '" LONG_NAME "', $2; at '" ABC_KEY "' -> $1; at '" LONG_KEY "' -> $2; "
+         "atz '" LONG_NAME "' -> $2; removekeyz 'abd'; removekeyz 'abc'; removekey '" LONG_KEY "'; atz 'abc' -> nil; "
+         "atz '" LONG_NAME "' -> nil; new -> error 16; atzput -, $1 -> error 33",
+         {one.ref(), other.ref()});
 }
 
 TEST_F(Registries, TheSystemDictionaryServesThreads) {
     constexpr int threads = 4, names = 200;
+    const auto name = [](int thread, int i) { return "thread " + std::to_string(thread) + " " + std::to_string(i); };
     std::vector<std::thread> running;
     for (int t = 0; t < threads; ++t) {
         running.emplace_back([&, t] {
-            for (int i = 0; i < names; ++i) {
-                const auto own = "thread " + std::to_string(t) + " " + std::to_string(i);
-                send(SITE("atzput"), registry, name(own.c_str()), one);
-            }
+            for (int i = 0; i < names; ++i) send(SITE("atzput"), registry, Bytes{name(t, i).c_str()}, one.ref());
         });
     }
     for (auto &thread : running) thread.join();
-    int found = 0;
     for (int t = 0; t < threads; ++t) {
-        for (int i = 0; i < names; ++i) {
-            const auto own = "thread " + std::to_string(t) + " " + std::to_string(i);
-            found += send<Ref>(SITE("atz"), registry, name(own.c_str())) == one;
-            send(SITE("removekeyz"), registry, name(own.c_str()));
-        }
+        for (int i = 0; i < names; ++i)
+            says(registry, "atz '" + name(t, i) + "' -> $1; removekeyz '" + name(t, i) + "'", {one.ref()});
     }
-    EXPECT_EQ(found, threads * names);
 }
 
 } // namespace

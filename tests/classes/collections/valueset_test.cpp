@@ -1,8 +1,6 @@
 // What sets do besides keeping their table as the model says (hash_model_test.cpp): creation, iteration, whole sets,
 // and errors. The cases run on value sets and identity sets, with native loops and without.
-#include <algorithm>
-
-#include "tests/classes/collections/hash_model.h"
+#include "tests/classes/collections/collections.h"
 
 namespace oocobol::test {
 namespace {
@@ -12,223 +10,147 @@ struct Kind {
     bool native;
 };
 
-class Sets : public testing::TestWithParam<Kind> {
+class Sets : public KindsTest<Kind> {
 protected:
-    Sets() { allowNativePaths(GetParam().native); }
-    ~Sets() override { allowNativePaths(true); }
-
     Ref setOf(const Words &words, Index size = 0) const {
         const auto set = newCollection(GetParam().program, 4, size);
         for (const auto &word : words) add(set, word);
         return set;
     }
     // In the order of slots.
-    static Words slotsOf(Ref set) {
-        Words words;
+    static std::string slotsOf(Ref set) {
+        std::string words;
         for (Index slot = 1; slot <= static_cast<Index>(send<Count>(SITE("capacity"), set)); ++slot) {
             if (send<bool>(SITE("isoccuppiedat"), set, slot))
-                words.push_back(trimmed(answered(SITE("basicatnogc"), set, 4, slot)));
+                words += (words.empty() ? "" : " ") + trimmed(answered(SITE("basicatnogc"), set, 4, slot));
         }
         return words;
     }
-    static Words sorted(Words words) {
-        std::sort(words.begin(), words.end());
-        return words;
-    }
-    static bool includes(Ref set, const char *word) { return sendWord<bool>(SITE("includes"), set, word); }
-
-    LeakCheck leaks;
-    RaisedErrors errors;
 };
 INSTANTIATE_TEST_SUITE_P(Kinds, Sets,
                          testing::Values(Kind{"valueset", true}, Kind{"valueset", false}, Kind{"iset", true},
                                          Kind{"iset", false}));
 
 TEST_P(Sets, GrowAtSevenTenths) {
-    const auto empty = setOf({});
-    EXPECT_EQ(send<Count>(SITE("capacity"), empty), 1u);
-    add(empty, "a");
-    EXPECT_EQ(send<Count>(SITE("capacity"), empty), 12u);
-    EXPECT_EQ(send<Count>(SITE("getstoragerequirements"), empty), 12u * 4 + 2);
-    const auto ten = setOf({"1", "2", "3", "4", "5", "6", "7"}, 10);
-    EXPECT_EQ(send<Count>(SITE("capacity"), ten), 10u);
-    add(ten, "7");
-    EXPECT_EQ(send<Count>(SITE("capacity"), ten), 30u);
-    EXPECT_EQ(send<Count>(SITE("size"), ten), 7u);
-    finalize(empty);
-    finalize(ten);
+    const Temporary empty(setOf({})), ten(setOf({"1", "2", "3", "4", "5", "6", "7"}, 10));
+    says(empty.ref(), "capacity -> 1; add a; capacity -> 12; getstoragerequirements -> 50");
+    says(ten.ref(), "capacity -> 10; add h; capacity -> 30; remove h; size -> 7");
 }
 
 TEST_P(Sets, KeepWhatFollowsARemovedElement) {
     // One-letter words hash as their letters: these three meet in slot 5 of 12.
-    const auto set = setOf({"d", "p", "|"}, 12);
-    sendWord(SITE("remove"), set, "d");
-    EXPECT_EQ(trimmed(answered(SITE("privateat"), set, 4, 5)), "p");
-    EXPECT_EQ(trimmed(answered(SITE("privateat"), set, 4, 6)), "|");
-    EXPECT_TRUE(send<bool>(SITE("isemptyat"), set, Index{7}));
-    EXPECT_EQ(sendWord<Count>(SITE("occurrencesof"), set, "|"), 1u);
-    EXPECT_EQ(sendWord<Count>(SITE("occurrencesof"), set, "d"), 0u);
-    finalize(set);
+    const Temporary set(setOf({"d", "p", "|"}, 12));
+    says(set.ref(), "remove d; privateat 5 -> p; privateat 6 -> [|   ]; isemptyat 7 -> 1; occurrencesof p -> 1; "
+                    "occurrencesof d -> 0; * -> (p |)");
 }
 
 TEST_P(Sets, WalkACopyInTheOrderOfSlots) {
-    const auto set = setOf({"a", "b", "c", "d", "e"});
-    Words seen;
-    const Block changing([&](void **arguments) {
-        seen.push_back(wordIn(arguments));
-        add(set, "new" + std::to_string(seen.size()));
-        sendWord(SITE("remove"), set, seen.back());
-        std::memset(arguments[0], '!', 4);
+    const Temporary set(setOf({"a", "b", "c", "d", "e"}));
+    int visits = 0;
+    const auto change = [&](const std::string &word) {
+        add(set.ref(), "new" + std::to_string(++visits));
+        sendWord(SITE("remove"), set.ref(), word);
         return 0;
-    });
-    const auto before = slotsOf(set);
-    send(SITE("do"), set, changing.ref());
-    EXPECT_EQ(seen, before);
-    EXPECT_EQ(sorted(slotsOf(set)), (Words{"new1", "new2", "new3", "new4", "new5"}));
-    seen.clear();
-    const Block stopping([&](void **arguments) {
-        seen.push_back(wordIn(arguments));
-        if (seen.size() == 2) send(SITE("quititeration"), set);
+    };
+    const auto stop = [&](const std::string &) {
+        if (++visits == 2) send(SITE("quititeration"), set.ref());
         return 0;
-    });
-    for (auto *walk : {&SITE("do"), &SITE("dowithoutcopy"), &SITE("reversedo")}) send(*walk, set, stopping.ref());
-    const auto slots = slotsOf(set);
-    EXPECT_EQ(Words(seen.begin(), seen.begin() + 2), Words(slots.begin(), slots.begin() + 2));
-    EXPECT_EQ(seen.size(), 2 + 5u + 5u); // the flag is down again after each
-    finalize(set);
+    };
+    Noting changing("w", change), stopping("w", stop), walk;
+    const Block overwriting([](void **arguments) { return std::memset(arguments[0], '!', 4), 0; });
+    const auto before = slotsOf(set.ref());
+    says(set.ref(), "do $1; do $2; * -> (new1 new2 new3 new4 new5)", {changing.ref(), overwriting.ref()});
+    EXPECT_EQ(changing.seen(), before);
+    visits = 0;
+    const auto after = slotsOf(set.ref());
+    says(set.ref(), "do $1; dowithoutcopy $2; reversedo $2", {stopping.ref(), walk.ref()});
+    EXPECT_EQ(stopping.seen(), after.substr(0, 9));
+    EXPECT_EQ(walk.seen(), after + " " + after); // the flag is down again after each
 }
 
 TEST_P(Sets, AreMadeOfOtherCollections) {
-    const auto list = listOf({"b", "a", "b", "c"});
-    const auto set = setOf({"c", "d"});
-    const auto both = send<Ref>(SITE("concat"), set, list);
-    const auto rest = send<Ref>(SITE("minus"), set, list);
-    EXPECT_EQ(sorted(slotsOf(both)), (Words{"a", "b", "c", "d"}));
-    EXPECT_EQ(slotsOf(rest), (Words{"d"}));
-    send(SITE("replacecontentswith"), set, list);
-    EXPECT_EQ(sorted(slotsOf(set)), (Words{"a", "b", "c"}));
-    send(SITE("replacecontentswith"), set, set);
-    EXPECT_EQ(send<Count>(SITE("size"), set), 3u);
-    send(SITE("addall"), set, set);
-    send(SITE("removeall"), set, set);
-    EXPECT_EQ(send<Count>(SITE("size"), set), 0u);
-    EXPECT_TRUE(errors.all.empty());
-    for (const auto made : {list, set, both, rest}) finalize(made);
+    const Temporary list(listOf({"b", "a", "b", "c"})), set(setOf({"c", "d"}));
+    says(set.ref(),
+         "concat $1 -> (a b c d); minus $1 -> (d); replacecontentswith $1; * -> (a b c); "
+         "replacecontentswith $2; size -> 3; addall $2; size -> 3; removeall $2; size -> 0",
+         {list.ref(), set.ref()});
 }
 
 TEST_P(Sets, RefuseWhatCannotBe) {
-    const auto set = setOf({"a"});
-    sendWord(SITE("remove"), set, "b");
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{12}));
-    answered(SITE("privateat"), set, 4, 0);
-    answered(SITE("privateat"), set, 4, 13);
-    send(SITE("fixcollisionsfrom"), set, Index{-1});
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{3, 3, 3}));
-    EXPECT_FALSE(send<bool>(SITE("isoccuppiedat"), set, INT32_MIN));
-    send(SITE("add"), set);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{33}));
-    const auto narrow = listOf({"x"}, 2);
-    send(SITE("replacecontentswith"), set, narrow);
-    send<Ref>(SITE("concat"), set, narrow);
-    finalize(narrow);
-    send(SITE("replacecontentswith"), set, narrow);
-    send(SITE("replacecontentswith"), set, null);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{10, 10, 106, 33}));
-    EXPECT_EQ(slotsOf(set), (Words{"a"}));
-    finalize(set);
+    const Temporary set(setOf({"a"}));
+    const auto gone = listOf({"x"}, 2);
+    says(set.ref(),
+         "remove b -> error 12; privateat 0 -> error 3; privateat 13 -> error 3; "
+         "fixcollisionsfrom -1 -> error 3; isoccuppiedat -2147483648 -> 0; add -> error 33; "
+         "replacecontentswith $1 -> error 10; concat $1 -> error 10",
+         {gone});
+    finalize(gone);
+    says(set.ref(), "replacecontentswith $1 -> error 106; replacecontentswith $2 -> error 33; * -> (a)", {gone, null});
 
     const auto ofProgram = classForProgram(GetParam().program);
-    EXPECT_FALSE(send<Ref>(SITE("ofvalues"), ofProgram, picX(4), Index{-1}));
-    EXPECT_FALSE(send<Ref>(SITE("ofreferences"), ofProgram, INT32_MIN));
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{33, 33}));
+    says(ofProgram, "ofvalues $1, -1 -> error 33 -> nil; ofreferences -2147483648 -> error 33 -> nil", {picX(4)});
     // Too large for its length to fit: a set without slots, until it grows.
-    const auto large = send<Ref>(SITE("ofvalues"), ofProgram, picX(4), INT32_MAX);
+    const Temporary large(send<Ref>(SITE("ofvalues"), ofProgram, picX(4), INT32_MAX));
     EXPECT_EQ(errors.numbers(), (std::vector<Count>{32}));
-    EXPECT_FALSE(includes(large, "a"));
-    add(large, "a");
-    EXPECT_TRUE(includes(large, "a"));
-    EXPECT_EQ(send<Count>(SITE("capacity"), large), 10u);
-    finalize(large);
+    says(large.ref(), "includes a -> 0; add a; includes a -> 1; capacity -> 10");
 }
 
 TEST_P(Sets, StayAsTheyWereWhenTheyCannotGrow) {
-    const Words words{"a", "b", "c", "d", "e", "f", "g"};
-    const auto set = setOf(words, 10);
-    const auto before = slotsOf(set);
+    const Temporary set(setOf({"a", "b", "c", "d", "e", "f", "g"}, 10));
+    const auto before = slotsOf(set.ref());
     for (std::uint64_t n = 1;; ++n) {
         AllocationFaults::failAt(n, true);
-        add(set, "h");
+        add(set.ref(), "h");
         const auto reached = AllocationFaults::count() >= n;
         AllocationFaults::failAt(0, false);
         // What failed may have been but the memory to remember a lookup: then the element is in.
         if (!reached || errors.numbers().empty()) break;
-        ASSERT_EQ(slotsOf(set), before) << n;
-        ASSERT_EQ(send<Count>(SITE("size"), set), 7u) << n;
-        ASSERT_EQ(send<Count>(SITE("capacity"), set), 10u) << n;
+        ASSERT_EQ(slotsOf(set.ref()), before) << n;
+        says(set.ref(), "size -> 7; capacity -> 10");
     }
-    EXPECT_TRUE(includes(set, "h"));
-    finalize(set);
+    says(set.ref(), "includes h -> 1");
 }
 
 // ---- References -----------------------------------------------------------------------------------------------------
 
-class ReferenceSets : public testing::Test {
-protected:
-    LeakCheck leaks;
-    RaisedErrors errors;
-};
+class ReferenceSets : public CollectionTest {};
 
 TEST_F(ReferenceSets, CompareByEqualityOrIdentity) {
-    const auto one = text("same"), other = text("same");
-    const auto byEquality = referencesOf("valueset", {one, one, other});
-    const auto byIdentity = referencesOf("iset", {one, one, other});
-    EXPECT_EQ(send<Count>(SITE("size"), byEquality), 1u);
-    EXPECT_EQ(send<Count>(SITE("size"), byIdentity), 2u);
-    EXPECT_TRUE(send<bool>(SITE("includes"), byEquality, other));
-    send(SITE("remove"), byIdentity, other);
-    EXPECT_FALSE(send<bool>(SITE("includes"), byIdentity, other));
-    EXPECT_TRUE(send<bool>(SITE("includes"), byIdentity, one));
-    for (const auto made : {byEquality, byIdentity, one, other}) finalize(made);
-    EXPECT_TRUE(errors.all.empty());
+    const Temporary one(text("same")), other(text("same"));
+    const Temporary byEquality(referencesOf("valueset", {one.ref(), one.ref(), other.ref()})),
+        byIdentity(referencesOf("iset", {one.ref(), one.ref(), other.ref()}));
+    says(byEquality.ref(), "size -> 1; includes $1 -> 1", {other.ref()});
+    says(byIdentity.ref(), "size -> 2; remove $1; includes $1 -> 0; includes $2 -> 1", {other.ref(), one.ref()});
 }
 
 // An element that has been finalized equals nothing and is passed over; asking for one raises 106. An identity set
 // asks nothing of its elements.
 TEST_F(ReferenceSets, PassOverWhatIsGone) {
-    const auto gone = text("gone"), kept = text("gone"), third = text("third");
-    const auto byEquality = referencesOf("valueset", {gone, third});
-    const auto byIdentity = referencesOf("iset", {gone, third});
+    const auto gone = text("gone");
+    const Temporary kept(text("gone")), third(text("third"));
+    const Temporary byEquality(referencesOf("valueset", {gone, third.ref()})),
+        byIdentity(referencesOf("iset", {gone, third.ref()}));
     finalize(gone);
-    EXPECT_FALSE(send<bool>(SITE("includes"), byEquality, kept));
-    EXPECT_TRUE(errors.all.empty());
-    send(SITE("add"), byEquality, kept);
-    EXPECT_EQ(send<Count>(SITE("size"), byEquality), 3u);
-    EXPECT_FALSE(send<bool>(SITE("includes"), byEquality, gone));
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{106}));
-    send(SITE("add"), byEquality, null);
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{7}));
-    EXPECT_EQ(send<Count>(SITE("size"), byEquality), 3u);
-    send(SITE("remove"), byIdentity, gone);
-    EXPECT_EQ(send<Count>(SITE("size"), byIdentity), 1u);
-    EXPECT_TRUE(errors.all.empty());
-    for (const auto made : {byEquality, byIdentity, kept, third}) finalize(made);
+    says(byEquality.ref(),
+         "includes $1 -> 0; add $1; size -> 3; includes $2 -> error 106 -> 0; add $3 -> error 7; size -> 3",
+         {kept.ref(), gone, null});
+    says(byIdentity.ref(), "remove $1; size -> 1", {gone});
 }
 
 // Fresh objects have places of their own: adding them one after the other never meets an occupied slot.
 TEST_F(ReferenceSets, OfFreshObjectsDoNotCollide) {
-    const auto set = send<Ref>(SITE("ofreferences"), CLASS("iset"), Index{1000});
+    const Temporary set(send<Ref>(SITE("ofreferences"), CLASS("iset"), Index{1000}));
     std::vector<Ref> objects;
     std::size_t displaced = 0;
     for (int i = 0; i < 700; ++i) {
         objects.push_back(send<Ref>(SITE("new"), CLASS("base")));
-        send(SITE("add"), set, objects.back());
-        const auto slot = send<Index>(SITE("findelement"), set, objects.back());
+        send(SITE("add"), set.ref(), objects.back());
+        const auto slot = send<Index>(SITE("findelement"), set.ref(), objects.back());
         displaced += slot != static_cast<Index>(objects.back().index() % 1000 + 1);
     }
-    EXPECT_EQ(send<Count>(SITE("capacity"), set), 1000u);
+    says(set.ref(), "capacity -> 1000");
     EXPECT_LE(displaced, 35u);
     for (const auto object : objects) finalize(object);
-    finalize(set);
 }
 
 } // namespace
