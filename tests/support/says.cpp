@@ -13,7 +13,7 @@ namespace {
 
 // Cuts at `separator` outside quotes and brackets; answers what is in front of it and leaves the rest.
 std::string_view cut(std::string_view &rest, std::string_view separator) {
-    static constexpr std::string_view opening = "'[(", closing = "'])";
+    static constexpr std::string_view opening = "'[({", closing = "'])}";
     char until = 0;
     for (std::size_t i = 0; i < rest.size(); ++i) {
         if (until != 0) {
@@ -33,7 +33,6 @@ std::string_view bare(std::string_view text) {
     if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(" \n") - first + 1);
 }
-std::string_view inside(std::string_view text) { return text.substr(1, text.size() - 2); }
 
 std::string wordsIn(Ref collection) {
     std::string words;
@@ -121,7 +120,7 @@ private:
     std::string perform(Ref object, std::string_view sent, bool answers) {
         const auto name = cut(sent, " ");
         std::vector<std::string_view> items;
-        std::vector<std::string> bytes;
+        std::vector<std::vector<char>> bytes; // of exactly their length, so that reading behind them shows
         for (sent = bare(sent); !sent.empty(); sent = bare(sent)) {
             items.push_back(bare(cut(sent, ",")));
             bytes.push_back(bytesOf(items.back()));
@@ -137,15 +136,21 @@ private:
         }
         return wrong;
     }
-    std::string bytesOf(std::string_view item) const {
-        if (item.starts_with('\'')) return std::string(inside(item));
-        if (item.starts_with('[')) return std::string(areaSize, '\0');
-        if (item.starts_with('$') || item == "it") {
-            const auto object = namedAt(item);
-            return {reinterpret_cast<const char *>(&object), sizeof object};
+    std::vector<char> bytesOf(std::string_view item) const {
+        std::vector<char> bytes;
+        if (item.starts_with('\'') || item.starts_with('{')) {
+            bytes.assign(item.begin() + 1, item.end());
+            bytes.back() = '\0';
+            if (item.starts_with('{')) return {bytes.begin(), bytes.end() - 1};
+        } else if (item.starts_with('[')) {
+            bytes.resize(areaSize);
+        } else {
+            const auto isObject = item.starts_with('$') || item == "it";
+            const auto value = isObject ? namedAt(item).bits : static_cast<std::uint64_t>(numberIn(item));
+            bytes.resize(sizeof value);
+            std::memcpy(bytes.data(), &value, sizeof value);
         }
-        const auto number = numberIn(item);
-        return {reinterpret_cast<const char *>(&number), sizeof number};
+        return bytes;
     }
 
     // The answer in the form in which the expectation is written.
