@@ -29,6 +29,11 @@ Ref templateOf(std::size_t kind) {
     return made[kind];
 }
 
+Elements joined(Elements one, const Elements &two, const Elements &three) {
+    one.insert(one.end(), two.begin(), two.end());
+    one.insert(one.end(), three.begin(), three.end());
+    return one;
+}
 template <class T> std::string bytesOf(T value) { return {reinterpret_cast<const char *>(&value), sizeof value}; }
 
 struct Member {
@@ -39,39 +44,34 @@ struct Member {
 
     std::size_t width() const { return kind == references ? 8 : static_cast<std::size_t>(widths[kind]); }
     std::string filled(char filler) const { return std::string(width(), filler); }
-    Elements part(std::size_t from, std::size_t count) const {
-        const auto first = elements.begin() + static_cast<std::ptrdiff_t>(from);
-        return {first, first + static_cast<std::ptrdiff_t>(count)};
-    }
 };
 
-// A message and its arguments: b the block, o another collection, e an element of its kind, h one that is as wide as
-// any, i an index, s a small size, x an error, 1 and 5 the indexes 1 and 50. It may make an object.
+// What a collection is sent whose blocks have bad manners, and the arguments: b the block, o another collection, e an
+// element of its kind, i an index, 1 and 5 the indexes 1 and 50.
 struct Message {
-    const char *name, *arguments;
+    std::string name, arguments;
     bool makesObject = false;
 };
-
-// What a collection is sent whose blocks have bad manners.
-constexpr Message pestered[] = {{"do", "b"},
-                                {"dowithoutcopy", "b"},
-                                {"reversedo", "b"},
-                                {"keysanddatado", "b"},
-                                {"collect", "b", true},
-                                {"select", "b", true},
-                                {"reject", "b", true},
-                                {"detect", "b"},
-                                {"withdo", "ob"},
-                                {"findlast", "b"},
-                                {"removeallsuchthat", "b"},
-                                {"resort", ""},
-                                {"add", "e"},
-                                {"addall", "o"},
-                                {"replaceall", "ee15"},
-                                {"copyreplace", "iio", true}};
-// What code from outside does to the collection that is at work, beside what `misbehave` does itself.
-constexpr Message rude[] = {{"add", "h"},    {"removeatindex", "i"}, {"clear", ""},  {"raiseexception", "x"},
-                            {"growto", "s"}, {"quititeration", ""},  {"resort", ""}, {"copy", "", true}};
+const Message pestered[] = {{"do", "b"},
+                            {"dowithoutcopy", "b"},
+                            {"reversedo", "b"},
+                            {"keysanddatado", "b"},
+                            {"collect", "b", true},
+                            {"select", "b", true},
+                            {"reject", "b", true},
+                            {"detect", "b"},
+                            {"withdo", "ob"},
+                            {"findlast", "b"},
+                            {"resort", ""},
+                            {"removeallsuchthat", "b"},
+                            {"add", "e"},
+                            {"addall", "o"},
+                            {"replaceall", "ee15"},
+                            {"copyreplace", "iio", true}};
+// What code from outside does to the collection that is at work, beside what `misbehave` does itself: h an element as
+// wide as any, s a small size, x an error.
+const Message rude[] = {{"add", "h"},    {"removeatindex", "i"}, {"clear", ""},  {"raiseexception", "x"},
+                        {"growto", "s"}, {"quititeration", ""},  {"resort", ""}, {"copy", "", true}};
 
 class Program {
 public:
@@ -113,10 +113,25 @@ private:
     // ---- What there is ------------------------------------------------------------------------------------------
 
     std::size_t below(std::size_t limit) { return decisions.below(static_cast<std::uint32_t>(limit)); }
-    static Ref newText(const char *value) {
-        return send<Ref>(SITE("withlengthvalue"), CLASS("chararry"), static_cast<Index>(std::strlen(value)),
-                         Bytes{value});
+
+    using Arguments = std::vector<std::string>;
+    // Sends a message with areas that hold these bytes as its arguments; answers what it answers.
+    template <class Result = Ref> Result tell(Ref receiver, const std::string &message, const Arguments &bytes = {}) {
+        note(message);
+        ElementArea areas[5];
+        void *arguments[5] = {areas[0].bytes};
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            areas[i + 1] = ElementArea(bytes[i]);
+            arguments[i + 1] = areas[i + 1].bytes;
+        }
+        oops_site site = OOPS_SITE(message.c_str());
+        oopsresolvelist(receiver.bits, &site, arguments, static_cast<std::int32_t>(bytes.size()) + 1);
+        Result answer;
+        std::memcpy(&answer, areas[0].bytes, sizeof answer);
+        return answer;
     }
+
+    static Ref newText(const char *value) { return send<Ref>(SITE("withvalue"), CLASS("chararry"), Bytes{value}); }
     void end(Ref object) {
         if (!isLive(object)) return;
         stale.push_back(object);
@@ -243,9 +258,6 @@ private:
         }
         takeErrors();
     }
-    static void expect(bool holds, const char *what) {
-        if (!holds) fail(what);
-    }
 
     // ---- Use ----------------------------------------------------------------------------------------------------
 
@@ -269,21 +281,18 @@ private:
         members.erase(members.begin() + static_cast<std::ptrdiff_t>(which));
     }
 
-    // The model's place for an index, one behind the last too when `beyond`. Where there is none error 3 must be
-    // raised.
-    bool isPlace(const Member &member, Index index, std::size_t beyond = 0) {
-        const auto is = index >= 1 && static_cast<std::size_t>(index) <= member.elements.size() + beyond;
+    // Whether there is an element at the index, or may be one behind the last. If not, error 3 must be raised.
+    bool isPlace(const Member &member, Index index, std::size_t behind = 0) {
+        const auto is = index >= 1 && static_cast<std::size_t>(index) <= member.elements.size() + behind;
         if (!is) expected = {3};
         return is;
     }
 
     void add(Member &member) {
-        note("add, addfirst");
         const auto element = newElement(member);
-        const ElementArea area(element);
         auto &elements = member.elements;
         const auto atStart = member.shape == list && decisions.oneIn(2);
-        send(atStart ? SITE("addfirst") : SITE("add"), member.ref, area.element());
+        tell(member.ref, atStart ? "addfirst" : "add", {element});
         if (member.shape == array)
             expected = {1};
         else if (member.shape == sorted)
@@ -292,10 +301,9 @@ private:
             elements.insert(atStart ? elements.begin() : elements.end(), element);
     }
     void put(Member &member) {
-        note("atput");
         const auto element = newElement(member);
         const auto index = number(member.elements.size());
-        send(SITE("atput"), member.ref, index, ElementArea(element).element());
+        tell(member.ref, "atput", {bytesOf(index), element});
         if (member.shape == sorted)
             expected = {16};
         else if (isPlace(member, index))
@@ -303,78 +311,70 @@ private:
     }
     void insert(Member &member) {
         if (member.shape == sorted) return add(member);
-        note("insertbeforeindex");
         const auto element = newElement(member);
         const auto index = number(member.elements.size());
-        send(SITE("insertbeforeindex"), member.ref, ElementArea(element).element(), index);
+        tell(member.ref, "insertbeforeindex", {element, bytesOf(index)});
         if (isPlace(member, index, 1)) member.elements.insert(member.elements.begin() + index - 1, element);
     }
     void take(Member &member) {
-        note("at, removeatindex");
         const auto index = number(member.elements.size());
         const auto removes = member.shape != array && decisions.oneIn(2);
-        ElementArea held;
-        send(removes ? SITE("removeatindex") : SITE("at"), member.ref, held.returning(), index);
+        const auto held = tell<ElementArea>(member.ref, removes ? "removeatindex" : "at", {bytesOf(index)});
         if (!isPlace(member, index)) return;
         const auto place = member.elements.begin() + index - 1;
-        expect(held.value(member.width()) == *place, "another element");
+        if (held.value(member.width()) != *place) fail("another element");
         if (removes) member.elements.erase(place);
     }
     void remove(Member &member) {
-        note("removefirst, removelast");
-        const auto count = number(member.elements.size());
+        auto &elements = member.elements;
+        const auto count = number(elements.size());
         const auto atStart = decisions.oneIn(2);
-        send(atStart ? SITE("removefirst") : SITE("removelast"), member.ref, count);
-        if (count < 0 || static_cast<std::size_t>(count) > member.elements.size()) {
-            expected = {33};
-            return;
-        }
-        const auto first = atStart ? member.elements.begin() : member.elements.end() - count;
-        member.elements.erase(first, first + count);
+        tell(member.ref, atStart ? "removefirst" : "removelast", {bytesOf(count)});
+        const auto isPossible = count >= 0 && static_cast<std::size_t>(count) <= elements.size();
+        if (!isPossible) expected = {33};
+        const auto first = atStart || !isPossible ? elements.begin() : elements.end() - count;
+        elements.erase(first, isPossible ? first + count : first);
     }
 
     void search(Member &member) {
         if (member.kind == references) return take(member);
-        note("searching");
         const auto element = newElement(member);
-        const ElementArea area(element);
-        const auto &elements = member.elements;
-        const auto size = static_cast<Index>(elements.size());
-        Index first = 0, last = 0;
-        Count count = 0;
+        const auto size = static_cast<Index>(member.elements.size());
+        Index first = 0, last = 0, count = 0;
         for (Index i = 1; i <= size; ++i) {
-            if (elements[static_cast<std::size_t>(i) - 1] != element) continue;
-            if (++count == 1) first = i;
+            if (member.elements[static_cast<std::size_t>(i) - 1] != element) continue;
+            first = count++ == 0 ? i : first;
             last = i;
         }
-        expect(send<Index>(SITE("indexof"), member.ref, area.element()) == first, "indexof");
-        expect(send<Count>(SITE("occurrencesof"), member.ref, area.element()) == count, "occurrencesof");
-        expect(send<bool>(SITE("includes"), member.ref, area.element()) == (count != 0), "includes");
-        expect(send<Index>(SITE("lastindexof"), member.ref, area.element(), Index{1}, size) == last, "lastindexof");
+        const auto answers = [&](const char *message, Index wanted, const Arguments &arguments) {
+            if (tell<Index>(member.ref, message, arguments) != wanted) fail("another answer");
+        };
+        answers("indexof", first, {element});
+        answers("occurrencesof", count, {element});
+        answers("includes", count != 0, {element});
+        answers("lastindexof", last, {element, bytesOf(Index{1}), bytesOf(size)});
     }
 
     void grow(Member &member) {
-        note("grow, growto");
-        const auto capacity = send<Index>(SITE("capacity"), member.ref);
+        const auto capacity = tell<Index>(member.ref, "capacity");
+        const auto wanted = number(member.elements.size());
         if (capacity <= 200 && !decisions.oneIn(3)) {
-            send(SITE("grow"), member.ref);
+            tell(member.ref, "grow");
             if (member.shape == array)
                 member.elements.resize(static_cast<std::size_t>(capacity + 10) * 2, member.filled(' '));
-            return;
+        } else if (wanted <= 1000) {
+            tell(member.ref, "growto", {bytesOf(wanted)});
+            if (wanted < 0)
+                expected = {33, 32};
+            else if (member.shape == array)
+                member.elements.resize(static_cast<std::size_t>(wanted), member.filled(' '));
+            else
+                member.elements = elementsOf(member); // what lies behind the cut is gone
         }
-        const auto wanted = number(member.elements.size());
-        if (wanted > 1000) return;
-        send<Ref>(SITE("growto"), member.ref, wanted);
-        if (wanted < 0)
-            expected = {33, 32};
-        else if (member.shape == array)
-            member.elements.resize(static_cast<std::size_t>(wanted), member.filled(' '));
-        else
-            member.elements = elementsOf(member); // what lies behind the cut is gone
     }
 
-    // Another collection of the same elements, or the receiver, and what it holds.
-    const Member &sourceFor(const Member &member) {
+    // A collection of the same elements, perhaps itself.
+    Member sourceFor(const Member &member) {
         for (int tries = 0; tries < 3; ++tries) {
             const auto &other = decisions.among(members);
             if (other.kind == member.kind && other.elements.size() + member.elements.size() < 80) return other;
@@ -383,128 +383,103 @@ private:
     }
     // A collection made of it, which is looked at and kept or ended.
     void derive(Member &member) {
-        note("making another of it");
         const auto other = sourceFor(member);
+        const auto &all = member.elements;
+        const auto size = all.size(), from = below(size + 1), to = from + below(size - from + 1);
+        const auto part = [&](std::size_t first, std::size_t end_) {
+            return Elements(all.begin() + static_cast<std::ptrdiff_t>(first),
+                            all.begin() + static_cast<std::ptrdiff_t>(end_));
+        };
+        const auto element = newElement(member), after = bytesOf(from), first = bytesOf(from + 1), last = bytesOf(to);
+        Elements inOrder = all, without = all;
+        std::sort(inOrder.begin(), inOrder.end(), isBefore);
+        std::erase(without, element);
         const auto derived = member.shape == sorted ? list : member.shape;
-        const auto element = newElement(member);
-        const auto size = member.elements.size(), from = below(size + 1), count = below(size - from + 1);
-        const auto index = static_cast<Index>(from), last = static_cast<Index>(from + count);
-        const auto place = static_cast<std::ptrdiff_t>(from);
-        Member made{{}, derived, member.kind, member.elements};
-        auto &elements = made.elements;
-        const auto ref = member.ref;
-        const auto choice = below(member.kind == references ? 4 : 8);
-        if (choice > 5 && size + other.elements.size() > 100) return;
-        if (choice == 6 && member.shape == sorted) return;
-        switch (choice) {
-        case 0:
-            made.shape = member.shape;
-            made.ref = send<Ref>(SITE("copy"), ref);
-            break;
-        case 1:
-            std::reverse(elements.begin(), elements.end());
-            made.ref = send<Ref>(SITE("reverse"), ref);
-            break;
-        case 2:
-            made.shape = array;
-            made.ref = send<Ref>(SITE("asarray"), ref);
-            break;
-        case 3:
-            elements = member.part(from, count);
-            made.ref = send<Ref>(SITE("copyfromto"), ref, index + 1, last);
-            break;
-        case 4:
-            made.shape = sorted;
-            std::sort(elements.begin(), elements.end(), isBefore);
-            made.ref = send<Ref>(SITE("assortedcollection"), ref);
-            break;
-        case 5:
-            std::erase(elements, element);
-            made.ref = send<Ref>(SITE("copywithout"), ref, ElementArea(element).element());
-            break;
-        case 6:
-            elements.insert(elements.begin() + place, other.elements.begin(), other.elements.end());
-            made.ref = send<Ref>(SITE("insertallafter"), ref, index, other.ref);
-            break;
-        default:
-            elements.erase(elements.begin() + place, elements.begin() + last);
-            elements.insert(elements.begin() + place, other.elements.begin(), other.elements.end());
-            made.ref = send<Ref>(SITE("copyreplace"), ref, index + 1, last, other.ref);
-        }
+        const struct {
+            const char *message;
+            Arguments arguments;
+            Shape shape;
+            Elements elements;
+        } ways[] = {
+            {"copy", {}, member.shape, all},
+            {"reverse", {}, derived, {all.rbegin(), all.rend()}},
+            {"asarray", {}, array, all},
+            {"copyfromto", {first, last}, derived, part(from, to)},
+            {"assortedcollection", {}, sorted, inOrder},
+            {"copywithout", {element}, derived, without},
+            {"copyreplace",
+             {first, last, bytesOf(other.ref)},
+             derived,
+             joined(part(0, from), other.elements, part(to, size))},
+            {"insertallafter",
+             {after, bytesOf(other.ref)},
+             derived,
+             joined(part(0, from), other.elements, part(from, size))},
+        };
+        const auto &way = ways[below(member.kind == references ? 4 : member.shape == sorted ? 7 : 8)];
+        const Member made{tell(member.ref, way.message, way.arguments), way.shape, member.kind, way.elements};
         check(made);
-        if (members.size() < 12)
-            members.push_back(std::move(made));
+        if (members.size() < 12 && made.elements.size() < 100)
+            members.push_back(made);
         else
             end(made.ref);
     }
-
     void addOther(Member &member) {
-        note("adding a collection");
         if (member.shape == sorted) return walk(member);
         const auto other = sourceFor(member);
-        auto &elements = member.elements;
-        if (elements.size() + other.elements.size() > 100) return;
         const auto atStart = decisions.oneIn(3);
-        const auto size = static_cast<Index>(other.elements.size());
         if (decisions.oneIn(2))
-            send(atStart ? SITE("addallfirst") : SITE("addall"), member.ref, other.ref);
+            tell(member.ref, atStart ? "addallfirst" : "addall", {bytesOf(other.ref)});
         else
-            send(atStart ? SITE("addsubcollectionfirst") : SITE("addsubcollectionlast"), member.ref, other.ref,
-                 Index{1}, size);
-        elements.insert(atStart ? elements.begin() : elements.end(), other.elements.begin(), other.elements.end());
+            tell(member.ref, atStart ? "addsubcollectionfirst" : "addsubcollectionlast",
+                 {bytesOf(other.ref), bytesOf(Index{1}), bytesOf(other.elements.size())});
+        member.elements =
+            atStart ? joined(other.elements, member.elements, {}) : joined(member.elements, other.elements, {});
     }
 
     void walk(Member &member) {
-        note("walking");
         Elements seen;
         setBlock([&](void **arguments) {
             seen.emplace_back(static_cast<const char *>(arguments[0]), member.width());
             return 0;
         });
-        auto wanted = member.elements;
+        constexpr const char *ways[] = {"do", "dowithoutcopy", "reversedo"};
         const auto way = below(3);
-        oops_site *const ways[] = {&SITE("do"), &SITE("dowithoutcopy"), &SITE("reversedo")};
-        send(*ways[way], member.ref, block);
-        if (way == 2) std::reverse(wanted.begin(), wanted.end());
+        tell(member.ref, ways[way], {bytesOf(block)});
         setBlock({});
-        expect(seen == wanted, "a walk that misses elements");
+        if (way == 2) std::reverse(seen.begin(), seen.end());
+        if (seen != member.elements) fail("a walk that misses elements");
     }
 
     // ---- Bad manners --------------------------------------------------------------------------------------------
 
-    std::string argumentFor(char form, const Member &member) {
-        switch (form) {
-        case 'e':
-            return newElement(member);
-        case 'h':
-            return std::string(widestElement, 'h');
-        case 'b':
-            return bytesOf(block.bits);
-        case 'o':
-            return bytesOf(sourceFor(member).ref.bits);
-        case 'i':
-            return bytesOf(number(8));
-        case 's':
-            return bytesOf(number(4) & 63);
-        default:
-            return bytesOf(form == 'x' ? Index{10001} : form == '5' ? 50 : 1);
+    Arguments argumentsFor(const Message &message, const Member &member) {
+        Arguments arguments;
+        for (const char form : message.arguments) {
+            switch (form) {
+            case 'e':
+                arguments.push_back(newElement(member));
+                break;
+            case 'h':
+                arguments.emplace_back(widestElement, 'h');
+                break;
+            case 'b':
+                arguments.push_back(bytesOf(block));
+                break;
+            case 'o':
+                arguments.push_back(bytesOf(sourceFor(member).ref));
+                break;
+            case 'i':
+                arguments.push_back(bytesOf(number(8)));
+                break;
+            case 's':
+                arguments.push_back(bytesOf(number(4) & 63));
+                break;
+            default:
+                arguments.push_back(bytesOf(form == 'x' ? Index{10001} : form == '5' ? 50 : 1));
+            }
         }
-    }
-    // Answers the object that the message has made.
-    Ref sendTo(const Member &member, const Message &message) {
-        ElementArea areas[5];
-        void *arguments[5] = {areas[0].bytes};
-        std::int32_t count = 1;
-        for (const char form : std::string_view(message.arguments)) {
-            areas[count] = ElementArea(argumentFor(form, member));
-            arguments[count] = areas[count].bytes;
-            ++count;
-        }
-        oops_site site = OOPS_SITE(message.name);
-        oopsresolvelist(member.ref.bits, &site, arguments, count);
-        Ref made;
-        std::memcpy(&made, areas[0].bytes, sizeof made);
-        return message.makesObject ? made : null;
+        return arguments;
     }
 
     // What code from outside does to the collection that is at work.
@@ -534,7 +509,9 @@ private:
         case 7:
             throw 1;
         default:
-            end(sendTo(member, rude[choice - 8]));
+            const auto &message = rude[choice - 8];
+            const auto answer = tell(receiver, message.name, argumentsFor(message, member));
+            if (message.makesObject) end(answer);
         }
     }
     Function pest(const Member &member) {
@@ -561,15 +538,13 @@ private:
                 }
                 --nesting;
             });
-        note("being pestered");
         if (member.shape == sorted && decisions.oneIn(2))
             send(SITE("setsortentry"), member.ref, Bytes{comparisonEntry});
         const auto &message = decisions.among(pestered);
-        note(std::string("being pestered in ") + message.name);
-        const auto made = sendTo(member, message);
+        const auto answer = tell(member.ref, message.name, argumentsFor(message, member));
         setBlock({});
         whenRaised({});
-        end(made);
+        if (message.makesObject) end(answer);
         setComparison({});
         restoreOrder();
         lookAgain();
