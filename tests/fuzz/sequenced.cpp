@@ -47,31 +47,27 @@ struct Member {
 };
 
 // What a collection is sent whose blocks have bad manners, and the arguments: b the block, o another collection, e an
-// element of its kind, i an index, 1 and 5 the indexes 1 and 50.
-struct Message {
-    std::string name, arguments;
-    bool makesObject = false;
-};
-const Message pestered[] = {{"do", "b"},
-                            {"dowithoutcopy", "b"},
-                            {"reversedo", "b"},
-                            {"keysanddatado", "b"},
-                            {"collect", "b", true},
-                            {"select", "b", true},
-                            {"reject", "b", true},
-                            {"detect", "b"},
-                            {"withdo", "ob"},
-                            {"findlast", "b"},
-                            {"resort", ""},
-                            {"removeallsuchthat", "b"},
-                            {"add", "e"},
-                            {"addall", "o"},
-                            {"replaceall", "ee15"},
-                            {"copyreplace", "iio", true}};
+// element of its kind, i an index, 1 and 5 the indexes 1 and 50. Behind ! it answers an object that it has made.
+constexpr const char *pestered[] = {"do b",
+                                    "dowithoutcopy b",
+                                    "reversedo b",
+                                    "keysanddatado b",
+                                    "collect b!",
+                                    "select b!",
+                                    "reject b!",
+                                    "detect b",
+                                    "withdo ob",
+                                    "findlast b",
+                                    "add e",
+                                    "addall o",
+                                    "removeallsuchthat b",
+                                    "resort ",
+                                    "replaceall ee15",
+                                    "copyreplace iio!"};
 // What code from outside does to the collection that is at work, beside what `misbehave` does itself: h an element as
 // wide as any, s a small size, x an error.
-const Message rude[] = {{"add", "h"},    {"removeatindex", "i"}, {"clear", ""},  {"raiseexception", "x"},
-                        {"growto", "s"}, {"quititeration", ""},  {"resort", ""}, {"copy", "", true}};
+constexpr const char *rude[] = {"add h",    "removeatindex i", "clear ",  "raiseexception x",
+                                "growto s", "quititeration ",  "resort ", "copy !"};
 
 class Program {
 public:
@@ -139,21 +135,13 @@ private:
     }
 
     Ref anyReference() {
-        switch (decisions.below(8)) {
-        case 0:
-            return null;
-        case 1:
-            return Ref{0x2020202020202020};
+        const auto choice = below(8);
+        if (choice == 0) return null;
+        if (choice == 1) return Ref{0x2020202020202020};
         // Reaches into the object table, but no live object has an even generation: those are not to be met by chance.
-        case 2:
-            return Ref{std::uint64_t{decisions.below(65536)} << 33 | decisions.below(4096)};
-        case 3:
-            return stale.empty() ? null : decisions.among(stale);
-        case 4:
-            return block;
-        default:
-            return decisions.among(objects);
-        }
+        if (choice == 2) return Ref{std::uint64_t{decisions.below(65536)} << 33 | decisions.below(4096)};
+        if (choice == 3) return stale.empty() ? null : decisions.among(stale);
+        return choice == 4 ? block : decisions.among(objects);
     }
     // A class, a collection, or anything.
     Ref anything() {
@@ -453,66 +441,39 @@ private:
 
     // ---- Bad manners --------------------------------------------------------------------------------------------
 
-    Arguments argumentsFor(const Message &message, const Member &member) {
+    std::string argumentFor(char form, const Member &member) {
+        if (form == 'e') return newElement(member);
+        if (form == 'h') return std::string(widestElement, 'h');
+        if (form == 'b') return bytesOf(block);
+        if (form == 'o') return bytesOf(sourceFor(member).ref);
+        if (form == 'i') return bytesOf(number(8));
+        if (form == 's') return bytesOf(number(4) & 63);
+        return bytesOf(form == 'x' ? Index{10001} : form == '5' ? 50 : 1);
+    }
+    // Sends what is written down above; answers the object that it has made.
+    Ref tellAsWritten(const Member &member, std::string_view written) {
+        const auto space = written.find(' ');
         Arguments arguments;
-        for (const char form : message.arguments) {
-            switch (form) {
-            case 'e':
-                arguments.push_back(newElement(member));
-                break;
-            case 'h':
-                arguments.emplace_back(widestElement, 'h');
-                break;
-            case 'b':
-                arguments.push_back(bytesOf(block));
-                break;
-            case 'o':
-                arguments.push_back(bytesOf(sourceFor(member).ref));
-                break;
-            case 'i':
-                arguments.push_back(bytesOf(number(8)));
-                break;
-            case 's':
-                arguments.push_back(bytesOf(number(4) & 63));
-                break;
-            default:
-                arguments.push_back(bytesOf(form == 'x' ? Index{10001} : form == '5' ? 50 : 1));
-            }
+        for (const char form : written.substr(space + 1)) {
+            if (form != '!') arguments.push_back(argumentFor(form, member));
         }
-        return arguments;
+        const auto answer = tell(member.ref, std::string(written.substr(0, space)), arguments);
+        return written.back() == '!' ? answer : null;
     }
 
     // What code from outside does to the collection that is at work.
     void misbehave(const Member &member) {
+        const auto receiver = member.ref, other = decisions.among(members).ref;
         const auto choice = below(8 + std::size(rude));
-        const auto receiver = member.ref;
-        switch (choice) {
-        case 0:
-            return end(receiver);
-        case 1:
-            return end(block);
-        case 2:
-            return end(decisions.among(objects));
-        case 3:
-            return gainMethod();
-        case 4:
-            if (nesting < 2) send(SITE("do"), receiver, block);
-            return;
-        case 5:
-            if (send<Count>(SITE("capacity"), receiver) < 500) send(SITE("grow"), receiver);
-            return;
-        case 6: {
-            const auto other = decisions.among(members).ref;
-            if (isLive(other) && isLive(receiver)) send(SITE("becomes"), receiver, other);
-            return;
-        }
-        case 7:
-            throw 1;
-        default:
-            const auto &message = rude[choice - 8];
-            const auto answer = tell(receiver, message.name, argumentsFor(message, member));
-            if (message.makesObject) end(answer);
-        }
+        if (choice == 0) return end(receiver);
+        if (choice == 1) return end(block);
+        if (choice == 2) return end(decisions.among(objects));
+        if (choice == 3) return gainMethod();
+        if (choice == 4) throw 1;
+        if (choice >= 8) return end(tellAsWritten(member, rude[choice - 8]));
+        if (choice == 5 && nesting < 2) send(SITE("do"), receiver, block);
+        if (choice == 6 && send<Count>(SITE("capacity"), receiver) < 500) send(SITE("grow"), receiver);
+        if (choice == 7 && isLive(other) && isLive(receiver)) send(SITE("becomes"), receiver, other);
     }
     Function pest(const Member &member) {
         return [this, member](void **) -> std::int64_t {
@@ -540,11 +501,10 @@ private:
             });
         if (member.shape == sorted && decisions.oneIn(2))
             send(SITE("setsortentry"), member.ref, Bytes{comparisonEntry});
-        const auto &message = decisions.among(pestered);
-        const auto answer = tell(member.ref, message.name, argumentsFor(message, member));
+        const auto made = tellAsWritten(member, decisions.among(pestered));
         setBlock({});
         whenRaised({});
-        if (message.makesObject) end(answer);
+        end(made);
         setComparison({});
         restoreOrder();
         lookAgain();
