@@ -5,12 +5,12 @@
 namespace oocobol::test {
 namespace {
 
-class MixedItem : public OnBothRoads {
+class MixedItem : public OfMixedClasses {
 protected:
     static Ref item(Index count, std::string_view value) { return madeOf(CLASS("dbcspicx"), count, value); }
     static bool isMixed(Ref object) { return send<Ref>(SITE("baseclass"), classOf(object)) == CLASS("dbcspicx"); }
 };
-INSTANTIATE_TEST_SUITE_P(Roads, MixedItem, testing::Bool(), roadName);
+INSTANTIATE_TEST_SUITE_P(Classes, MixedItem, onBothRoads("dbcspicx"), nameOfRoad);
 
 TEST_P(MixedItem, ClassesReserveTwoBytesACharacter) {
     const auto four = send<Ref>(SITE("newclass"), CLASS("dbcspicx"), Index{4});

@@ -4,21 +4,9 @@
 namespace oocobol::test {
 namespace {
 
-class AnyText : public testing::TestWithParam<std::tuple<std::string, bool>> {
-protected:
-    AnyText() { allowNativePaths(std::get<bool>(GetParam())); }
-    ~AnyText() override { allowNativePaths(true); }
-
-    const InEnvironment environment{doubleByte};
-    const LeakCheck leaks;
-    const Ref ofClass = classForProgram(std::get<std::string>(GetParam()).c_str());
-};
-INSTANTIATE_TEST_SUITE_P(Classes, AnyText,
-                         testing::Combine(testing::Values("chararry", "bytearry", "dbcsarry", "picx", "dbcspicx"),
-                                          testing::Bool()),
-                         [](const auto &road) {
-                             return std::get<0>(road.param) + (std::get<1>(road.param) ? "Natively" : "BySends");
-                         });
+class AnyText : public OfMixedClasses {};
+INSTANTIATE_TEST_SUITE_P(Classes, AnyText, onBothRoads("chararry", "bytearry", "dbcsarry", "picx", "dbcspicx"),
+                         nameOfRoad);
 
 TEST_P(AnyText, ArgumentsOfEveryKindAreSurvived) {
     const Temporary text(madeOf(ofClass, 3, "a" HA "b"));

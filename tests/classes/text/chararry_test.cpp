@@ -1,6 +1,4 @@
 // Texts of both classes: what their methods answer, how they fail, and that redefined messages are still sent.
-#include <random>
-
 #include "tests/classes/text/texts.h"
 
 namespace oocobol::test {
@@ -8,22 +6,13 @@ namespace {
 
 using namespace std::literals;
 
-// Every case runs for both classes, with native paths and without.
-class Text : public testing::TestWithParam<std::tuple<std::string, bool>> {
+class Text : public OfClasses {
 protected:
-    Text() { allowNativePaths(std::get<bool>(GetParam())); }
-    ~Text() override { allowNativePaths(true); }
-
-    const LeakCheck leaks;
-    const Ref ofClass = classForProgram(std::get<std::string>(GetParam()).c_str());
     Ref make(std::string_view value) const { return madeOf(ofClass, static_cast<Index>(value.size()), value); }
     const Temporary abc{make("abc")}, item{send<Ref>(SITE("withvalue"), picX(5), Bytes{"abc  "})};
     const Temporary number{send<Ref>(SITE("withvalue"), comp5(), Bytes{"abc "})};
 };
-INSTANTIATE_TEST_SUITE_P(Classes, Text, testing::Combine(testing::Values("chararry", "bytearry"), testing::Bool()),
-                         [](const auto &road) {
-                             return std::get<0>(road.param) + (std::get<1>(road.param) ? "Natively" : "BySends");
-                         });
+INSTANTIATE_TEST_SUITE_P(Classes, Text, onBothRoads("chararry", "bytearry"), nameOfRoad);
 
 TEST_P(Text, FactoriesTakeWhatTheirTerminatorSays) {
     says(ofClass,
@@ -122,26 +111,6 @@ TEST_P(Text, ConvertsToNumbersItemsAndNames) {
          "$2 asinternalfilename -> 'a b.txt'"sv,
          {hex.ref(), name.ref()});
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "0042");
-}
-
-TEST_P(Text, AgreesWithStandardStrings) {
-    std::mt19937 random(1);
-    const auto randomText = [&] {
-        std::string text(random() % 100, ' ');
-        for (auto &character : text) character = "ab AB\n\xC4"[random() % 7];
-        return text;
-    };
-    for (int round = 0; round < 300; ++round) {
-        const auto one = randomText() + 'a', two = randomText(), wanted = one.substr(random() % one.size(), 3);
-        const Temporary first(make(one)), second(make(two)), part(make(wanted));
-        ASSERT_EQ(valueOfMade(send<Ref>(SITE("concat"), first.ref(), second.ref())), one + two);
-        auto upper = one;
-        for (auto &c : upper) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-        ASSERT_EQ(valueOfMade(send<Ref>(SITE("asuppercase"), first.ref())), upper);
-        const auto from = random() % one.size(), found = one.find(wanted, from);
-        ASSERT_EQ(send<Count>(SITE("indexofsubcollection"), first.ref(), part.ref(), static_cast<Index>(from + 1)),
-                  found == std::string::npos ? 0 : found + 1);
-    }
 }
 
 // ---- What only one of the classes answers ---------------------------------------------------------------------------

@@ -11,9 +11,9 @@ namespace {
 
 using namespace std::literals;
 
-class MixedText : public OnBothRoads {
+class MixedText : public OfMixedClasses {
 protected:
-    const Ref mixedClass = CLASS("dbcsarry"), single = CLASS("chararry");
+    const Ref mixedClass = ofClass, single = CLASS("chararry");
     Ref make(std::string_view value) const {
         return madeOf(mixedClass, static_cast<Index>(characters::count(value)), value);
     }
@@ -24,28 +24,26 @@ protected:
         return found;
     }
 };
-INSTANTIATE_TEST_SUITE_P(Roads, MixedText, testing::Bool(), roadName);
+INSTANTIATE_TEST_SUITE_P(Classes, MixedText, onBothRoads("dbcsarry"), nameOfRoad);
 
 // ---- Making, reading and writing ----------------------------------------------------------------------------------
 
 TEST_P(MixedText, FactoriesAnswerTheClassThatTheCharactersAskFor) {
-    const Temporary text(make(HA "b")), empty(send<Ref>(SITE("new"), mixedClass, Index{3}));
-    for (const auto factory : {single, mixedClass}) {
-        const Temporary mixed(send<Ref>(SITE("withvalue"), factory, Bytes{"a" HA}));
-        const Temporary plain(send<Ref>(SITE("withvalue"), factory, Bytes{"ab"}));
-        EXPECT_EQ(charactersOf(mixed.ref()), (Characters{"a", HA}));
+    const Temporary text(make(HA "b"));
+    for (const auto factory : {single, mixedClass})
         says(factory,
-             "$1 class -> $2; $3 class -> $4; withspaceterminator '" HA "b" SPACE2 "c ' -> '" HA "b'; "
+             "withvalue 'a" HA "' -> it; it class -> $dbcsarry; it size -> 2; it at 2 -> [" HA "]; it finalize; "
+             "withvalue 'ab' -> it; it class -> $chararry; it finalize; "
+             "withspaceterminator '" HA "b" SPACE2 "c ' -> '" HA "b'; "
              "withspaceterminator '" HA "b c' -> '" HA "b'; withspaceornullterminator '" KA SPACE2 "' -> '" KA "'; "
              "withspaceornullterminator '" KA "b' -> '" KA "b'; withbytelengthvalue 4, {" HA HI "} -> '" HA HI "'; "
              "frombuffer 7, { " HA SPACE2 "\0 } -> ' " HA "'; withbytelengthvalue 3, {" HA "\x82} -> error 91; "
-             "frombuffer 3, {" HA "\x82} -> error 91; withbytelengthvalue 1, {\x82} -> error 91"sv,
-             {mixed.ref(), mixedClass, plain.ref(), single});
-    }
+             "frombuffer 3, {" HA "\x82} -> error 91; withbytelengthvalue 1, {\x82} -> error 91"sv);
     says(mixedClass,
-         "withall $1 -> '" HA "b'; $2 * -> '\0\0\0'; $2 getstoragerequirements -> 6; new -1 -> error 33; "
-         "withbytelengthvalue -1, 'x' -> error 33; ofreferences 1 -> error 16; new 2147483647 -> error 23 -> nil"sv,
-         {text.ref(), empty.ref()});
+         "withall $1 -> '" HA "b'; new 3 -> it; it getstoragerequirements -> 6; it * -> '\0\0\0'; it finalize; "
+         "new -1 -> error 33; withbytelengthvalue -1, 'x' -> error 33; ofreferences 1 -> error 16; "
+         "new 2147483647 -> error 23 -> nil"sv,
+         {text.ref()});
 }
 
 TEST_P(MixedText, LengthsCountCharacters) {
@@ -59,7 +57,7 @@ TEST_P(MixedText, LengthsCountCharacters) {
 }
 
 TEST_P(MixedText, LongTextsHaveNoLimit) {
-    const Index groups = GetParam() ? 20000 : 3000; // of five bytes, four characters
+    const Index groups = isNative ? 20000 : 3000; // of five bytes, four characters
     std::string value;
     for (Index i = 0; i < groups; ++i) value += KA "xyz";
     const Temporary text(make(value + SPACE2 "  ")), turned(send<Ref>(SITE("reverse"), text.ref()));
@@ -139,39 +137,26 @@ TEST_P(MixedText, NewTextsHaveWholeCharacters) {
 TEST_P(MixedText, BlocksGetOneCharacterAfterAnother) {
     const Temporary text(make("a" HA KA "b")), other(make("1" HI "23"));
     std::string seen;
-    const auto character = [](const void *argument) { return static_cast<const char *>(argument); };
-    const Temporary noting(block([&](void **arguments) {
-        seen += character(arguments[0]) + "."s;
-        return 0;
-    }));
-    says(text.ref(), "do $1; dowithoutcopy $1; reversedo $1", {noting.ref()});
-    EXPECT_EQ(seen, "a." HA "." KA ".b.a." HA "." KA ".b.b." KA "." HA ".a.");
-    seen.clear();
-    const Temporary pairing(block([&](void **arguments) {
-        Index position;
-        std::memcpy(&position, arguments[0], sizeof position);
-        seen += std::to_string(position) + character(arguments[1]);
-        return 0;
-    }));
-    const Temporary both(block([&](void **arguments) {
-        seen += character(arguments[0]) + "+"s + character(arguments[1]) + " ";
-        return 0;
-    }));
-    const Temporary stopping(block([&](void **arguments) {
-        send(SITE("quititeration"), text.ref());
-        seen += character(arguments[0]);
-        return 0;
-    }));
-    says(text.ref(), "keysanddatado $1; withdo $2, $3; do $4",
-         {pairing.ref(), other.ref(), both.ref(), stopping.ref()});
-    EXPECT_EQ(seen, "1a2" HA "3" KA "4ba+1 " HA "+" HI " " KA "+2 b+3 a");
+    const auto noting = [&](bool isFirstPosition, bool isSecondCharacter, bool stops) {
+        return block([&seen, &text, isFirstPosition, isSecondCharacter, stops](void **arguments) {
+            const auto *first = static_cast<const char *>(arguments[0]);
+            seen += isFirstPosition ? std::to_string(*first) : first;
+            seen += isSecondCharacter ? static_cast<const char *>(arguments[1]) : ".";
+            if (stops) send(SITE("quititeration"), text.ref());
+            return 0;
+        });
+    };
+    const Temporary each(noting(false, false, false)), pairs(noting(true, true, false)),
+        both(noting(false, true, false));
+    const Temporary once(noting(false, false, true));
+    says(text.ref(), "do $1; dowithoutcopy $1; reversedo $1; do $2; keysanddatado $3; withdo $4, $5",
+         {each.ref(), once.ref(), pairs.ref(), other.ref(), both.ref()});
+    EXPECT_EQ(seen, "a." HA "." KA ".b.a." HA "." KA ".b.b." KA "." HA ".a.a.1a2" HA "3" KA "4ba1" HA HI KA "2b3");
 
-    const Temporary isWide(block([&](void **arguments) { return characters::lengthAt(character(arguments[0])) == 2; }));
-    const Temporary widen(block([&](void **arguments) {
-        std::int64_t answer = 0;
-        const bool isA = *character(arguments[0]) == 'a';
-        std::memcpy(&answer, isA ? HI : "z", isA ? 2 : 1);
-        return answer;
+    const Temporary isWide(
+        block([](void **arguments) { return characters::lengthAt(static_cast<const char *>(arguments[0])) == 2; }));
+    const Temporary widen(block([](void **arguments) { // the answer's bytes are the character
+        return *static_cast<const char *>(arguments[0]) == 'a' ? std::int64_t{0xA282} : 'z';
     }));
     says(text.ref(),
          "select $1 -> '" HA KA "'; reject $1 -> 'ab'; findfirst $1 -> 2; findlast $1 -> 3; detect $1 -> [" HA "]; "
@@ -181,10 +166,8 @@ TEST_P(MixedText, BlocksGetOneCharacterAfterAnother) {
 
 TEST_P(MixedText, CollectionsOfCharactersCompareThem) {
     const Temporary text(make("b" KA "a" KA "b"));
-    const std::pair<oops_site *, Index> kinds[] = {
-        {&SITE("asvalueset"), 3}, {&SITE("asidentityset"), 3}, {&SITE("asbag"), 5}, {&SITE("asorderedcollection"), 5}};
-    for (const auto &[site, size] : kinds)
-        EXPECT_EQ(send<Index>(SITE("size"), Temporary(send<Ref>(*site, text.ref())).ref()), size);
+    says(text.ref(), "asvalueset -> it; it size -> 3; it finalize; asidentityset -> it; it size -> 3; it finalize; "
+                     "asbag -> it; it size -> 5; it finalize; asorderedcollection -> it; it size -> 5; it finalize");
     for (auto *site : {&SITE("assortedcollection"), &SITE("asdefaultsortedcollection")}) {
         const Temporary sorted(send<Ref>(*site, text.ref()));
         EXPECT_EQ(charactersOf(sorted.ref()), (Characters{"a", "b", "b", KA, KA}));
@@ -265,7 +248,7 @@ protected:
     Characters model = list(12);
     const Temporary text{make(join(model))};
 };
-INSTANTIATE_TEST_SUITE_P(Roads, RandomMixedText, testing::Bool(), roadName);
+INSTANTIATE_TEST_SUITE_P(Classes, RandomMixedText, onBothRoads("dbcsarry"), nameOfRoad);
 
 TEST_P(RandomMixedText, AgreesWithAListOfCharacters) {
     const auto own = text.ref();

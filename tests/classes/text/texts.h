@@ -23,15 +23,25 @@ inline std::string join(const Characters &parts) {
     return text;
 }
 
-// Every case runs with native paths and without, where there are characters of two bytes.
-class OnBothRoads : public testing::TestWithParam<bool> {
+// Every case runs for each of some classes, with native paths and without.
+class OfClasses : public testing::TestWithParam<std::tuple<std::string, bool>> {
 protected:
-    OnBothRoads() { allowNativePaths(GetParam()); }
-    ~OnBothRoads() override { allowNativePaths(true); }
+    OfClasses() { allowNativePaths(isNative); }
+    ~OfClasses() override { allowNativePaths(true); }
+    const bool isNative = std::get<bool>(GetParam());
+    const Ref ofClass = classForProgram(std::get<std::string>(GetParam()).c_str());
     const LeakCheck leaks;
+};
+// Where there are characters of two bytes.
+class OfMixedClasses : public OfClasses {
     const InEnvironment environment{doubleByte};
 };
-inline std::string roadName(const testing::TestParamInfo<bool> &road) { return road.param ? "Natively" : "BySends"; }
+inline std::string nameOfRoad(const testing::TestParamInfo<std::tuple<std::string, bool>> &road) {
+    return std::get<0>(road.param) + (std::get<1>(road.param) ? "Natively" : "BySends");
+}
+template <class... Programs> auto onBothRoads(Programs... programs) {
+    return testing::Combine(testing::Values(programs...), testing::Bool());
+}
 
 // An object made by `factory` of so many characters.
 inline Ref madeOf(Ref factory, Index count, std::string_view value) {
