@@ -40,7 +40,8 @@ TEST(PicX, CharactersAreFoundReadAndReplaced) {
     const LeakCheck leaks;
     const Temporary text(itemOf("ABAB")), b(itemOf("B")), longer(itemOf("ABABA"));
     says(text.ref(),
-         "indexofstring 1, $1 -> 2; indexofstring 3, $1 -> 4; indexofstring 1, $2 -> 0; at 4 -> [B]; "
+         "indexofstring 1, $1 -> 2; indexofstring 2, $1 -> 2; indexofstring 3, $1 -> 4; indexofstring 1, $2 -> 0; at 4 "
+         "-> [B]; "
          "atput 4, {!}; * -> 'ABA!'; setvalue {wxyz}; * -> 'wxyz'; indexofstring 0, $1 -> error 3; "
          "indexofstring 5, $1 -> error 3; at 0 -> error 3; at 5 -> error 3; atput -1, '?' -> error 3; * -> 'wxyz'",
          {b.ref(), longer.ref()});

@@ -26,23 +26,26 @@ TEST_P(AnyText, ArgumentsOfEveryKindAreSurvived) {
 
 TEST_P(AnyText, EveryFailingAllocationIsSurvived) {
     if (!OOCOBOL_CHECKED) GTEST_SKIP() << "allocations can only be made to fail in checked builds";
-    const auto value = std::string(300, 'a') + "\n" + std::string(299, 'b') + "\nc";
-    const Temporary text(madeOf(ofClass, 602, value));
+    const auto value = std::string(300, 'a') + "\n " + std::string(298, 'b') + "\n c";
+    const Temporary text(madeOf(ofClass, 603, value));
     const RaisedErrors errors;
     auto before = countInstances(null);
     for (std::uint64_t at = 0, reached = 1; at <= reached; ++at) { // the first time none fails
         AllocationFaults::failAt(at, false);
         std::vector<Ref> made{madeOf(ofClass, 1, KA), send<Ref>(SITE("concat"), text.ref(), text.ref())};
-        for (auto *site : {&SITE("asuppercase"), &SITE("description"), &SITE("aspicx"), &SITE("trimblanks"),
-                           &SITE("asarrayofsubstrings"), &SITE("copy")})
+        for (auto *site :
+             {&SITE("asuppercase"), &SITE("description"), &SITE("aspicx"), &SITE("trimblanks"), &SITE("copy")})
             made.push_back(send<Ref>(*site, text.ref()));
         made.push_back(send<Ref>(SITE("copyfromto"), text.ref(), Index{290}, Index{303}));
         const auto lines = send<Ref>(SITE("asseparatelines"), text.ref());
+        const auto words = send<Ref>(SITE("asarrayofsubstrings"), text.ref());
         if (at != 0) reached = AllocationFaults::count();
         AllocationFaults::failAt(0, false);
-        const auto count = lines ? send<Count>(SITE("size"), lines) : 3U;
-        ASSERT_EQ(count, 3U) << "all lines or none, allocation " << at;
-        made.push_back(lines);
+        for (const auto pieces : {lines, words}) {
+            const auto count = pieces ? send<Count>(SITE("size"), pieces) : 3U;
+            ASSERT_EQ(count, 3U) << "all pieces or none, allocation " << at;
+            made.push_back(pieces);
+        }
         for (const auto object : made) {
             if (object) send<Ref>(SITE("deepfinalize"), object);
         }
