@@ -232,6 +232,8 @@ TEST_F(TextAlgorithms, EndNoTextInsideACharacter) {
     EXPECT_EQ(toSpace("a" SPACE2), 1U);
     EXPECT_EQ(toSpace("\x81\x81\x40\x81\x20" SPACE2), 5U); // a trail of 0x81, '@', a trail of 0x20
     EXPECT_EQ(toSpace("a\0b "sv), 3U);
+    EXPECT_EQ(toSpace(std::string(40, 'a') + KA " "), 42U);
+    EXPECT_EQ(orNull(std::string(40, 'a') + KA "\0"s), 42U);
     EXPECT_EQ(orNull("ab\x82\0"sv), 3U); // half a character
     EXPECT_EQ(orNull("ab\x81\0"sv), 3U);
     EXPECT_EQ(orNull(HA SPACE2), 2U);
