@@ -182,12 +182,12 @@ private:
 
 } // namespace
 
-void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named, std::source_location where) {
+void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named, const char *file, int line) {
     Conversation talk(receiver, named);
     while (!bare(conversation).empty()) {
         const auto message = bare(cut(conversation, ";"));
         if (const auto wrong = talk.take(message); !wrong.empty())
-            ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line())) << message << ": " << wrong;
+            ADD_FAILURE_AT(file, line) << message << ": " << wrong;
     }
 }
 

@@ -20,7 +20,6 @@
 #pragma once
 
 #include <initializer_list>
-#include <source_location>
 #include <string_view>
 
 #include "runtime/types.h"
@@ -28,6 +27,6 @@
 namespace oocobol::test {
 
 void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named = {},
-          std::source_location where = std::source_location::current());
+          const char *file = __builtin_FILE(), int line = __builtin_LINE());
 
 } // namespace oocobol::test
