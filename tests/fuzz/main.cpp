@@ -8,7 +8,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "tests/fuzz/sequenced.h"
+#include "tests/fuzz/world.h"
 
 namespace {
 

@@ -1,9 +1,7 @@
-#include "tests/fuzz/sequenced.h"
-
 #include <algorithm>
-#include <optional>
 
 #include "classes/collections/collection.h"
+#include "tests/fuzz/world.h"
 
 #if OOCOBOL_CHECKED
 #include <malloc.h>
@@ -14,7 +12,7 @@ namespace {
 
 using Elements = std::vector<std::string>;
 
-enum class Shape { array, list, sorted };
+enum Shape : std::size_t { array, list, sorted };
 constexpr const char *programs[] = {"array", "ordrdcll", "srtdclln"};
 
 // Element lengths around which code differs: the specialised ones, the limits of inline areas, wide ones.
@@ -31,12 +29,45 @@ Ref templateOf(std::size_t kind) {
     return made[kind];
 }
 
+Elements joined(Elements one, const Elements &two, const Elements &three) {
+    one.insert(one.end(), two.begin(), two.end());
+    one.insert(one.end(), three.begin(), three.end());
+    return one;
+}
+template <class T> std::string bytesOf(T value) { return {reinterpret_cast<const char *>(&value), sizeof value}; }
+
 struct Member {
     Ref ref;
     Shape shape;
     std::size_t kind;  // of its elements
     Elements elements; // what it must hold
+
+    std::size_t width() const { return kind == references ? 8 : static_cast<std::size_t>(widths[kind]); }
+    std::string filled(char filler) const { return std::string(width(), filler); }
 };
+
+// What a collection is sent whose blocks have bad manners, and the arguments: b the block, o another collection, e an
+// element of its kind, i an index, 1 and 5 the indexes 1 and 50. Behind ! it answers an object that it has made.
+constexpr const char *pestered[] = {"do b",
+                                    "dowithoutcopy b",
+                                    "reversedo b",
+                                    "keysanddatado b",
+                                    "collect b!",
+                                    "select b!",
+                                    "reject b!",
+                                    "detect b",
+                                    "withdo ob",
+                                    "findlast b",
+                                    "add e",
+                                    "addall o",
+                                    "removeallsuchthat b",
+                                    "resort ",
+                                    "replaceall ee15",
+                                    "copyreplace iio!"};
+// What code from outside does to the collection that is at work, beside what `misbehave` does itself: h an element as
+// wide as any, s a small size, x an error.
+constexpr const char *rude[] = {"add h",    "removeatindex i", "clear ",  "raiseexception x",
+                                "growto s", "quititeration ",  "resort ", "copy !"};
 
 class Program {
 public:
@@ -62,9 +93,9 @@ public:
 
     void step() {
         if (members.empty() || (members.size() < 12 && decisions.oneIn(12))) return makeMember();
-        const auto which = decisions.below(static_cast<std::uint32_t>(members.size()));
+        const auto which = below(members.size());
         if (decisions.oneIn(8))
-            bePestered(which);
+            bePestered(members[which]);
         else if (decisions.oneIn(6))
             beSentAnything(which);
         else
@@ -77,10 +108,26 @@ public:
 private:
     // ---- What there is ------------------------------------------------------------------------------------------
 
-    static Ref newText(const char *value) {
-        return send<Ref>(SITE("withlengthvalue"), CLASS("chararry"), static_cast<Index>(std::strlen(value)),
-                         Bytes{value});
+    std::size_t below(std::size_t limit) { return decisions.below(static_cast<std::uint32_t>(limit)); }
+
+    using Arguments = std::vector<std::string>;
+    // Sends a message with areas that hold these bytes as its arguments; answers what it answers.
+    template <class Result = Ref> Result tell(Ref receiver, const std::string &message, const Arguments &bytes = {}) {
+        note(message);
+        ElementArea areas[5];
+        void *arguments[5] = {areas[0].bytes};
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            areas[i + 1] = ElementArea(bytes[i]);
+            arguments[i + 1] = areas[i + 1].bytes;
+        }
+        oops_site site = OOPS_SITE(message.c_str());
+        oopsresolvelist(receiver.bits, &site, arguments, static_cast<std::int32_t>(bytes.size()) + 1);
+        Result answer;
+        std::memcpy(&answer, areas[0].bytes, sizeof answer);
+        return answer;
     }
+
+    static Ref newText(const char *value) { return send<Ref>(SITE("withvalue"), CLASS("chararry"), Bytes{value}); }
     void end(Ref object) {
         if (!isLive(object)) return;
         stale.push_back(object);
@@ -88,21 +135,13 @@ private:
     }
 
     Ref anyReference() {
-        switch (decisions.below(8)) {
-        case 0:
-            return null;
-        case 1:
-            return Ref{0x2020202020202020};
+        const auto choice = below(8);
+        if (choice == 0) return null;
+        if (choice == 1) return Ref{0x2020202020202020};
         // Reaches into the object table, but no live object has an even generation: those are not to be met by chance.
-        case 2:
-            return Ref{std::uint64_t{decisions.below(65536)} << 33 | decisions.below(4096)};
-        case 3:
-            return stale.empty() ? null : decisions.among(stale);
-        case 4:
-            return block;
-        default:
-            return decisions.among(objects);
-        }
+        if (choice == 2) return Ref{std::uint64_t{decisions.below(65536)} << 33 | decisions.below(4096)};
+        if (choice == 3) return stale.empty() ? null : decisions.among(stale);
+        return choice == 4 ? block : decisions.among(objects);
     }
     // A class, a collection, or anything.
     Ref anything() {
@@ -110,14 +149,11 @@ private:
         return decisions.oneIn(6) ? CLASS("ordrdcll") : anyReference();
     }
     Index number(std::size_t size) {
-        if (decisions.oneIn(8)) return decisions.among(edges);
-        return static_cast<Index>(decisions.below(static_cast<std::uint32_t>(size) + 3)) - 1;
+        return decisions.oneIn(8) ? decisions.among(edges) : static_cast<Index>(below(size + 3)) - 1;
     }
-
-    static Index widthOf(std::size_t kind) { return kind == references ? 8 : widths[kind]; }
-    std::string newElement(std::size_t kind) {
-        std::string bytes(static_cast<std::size_t>(widthOf(kind)), 'm');
-        if (kind == references) {
+    std::string newElement(const Member &member) {
+        auto bytes = member.filled('m');
+        if (member.kind == references) {
             const auto object = anyReference();
             std::memcpy(bytes.data(), &object, sizeof object);
             return bytes;
@@ -126,6 +162,7 @@ private:
         bytes.back() = static_cast<char>('a' + decisions.below(3));
         return bytes;
     }
+    // As elements are sorted by default: numbers by what they are.
     static bool isBefore(const std::string &one, const std::string &other) {
         if (one.size() != 4) return one < other;
         std::uint32_t first, second;
@@ -133,33 +170,30 @@ private:
         std::memcpy(&second, other.data(), 4);
         return first < second;
     }
-
     void makeMember() {
         note("making");
-        const auto kind = decisions.below(references + 1);
-        const auto shape = static_cast<Shape>(decisions.below(kind == references ? 2 : 3));
-        const auto size = static_cast<Index>(decisions.below(9));
-        const auto classObject = classForProgram(programs[static_cast<std::size_t>(shape)]);
-        const auto made = send<Ref>(SITE("ofvalues"), classObject, templateOf(kind), size);
-        members.push_back({made, shape, kind, {}});
-        if (shape == Shape::array)
-            members.back().elements.assign(static_cast<std::size_t>(size),
-                                           std::string(static_cast<std::size_t>(widthOf(kind)), '\0'));
+        const auto kind = below(references + 1);
+        const auto shape = static_cast<Shape>(below(kind == references ? 2 : 3));
+        const auto size = below(9);
+        Member made{{}, shape, kind, {}};
+        made.ref =
+            send<Ref>(SITE("ofvalues"), classForProgram(programs[shape]), templateOf(kind), static_cast<Index>(size));
+        if (shape == array) made.elements.assign(size, made.filled('\0'));
+        members.push_back(std::move(made));
     }
 
     // ---- What must hold -----------------------------------------------------------------------------------------
 
-    static Elements elementsOf(Ref ref, Index width) {
+    static Elements elementsOf(const Member &member) {
         Elements found;
-        const auto size = send<Index>(SITE("size"), ref);
+        const auto size = send<Index>(SITE("size"), member.ref);
         for (Index i = 1; i <= size; ++i) {
             ElementArea held;
-            send(SITE("at"), ref, held.returning(), i);
-            found.push_back(held.value(width));
+            send(SITE("at"), member.ref, held.returning(), i);
+            found.push_back(held.value(member.width()));
         }
         return found;
     }
-
     static void checkStorage(Ref ref) {
         const auto *fields = fieldsOf<CollectionFields>(ref);
         if (fields == nullptr) return fail("a collection has become something else");
@@ -174,30 +208,21 @@ private:
         if (dynamic->first < 1 || dynamic->first > dynamic->last + 1 || dynamic->last > dynamic->slotCount)
             fail("first and last slot disagree");
     }
-
-    static std::string difference(const Member &member, const Elements &found) {
-        const auto &wanted = member.elements;
-        std::size_t at = 0;
-        while (at < std::min(found.size(), wanted.size()) && found[at] == wanted[at]) ++at;
-        std::string text = std::string(programs[static_cast<std::size_t>(member.shape)]) + " of width " +
-                           std::to_string(widthOf(member.kind)) + " must hold " + std::to_string(wanted.size()) +
-                           " elements and has " + std::to_string(found.size()) + "; element " + std::to_string(at + 1) +
-                           " is";
-        for (const auto *elements : {&found, &wanted}) {
-            if (at < elements->size()) text += " '" + (*elements)[at] + "'";
-            if (elements == &found) text += " instead of";
-        }
-        return text;
-    }
-    void check(Member &member) {
+    static void check(const Member &member) {
         if (!isLive(member.ref)) fail("a collection is gone");
         checkStorage(member.ref);
-        const auto found = elementsOf(member.ref, widthOf(member.kind));
-        if (found != member.elements) fail(difference(member, found));
+        const auto found = elementsOf(member);
+        const auto &wanted = member.elements;
+        if (found == wanted) return;
+        std::size_t at = 0;
+        while (at < std::min(found.size(), wanted.size()) && found[at] == wanted[at]) ++at;
+        const auto shown = [&](const Elements &elements) { return at < elements.size() ? elements[at] : "none"; };
+        fail(std::string(programs[member.shape]) + " of width " + std::to_string(member.width()) + " must hold " +
+             std::to_string(wanted.size()) + " elements and has " + std::to_string(found.size()) + "; element " +
+             std::to_string(at + 1) + " is '" + shown(found) + "' instead of '" + shown(wanted) + "'");
     }
-
     void checkAll() {
-        for (auto &member : members) check(member);
+        for (const auto &member : members) check(member);
     }
 
     // Code with bad manners has run: what is there now is what must be there from now on.
@@ -206,14 +231,14 @@ private:
         for (auto &member : members) {
             checkStorage(member.ref);
             const auto own = send<Ref>(SITE("template"), member.ref);
+            const auto classObject = send<Ref>(SITE("class"), member.ref);
             for (std::size_t kind = 0; kind <= references; ++kind) {
                 if (templateOf(kind) == own) member.kind = kind;
             }
-            const auto classObject = send<Ref>(SITE("class"), member.ref);
-            for (const auto shape : {Shape::array, Shape::list, Shape::sorted}) {
-                if (classForProgram(programs[static_cast<std::size_t>(shape)]) == classObject) member.shape = shape;
+            for (const auto shape : {array, list, sorted}) {
+                if (classForProgram(programs[shape]) == classObject) member.shape = shape;
             }
-            member.elements = elementsOf(member.ref, widthOf(member.kind));
+            member.elements = elementsOf(member);
         }
         if (!isLive(block)) block = newBlock();
         for (auto &object : objects) {
@@ -222,467 +247,267 @@ private:
         takeErrors();
     }
 
-    void expectErrors(const std::vector<Count> &expected) {
-        if (takeErrors() != expected) fail("other errors than it must raise");
-    }
-    void expect(bool holds, const char *what) {
-        if (!holds) fail(what);
-    }
-    // The answer of a copying method, which is looked at and kept or ended.
-    void keep(Ref made, Shape shape, std::size_t kind, Elements elements) {
-        Member member{made, shape, kind, std::move(elements)};
-        check(member);
-        if (members.size() < 12)
-            members.push_back(std::move(member));
-        else
-            end(made);
-    }
-    // The receiver, or another collection of its kind.
-    Ref sourceFor(const Member &member) {
-        for (int tries = 0; tries < 3; ++tries) {
-            const auto &other = decisions.among(members);
-            if (other.kind == member.kind && other.elements.size() + member.elements.size() < 80) return other.ref;
-        }
-        return member.ref;
-    }
-    const Elements &elementsIn(Ref ref) {
-        return std::find_if(members.begin(), members.end(), [&](auto &member) { return member.ref == ref; })->elements;
-    }
-
     // ---- Use ----------------------------------------------------------------------------------------------------
 
-    void beUsed(std::uint32_t which) {
-        auto &member = members[which];
-        if (member.elements.size() > 90) return finish(which);
-        switch (decisions.below(12)) {
-        case 0:
-            return member.shape == Shape::array ? putOne(member) : addOne(member);
-        case 1:
-            return putOne(member);
-        case 2:
-            return member.shape == Shape::list ? insertOne(member) : addOne(member);
-        case 3:
-            return member.shape == Shape::array ? readOne(member) : removeOne(member);
-        case 4:
-            return member.shape == Shape::array ? readOne(member) : removeSome(member);
-        case 5:
-            return readOne(member);
-        case 6:
-            return member.kind == references ? readOne(member) : search(member);
-        case 7:
-            return grow(member);
-        case 8:
-            return copyOne(member);
-        case 9:
-            return member.kind == references ? copyOne(member) : joinOther(member);
-        case 10:
-            return member.shape == Shape::list ? addOther(member) : walkQuietly(member);
-        default:
-            return decisions.oneIn(4) ? finish(which) : walkQuietly(member);
-        }
+    void beUsed(std::size_t which) {
+        using Use = void (Program::*)(Member &);
+        constexpr Use arrayUses[] = {&Program::put,    &Program::take,   &Program::add,
+                                     &Program::search, &Program::search, &Program::grow,
+                                     &Program::derive, &Program::derive, &Program::walk};
+        constexpr Use listUses[] = {&Program::put,  &Program::take,   &Program::add,    &Program::insert,
+                                    &Program::take, &Program::search, &Program::remove, &Program::grow,
+                                    &Program::walk, &Program::derive, &Program::derive, &Program::addOther};
+        if (members[which].elements.size() > 90 || decisions.oneIn(48)) return finish(which);
+        const auto use = members[which].shape == array ? decisions.among(arrayUses) : decisions.among(listUses);
+        expected.clear();
+        (this->*use)(members[which]);
+        if (takeErrors() != expected) fail("other errors than it must raise");
     }
-
-    void finish(std::uint32_t which) {
+    void finish(std::size_t which) {
         note("finalize");
         end(members[which].ref);
-        members.erase(members.begin() + which);
+        members.erase(members.begin() + static_cast<std::ptrdiff_t>(which));
     }
 
-    void addOne(Member &member) {
-        note("add");
-        const auto element = newElement(member.kind);
-        const ElementArea area(element);
+    // Whether there is an element at the index, or may be one behind the last. If not, error 3 must be raised.
+    bool isPlace(const Member &member, Index index, std::size_t behind = 0) {
+        const auto is = index >= 1 && static_cast<std::size_t>(index) <= member.elements.size() + behind;
+        if (!is) expected = {3};
+        return is;
+    }
+
+    void add(Member &member) {
+        const auto element = newElement(member);
         auto &elements = member.elements;
-        if (member.shape == Shape::array) {
-            send(SITE("add"), member.ref, area.element());
-            return expectErrors({1});
-        }
-        if (member.shape == Shape::sorted) {
-            send(SITE("add"), member.ref, area.element());
+        const auto atStart = member.shape == list && decisions.oneIn(2);
+        tell(member.ref, atStart ? "addfirst" : "add", {element});
+        if (member.shape == array)
+            expected = {1};
+        else if (member.shape == sorted)
             elements.insert(std::upper_bound(elements.begin(), elements.end(), element, isBefore), element);
-        } else if (decisions.oneIn(2)) {
-            send(SITE("add"), member.ref, area.element());
-            elements.push_back(element);
-        } else {
-            send(SITE("addfirst"), member.ref, area.element());
-            elements.insert(elements.begin(), element);
-        }
-        expectErrors({});
+        else
+            elements.insert(atStart ? elements.begin() : elements.end(), element);
     }
-
-    bool isIndex(const Member &member, Index index, std::size_t beyond = 0) {
-        return index >= 1 && static_cast<std::size_t>(index) <= member.elements.size() + beyond;
-    }
-
-    void putOne(Member &member) {
-        note("atput");
-        const auto element = newElement(member.kind);
+    void put(Member &member) {
+        const auto element = newElement(member);
         const auto index = number(member.elements.size());
-        send(SITE("atput"), member.ref, index, ElementArea(element).element());
-        if (member.shape == Shape::sorted) return expectErrors({16});
-        if (!isIndex(member, index)) return expectErrors({3});
-        member.elements[static_cast<std::size_t>(index) - 1] = element;
-        expectErrors({});
+        tell(member.ref, "atput", {bytesOf(index), element});
+        if (member.shape == sorted)
+            expected = {16};
+        else if (isPlace(member, index))
+            member.elements[static_cast<std::size_t>(index) - 1] = element;
     }
-
-    void insertOne(Member &member) {
-        note("insertbeforeindex");
-        const auto element = newElement(member.kind);
+    void insert(Member &member) {
+        if (member.shape == sorted) return add(member);
+        const auto element = newElement(member);
         const auto index = number(member.elements.size());
-        send(SITE("insertbeforeindex"), member.ref, ElementArea(element).element(), index);
-        if (!isIndex(member, index, 1)) return expectErrors({3});
-        member.elements.insert(member.elements.begin() + index - 1, element);
-        expectErrors({});
+        tell(member.ref, "insertbeforeindex", {element, bytesOf(index)});
+        if (isPlace(member, index, 1)) member.elements.insert(member.elements.begin() + index - 1, element);
     }
-
-    void readOne(Member &member) {
-        note("at");
+    void take(Member &member) {
         const auto index = number(member.elements.size());
-        ElementArea held;
-        send(SITE("at"), member.ref, held.returning(), index);
-        if (!isIndex(member, index)) return expectErrors({3});
-        expect(held.value(widthOf(member.kind)) == member.elements[static_cast<std::size_t>(index) - 1],
-               "another element");
-        expectErrors({});
+        const auto removes = member.shape != array && decisions.oneIn(2);
+        const auto held = tell<ElementArea>(member.ref, removes ? "removeatindex" : "at", {bytesOf(index)});
+        if (!isPlace(member, index)) return;
+        const auto place = member.elements.begin() + index - 1;
+        if (held.value(member.width()) != *place) fail("another element");
+        if (removes) member.elements.erase(place);
     }
-
-    void removeOne(Member &member) {
-        note("removeatindex");
-        const auto index = number(member.elements.size());
-        ElementArea held;
-        send(SITE("removeatindex"), member.ref, held.returning(), index);
-        if (!isIndex(member, index)) return expectErrors({3});
-        expect(held.value(widthOf(member.kind)) == member.elements[static_cast<std::size_t>(index) - 1],
-               "another element");
-        member.elements.erase(member.elements.begin() + index - 1);
-        expectErrors({});
-    }
-
-    void removeSome(Member &member) {
-        note("removefirst, removelast");
-        const auto count = number(member.elements.size());
+    void remove(Member &member) {
+        auto &elements = member.elements;
+        const auto count = number(elements.size());
         const auto atStart = decisions.oneIn(2);
-        send(atStart ? SITE("removefirst") : SITE("removelast"), member.ref, count);
-        if (count < 0 || static_cast<std::size_t>(count) > member.elements.size()) return expectErrors({33});
-        const auto first = atStart ? member.elements.begin() : member.elements.end() - count;
-        member.elements.erase(first, first + count);
-        expectErrors({});
+        tell(member.ref, atStart ? "removefirst" : "removelast", {bytesOf(count)});
+        const auto isPossible = count >= 0 && static_cast<std::size_t>(count) <= elements.size();
+        if (!isPossible) expected = {33};
+        const auto first = atStart || !isPossible ? elements.begin() : elements.end() - count;
+        elements.erase(first, isPossible ? first + count : first);
     }
 
     void search(Member &member) {
-        note("searching");
-        const auto element = newElement(member.kind);
-        const ElementArea area(element);
-        const auto &elements = member.elements;
-        const auto found = std::find(elements.begin(), elements.end(), element);
-        const auto index = found == elements.end() ? 0 : static_cast<Index>(found - elements.begin()) + 1;
-        const auto count = static_cast<Count>(std::count(elements.begin(), elements.end(), element));
-        expect(send<Index>(SITE("indexof"), member.ref, area.element()) == index, "indexof");
-        expect(send<Count>(SITE("occurrencesof"), member.ref, area.element()) == count, "occurrencesof");
-        expect(send<bool>(SITE("includes"), member.ref, area.element()) == (index != 0), "includes");
-        const auto size = static_cast<Index>(elements.size());
-        const auto last = std::find(elements.rbegin(), elements.rend(), element);
-        const auto lastIndex = last == elements.rend() ? 0 : static_cast<Index>(elements.rend() - last);
-        expect(send<Index>(SITE("lastindexof"), member.ref, area.element(), Index{1}, size) == lastIndex,
-               "lastindexof");
-        expectErrors({});
+        if (member.kind == references) return take(member);
+        const auto element = newElement(member);
+        const auto size = static_cast<Index>(member.elements.size());
+        Index first = 0, last = 0, count = 0;
+        for (Index i = 1; i <= size; ++i) {
+            if (member.elements[static_cast<std::size_t>(i) - 1] != element) continue;
+            first = count++ == 0 ? i : first;
+            last = i;
+        }
+        const auto answers = [&](const char *message, Index wanted, const Arguments &arguments) {
+            if (tell<Index>(member.ref, message, arguments) != wanted) fail("another answer");
+        };
+        answers("indexof", first, {element});
+        answers("occurrencesof", count, {element});
+        answers("includes", count != 0, {element});
+        answers("lastindexof", last, {element, bytesOf(Index{1}), bytesOf(size)});
     }
 
     void grow(Member &member) {
-        note("grow, growto");
-        const auto capacity = send<Index>(SITE("capacity"), member.ref);
-        if (capacity > 200 || decisions.oneIn(3)) {
-            const auto wanted = number(member.elements.size());
-            if (wanted > 1000) return;
-            send<Ref>(SITE("growto"), member.ref, wanted);
-            if (wanted < 0) return expectErrors({33, 32});
-            const auto width = static_cast<std::size_t>(widthOf(member.kind));
-            const auto size = static_cast<std::size_t>(wanted);
-            if (member.shape == Shape::array)
-                member.elements.resize(size, std::string(width, ' '));
+        const auto capacity = tell<Index>(member.ref, "capacity");
+        const auto wanted = number(member.elements.size());
+        if (capacity <= 200 && !decisions.oneIn(3)) {
+            tell(member.ref, "grow");
+            if (member.shape == array)
+                member.elements.resize(static_cast<std::size_t>(capacity + 10) * 2, member.filled(' '));
+        } else if (wanted <= 1000) {
+            tell(member.ref, "growto", {bytesOf(wanted)});
+            if (wanted < 0)
+                expected = {33, 32};
+            else if (member.shape == array)
+                member.elements.resize(static_cast<std::size_t>(wanted), member.filled(' '));
             else
-                member.elements = elementsOf(member.ref, widthOf(member.kind)); // what lies behind the cut is gone
-            return expectErrors({});
+                member.elements = elementsOf(member); // what lies behind the cut is gone
         }
-        send(SITE("grow"), member.ref);
-        const auto slots = static_cast<std::size_t>(capacity + 10) * 2;
-        if (member.shape == Shape::array)
-            member.elements.resize(slots, std::string(static_cast<std::size_t>(widthOf(member.kind)), ' '));
-        expectErrors({});
     }
 
-    void copyOne(Member &member) {
-        note("copying");
-        const auto derived = member.shape == Shape::sorted ? Shape::list : member.shape;
-        auto elements = member.elements;
-        const auto kind = member.kind;
-        const auto ref = member.ref;
-        switch (decisions.below(4)) {
-        case 0:
-            keep(send<Ref>(SITE("copy"), ref), member.shape, kind, elements);
-            break;
-        case 1:
-            std::reverse(elements.begin(), elements.end());
-            keep(send<Ref>(SITE("reverse"), ref), derived, kind, elements);
-            break;
-        case 2:
-            keep(send<Ref>(SITE("asarray"), ref), Shape::array, kind, elements);
-            break;
-        default: {
-            const auto from = decisions.below(static_cast<std::uint32_t>(elements.size()) + 1);
-            const auto count = decisions.below(static_cast<std::uint32_t>(elements.size()) - from + 1);
-            const Elements part(elements.begin() + from, elements.begin() + from + count);
-            const auto first = static_cast<Index>(from) + 1;
-            keep(send<Ref>(SITE("copyfromto"), ref, first, first + static_cast<Index>(count) - 1), derived, kind, part);
+    // A collection of the same elements, perhaps itself.
+    Member sourceFor(const Member &member) {
+        for (int tries = 0; tries < 3; ++tries) {
+            const auto &other = decisions.among(members);
+            if (other.kind == member.kind && other.elements.size() + member.elements.size() < 80) return other;
         }
-        }
-        expectErrors({});
+        return member;
     }
-
-    void joinOther(Member &member) {
-        note("joining");
-        const auto kind = member.kind;
-        const auto source = sourceFor(member);
-        auto elements = member.elements;
-        const auto others = elementsIn(source);
-        const auto derived = member.shape == Shape::sorted ? Shape::list : member.shape;
-        if (elements.size() + others.size() > 100) return;
-        switch (decisions.below(4)) {
-        case 0: {
-            if (member.shape == Shape::sorted) return;
-            const auto index = decisions.below(static_cast<std::uint32_t>(elements.size()) + 1);
-            elements.insert(elements.begin() + index, others.begin(), others.end());
-            keep(send<Ref>(SITE("insertallafter"), member.ref, index, source), derived, kind, elements);
-            break;
-        }
-        case 1: {
-            std::sort(elements.begin(), elements.end(), isBefore);
-            keep(send<Ref>(SITE("assortedcollection"), member.ref), Shape::sorted, kind, elements);
-            break;
-        }
-        case 2: {
-            const auto from = decisions.below(static_cast<std::uint32_t>(elements.size()) + 1);
-            const auto count = decisions.below(static_cast<std::uint32_t>(elements.size()) - from + 1);
-            elements.erase(elements.begin() + from, elements.begin() + from + count);
-            elements.insert(elements.begin() + from, others.begin(), others.end());
-            const auto first = static_cast<Index>(from) + 1;
-            keep(send<Ref>(SITE("copyreplace"), member.ref, first, first + static_cast<Index>(count) - 1, source),
-                 derived, kind, elements);
-            break;
-        }
-        default: {
-            const auto element = newElement(kind);
-            std::erase(elements, element);
-            keep(send<Ref>(SITE("copywithout"), member.ref, ElementArea(element).element()), derived, kind, elements);
-        }
-        }
-        expectErrors({});
+    // A collection made of it, which is looked at and kept or ended.
+    void derive(Member &member) {
+        const auto other = sourceFor(member);
+        const auto &all = member.elements;
+        const auto size = all.size(), from = below(size + 1), to = from + below(size - from + 1);
+        const auto part = [&](std::size_t first, std::size_t end_) {
+            return Elements(all.begin() + static_cast<std::ptrdiff_t>(first),
+                            all.begin() + static_cast<std::ptrdiff_t>(end_));
+        };
+        const auto element = newElement(member), after = bytesOf(from), first = bytesOf(from + 1), last = bytesOf(to);
+        Elements inOrder = all, without = all;
+        std::sort(inOrder.begin(), inOrder.end(), isBefore);
+        std::erase(without, element);
+        const auto derived = member.shape == sorted ? list : member.shape;
+        const struct {
+            const char *message;
+            Arguments arguments;
+            Shape shape;
+            Elements elements;
+        } ways[] = {
+            {"copy", {}, member.shape, all},
+            {"reverse", {}, derived, {all.rbegin(), all.rend()}},
+            {"asarray", {}, array, all},
+            {"copyfromto", {first, last}, derived, part(from, to)},
+            {"assortedcollection", {}, sorted, inOrder},
+            {"copywithout", {element}, derived, without},
+            {"copyreplace",
+             {first, last, bytesOf(other.ref)},
+             derived,
+             joined(part(0, from), other.elements, part(to, size))},
+            {"insertallafter",
+             {after, bytesOf(other.ref)},
+             derived,
+             joined(part(0, from), other.elements, part(from, size))},
+        };
+        const auto &way = ways[below(member.kind == references ? 4 : member.shape == sorted ? 7 : 8)];
+        const Member made{tell(member.ref, way.message, way.arguments), way.shape, member.kind, way.elements};
+        check(made);
+        if (members.size() < 12 && made.elements.size() < 100)
+            members.push_back(made);
+        else
+            end(made.ref);
     }
-
     void addOther(Member &member) {
-        note("adding a collection");
-        const auto source = sourceFor(member);
-        const auto others = elementsIn(source);
-        auto &elements = member.elements;
-        if (elements.size() + others.size() > 100) return;
-        const auto size = static_cast<Index>(others.size());
-        switch (decisions.below(3)) {
-        case 0:
-            send(SITE("addall"), member.ref, source);
-            break;
-        case 1:
-            send(SITE("addsubcollectionlast"), member.ref, source, Index{1}, size);
-            break;
-        default:
-            if (decisions.oneIn(2))
-                send(SITE("addallfirst"), member.ref, source);
-            else
-                send(SITE("addsubcollectionfirst"), member.ref, source, Index{1}, size);
-            elements.insert(elements.begin(), others.begin(), others.end());
-            return expectErrors({});
-        }
-        elements.insert(elements.end(), others.begin(), others.end());
-        expectErrors({});
+        if (member.shape == sorted) return walk(member);
+        const auto other = sourceFor(member);
+        const auto atStart = decisions.oneIn(3);
+        if (decisions.oneIn(2))
+            tell(member.ref, atStart ? "addallfirst" : "addall", {bytesOf(other.ref)});
+        else
+            tell(member.ref, atStart ? "addsubcollectionfirst" : "addsubcollectionlast",
+                 {bytesOf(other.ref), bytesOf(Index{1}), bytesOf(other.elements.size())});
+        member.elements =
+            atStart ? joined(other.elements, member.elements, {}) : joined(member.elements, other.elements, {});
     }
 
-    void walkQuietly(Member &member) {
-        note("walking");
+    void walk(Member &member) {
         Elements seen;
-        const auto width = widthOf(member.kind);
         setBlock([&](void **arguments) {
-            seen.emplace_back(static_cast<const char *>(arguments[0]), static_cast<std::size_t>(width));
+            seen.emplace_back(static_cast<const char *>(arguments[0]), member.width());
             return 0;
         });
-        auto expected = member.elements;
-        switch (decisions.below(3)) {
-        case 0:
-            send(SITE("do"), member.ref, block);
-            break;
-        case 1:
-            send(SITE("dowithoutcopy"), member.ref, block);
-            break;
-        default:
-            send(SITE("reversedo"), member.ref, block);
-            std::reverse(expected.begin(), expected.end());
-        }
+        constexpr const char *ways[] = {"do", "dowithoutcopy", "reversedo"};
+        const auto way = below(3);
+        tell(member.ref, ways[way], {bytesOf(block)});
         setBlock({});
-        expect(seen == expected, "a walk that misses elements");
-        expectErrors({});
+        if (way == 2) std::reverse(seen.begin(), seen.end());
+        if (seen != member.elements) fail("a walk that misses elements");
     }
 
     // ---- Bad manners --------------------------------------------------------------------------------------------
 
-    // What code from outside does to the collection that is at work.
-    void misbehave(Ref receiver) {
-        const ElementArea area(std::string(widestElement, 'h'));
-        ElementArea held;
-        switch (decisions.below(16)) {
-        case 0:
-            send(SITE("add"), receiver, area.element());
-            break;
-        case 1:
-            send(SITE("removeatindex"), receiver, held.returning(), number(3));
-            break;
-        case 2:
-            send(SITE("clear"), receiver);
-            break;
-        case 3:
-            end(receiver);
-            break;
-        case 4:
-            end(block);
-            break;
-        case 5:
-            end(decisions.among(objects));
-            break;
-        case 6:
-            send(SITE("raiseexception"), receiver, held.returning(), Count{10001});
-            break;
-        case 7:
-            if (nesting < 2) send(SITE("do"), receiver, block);
-            break;
-        case 8:
-            if (send<Count>(SITE("capacity"), receiver) < 500) send(SITE("grow"), receiver);
-            break;
-        case 9:
-            end(send<Ref>(SITE("copy"), receiver));
-            break;
-        case 10:
-            gainMethod();
-            break;
-        case 11:
-            send(SITE("quititeration"), receiver);
-            break;
-        case 12:
-            send<Ref>(SITE("growto"), receiver, number(4) & 63);
-            break;
-        case 13: {
-            const auto other = decisions.among(members).ref;
-            if (isLive(other) && isLive(receiver)) send(SITE("becomes"), receiver, other);
-            break;
+    std::string argumentFor(char form, const Member &member) {
+        if (form == 'e') return newElement(member);
+        if (form == 'h') return std::string(widestElement, 'h');
+        if (form == 'b') return bytesOf(block);
+        if (form == 'o') return bytesOf(sourceFor(member).ref);
+        if (form == 'i') return bytesOf(number(8));
+        if (form == 's') return bytesOf(number(4) & 63);
+        return bytesOf(form == 'x' ? Index{10001} : form == '5' ? 50 : 1);
+    }
+    // Sends what is written down above; answers the object that it has made.
+    Ref tellAsWritten(const Member &member, std::string_view written) {
+        const auto space = written.find(' ');
+        Arguments arguments;
+        for (const char form : written.substr(space + 1)) {
+            if (form != '!') arguments.push_back(argumentFor(form, member));
         }
-        case 14:
-            send(SITE("resort"), receiver);
-            break;
-        default:
-            throw 1;
-        }
+        const auto answer = tell(member.ref, std::string(written.substr(0, space)), arguments);
+        return written.back() == '!' ? answer : null;
     }
 
-    Function pest(Ref receiver) {
-        return [this, receiver](void **) -> std::int64_t {
+    // What code from outside does to the collection that is at work.
+    void misbehave(const Member &member) {
+        const auto receiver = member.ref, other = decisions.among(members).ref;
+        const auto choice = below(8 + std::size(rude));
+        if (choice == 0) return end(receiver);
+        if (choice == 1) return end(block);
+        if (choice == 2) return end(decisions.among(objects));
+        if (choice == 3) return gainMethod();
+        if (choice == 4) throw 1;
+        if (choice >= 8) return end(tellAsWritten(member, rude[choice - 8]));
+        if (choice == 5 && nesting < 2) send(SITE("do"), receiver, block);
+        if (choice == 6 && send<Count>(SITE("capacity"), receiver) < 500) send(SITE("grow"), receiver);
+        if (choice == 7 && isLive(other) && isLive(receiver)) send(SITE("becomes"), receiver, other);
+    }
+    Function pest(const Member &member) {
+        return [this, member](void **) -> std::int64_t {
             if (!decisions.oneIn(4)) return decisions.below(2);
             ++nesting;
             const struct Leave {
                 int &level;
                 ~Leave() { --level; }
             } leave{nesting};
-            misbehave(receiver);
+            misbehave(member);
             return decisions.below(2);
         };
     }
 
-    void bePestered(std::uint32_t which) {
-        const auto ref = members[which].ref;
-        const auto kind = members[which].kind;
-        const auto other = sourceFor(members[which]);
-        const auto isSorted = members[which].shape == Shape::sorted;
-        setBlock(pest(ref));
-        setComparison(pest(ref));
+    void bePestered(const Member member) {
+        setBlock(pest(member));
+        setComparison(pest(member));
         if (decisions.oneIn(4))
-            whenRaised([this, ref] {
-                if (nesting++ < 2 && decisions.oneIn(4)) misbehaveQuietly(ref);
+            whenRaised([this, member] {
+                try {
+                    if (nesting++ < 2 && decisions.oneIn(4)) misbehave(member);
+                } catch (int) { // the handler is no place for it
+                }
                 --nesting;
             });
-        ElementArea held(newElement(kind)), replacement(newElement(kind));
-        const auto index = number(8);
-        if (isSorted && decisions.oneIn(2)) {
-            note("sorting with bad manners");
-            send(SITE("setsortentry"), ref, Bytes{comparisonEntry});
-        }
-        note("being pestered");
-        Ref made{};
-        switch (decisions.below(16)) {
-        case 0:
-            send(SITE("do"), ref, block);
-            break;
-        case 1:
-            send(SITE("dowithoutcopy"), ref, block);
-            break;
-        case 2:
-            send(SITE("reversedo"), ref, block);
-            break;
-        case 3:
-            send(SITE("keysanddatado"), ref, block);
-            break;
-        case 4:
-            made = send<Ref>(SITE("collect"), ref, block);
-            break;
-        case 5:
-            made = send<Ref>(SITE("select"), ref, block);
-            break;
-        case 6:
-            made = send<Ref>(SITE("reject"), ref, block);
-            break;
-        case 7:
-            send(SITE("detect"), ref, held.returning(), block);
-            break;
-        case 8:
-            send(SITE("withdo"), ref, other, block);
-            break;
-        case 9:
-            send<Index>(SITE("findlast"), ref, block);
-            break;
-        case 10:
-            send(SITE("removeallsuchthat"), ref, block);
-            break;
-        case 11:
-            send(SITE("resort"), ref);
-            break;
-        case 12:
-            send(SITE("add"), ref, held.element());
-            break;
-        case 13:
-            send(SITE("addall"), ref, other);
-            break;
-        case 14:
-            send(SITE("replaceall"), ref, held.element(), replacement.element(), Index{1}, Index{50});
-            break;
-        default:
-            made = send<Ref>(SITE("copyreplace"), ref, index, index, other);
-        }
+        if (member.shape == sorted && decisions.oneIn(2))
+            send(SITE("setsortentry"), member.ref, Bytes{comparisonEntry});
+        const auto made = tellAsWritten(member, decisions.among(pestered));
         setBlock({});
         whenRaised({});
         end(made);
         setComparison({});
         restoreOrder();
         lookAgain();
-    }
-    void misbehaveQuietly(Ref receiver) {
-        try {
-            misbehave(receiver);
-        } catch (int) { // the handler is no place for it
-        }
     }
     // Sorted collections sort by default again, whoever is one now.
     void restoreOrder() {
@@ -705,14 +530,14 @@ private:
     }
 
     // A method of one of the sequenced classes, with arguments that are mostly of the wrong kind.
-    void beSentAnything(std::uint32_t which) {
+    void beSentAnything(std::size_t which) {
         constexpr const char *classes[] = {"collectn", "sequence", "array", "dynarray", "ordrdcll", "srtdclln"};
-        const auto *family = familyOfClass(classForProgram(decisions.among(classes)));
-        const auto all = family->methods(false).inOrder();
-        const auto &method = all[decisions.below(static_cast<std::uint32_t>(all.size()))];
+        const auto all = familyOfClass(classForProgram(decisions.among(classes)))->methods(false).inOrder();
+        const auto &method = decisions.among(all);
         const auto *name = selectorOf(method.selector).name;
+        const auto ref = members[which].ref;
         if (isTrusting(name)) return;
-        if (send<Count>(SITE("capacity"), members[which].ref) > 500) return finish(which); // it would grow for ever
+        if (send<Count>(SITE("capacity"), ref) > 500) return finish(which); // it would grow for ever
         note(name);
         // Each argument is as wide as the widest element: that much a method may always read and write.
         ElementArea areas[maximumArguments];
@@ -722,33 +547,25 @@ private:
             if (decisions.oneIn(6)) continue; // left out
             const auto chosen = decisions.oneIn(3) ? static_cast<std::uint32_t>(number(8)) : anything().bits;
             // The size that is just not refused would ask for all the memory there is.
-            const auto value = static_cast<std::uint32_t>(chosen) == 538976287 ? 0 : chosen;
-            std::memcpy(areas[i].bytes, &value, sizeof value);
+            areas[i] = ElementArea(bytesOf(static_cast<std::uint32_t>(chosen) == 538976287 ? 0 : chosen));
             arguments[i] = areas[i].bytes;
         }
-        const auto ref = members[which].ref;
         const auto known = allObjects();
         oops_site site = OOPS_SITE(name);
         oopsresolvelist(ref.bits, &site, arguments, method.parameters);
-        setBlock({});
-        endOthers(known);
+        // Whatever a method has made and not given away belongs to nobody else.
+        for (const auto object : allObjects()) {
+            if (std::find(known.begin(), known.end(), object) == known.end()) end(object);
+        }
         restoreOrder();
         lookAgain();
     }
-
-    using Objects = std::vector<Ref>;
-    static Objects allObjects() {
-        Objects found;
+    static std::vector<Ref> allObjects() {
+        std::vector<Ref> found;
         forEachObject([&](Ref object, std::uint32_t, std::uint32_t marks) {
             if ((marks & (markLibrary | markClass)) == 0) found.push_back(object);
         });
         return found;
-    }
-    // Whatever a method has made and not given away belongs to nobody else.
-    void endOthers(const Objects &known) {
-        for (const auto object : allObjects()) {
-            if (std::find(known.begin(), known.end(), object) == known.end()) end(object);
-        }
     }
 
     Decisions &decisions;
@@ -756,6 +573,7 @@ private:
     std::vector<Member> members;
     std::vector<Ref> objects;
     std::vector<Ref> stale;
+    std::vector<Count> expected; // the errors that the operation must raise
     Ref block{};
     int nesting = 0;
 };
@@ -765,10 +583,7 @@ private:
 std::uint32_t runSequencedProgram(Decisions &decisions, std::uint32_t operations) {
     Program program(decisions);
     std::uint32_t done = 0;
-    while (done < operations && !decisions.areOver()) {
-        program.step();
-        ++done;
-    }
+    for (; done < operations && !decisions.areOver(); ++done) program.step();
     return done;
 }
 

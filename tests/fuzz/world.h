@@ -43,9 +43,11 @@ struct ElementArea {
     explicit ElementArea(const std::string &value) { std::memcpy(bytes, value.data(), value.size()); }
     Element element() const { return {bytes}; }
     Returning returning() { return Returning{{bytes}}; }
-    std::string value(Index width) const {
-        return {reinterpret_cast<const char *>(bytes), static_cast<std::size_t>(width)};
-    }
+    std::string value(std::size_t width) const { return {reinterpret_cast<const char *>(bytes), width}; }
 };
+
+// One random program of so many operations on sequenced collections, fewer when its decisions are over first; answers
+// how many it did.
+std::uint32_t runSequencedProgram(Decisions &decisions, std::uint32_t operations);
 
 } // namespace oocobol::fuzz

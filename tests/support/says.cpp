@@ -15,7 +15,7 @@ namespace {
 
 // Cuts at `separator` outside quotes and brackets; answers what is in front of it and leaves the rest.
 std::string_view cut(std::string_view &rest, std::string_view separator) {
-    static constexpr std::string_view opening = "'[(", closing = "'])";
+    static constexpr std::string_view opening = "'[({", closing = "'])}";
     char until = 0;
     for (std::size_t i = 0; i < rest.size(); ++i) {
         if (until != 0) {
@@ -163,10 +163,10 @@ private:
         const auto name = cut(sent, " ");
         width = answersElement ? widthIn(object) : 0;
         std::vector<std::string_view> items;
-        std::vector<std::string> bytes;
+        std::vector<std::vector<char>> bytes; // of exactly their length, so that reading behind them shows
         for (sent = bare(sent); !sent.empty(); sent = bare(sent)) {
             items.push_back(bare(cut(sent, ",")));
-            bytes.push_back(bytesOf(object, items.back()));
+            bytes.push_back(argument(object, items.back()));
         }
         void *arguments[16] = {answers ? answer.data() : nullptr};
         for (std::size_t i = 0; i < items.size(); ++i) arguments[i + 1] = items[i] == "-" ? nullptr : bytes[i].data();
@@ -180,20 +180,21 @@ private:
         }
         return wrong;
     }
-    std::string bytesOf(Ref object, std::string_view item) {
-        if (isWord(item)) return padded(item, widthIn(object));
+    static std::vector<char> bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
+    template <class T> static std::vector<char> bytesOfValue(const T &value) {
+        return bytesOf({reinterpret_cast<const char *>(&value), sizeof value});
+    }
+    std::vector<char> argument(Ref object, std::string_view item) {
+        if (isWord(item)) return bytesOf(padded(item, widthIn(object)));
         if (item.starts_with('(')) {
             lent.push_back(collectionLike(object, inside(item)));
-            return {reinterpret_cast<const char *>(&lent.back()), sizeof(Ref)};
+            return bytesOfValue(lent.back());
         }
-        if (item.starts_with('\'')) return std::string(inside(item));
-        if (item.starts_with('[')) return std::string(areaSize, '\0');
-        if (item.starts_with('$') || item == "it") {
-            const auto argument = namedAt(item);
-            return {reinterpret_cast<const char *>(&argument), sizeof argument};
-        }
-        const auto number = numberIn(item);
-        return {reinterpret_cast<const char *>(&number), sizeof number};
+        if (item.starts_with('\'')) return bytesOf(std::string(inside(item)) + '\0');
+        if (item.starts_with('{')) return bytesOf(inside(item));
+        if (item.starts_with('[')) return std::vector<char>(areaSize);
+        if (item.starts_with('$') || item == "it") return bytesOfValue(namedAt(item));
+        return bytesOfValue(numberIn(item));
     }
 
     // The answer in the form in which the expectation is written.

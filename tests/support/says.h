@@ -6,10 +6,10 @@
 // Messages are separated by semicolons, their arguments by commas. A message that raises an error it was not expected
 // to raise fails, whatever it answers. Areas for what no message can hold in full are tested with EXPECT_ in C++.
 //
-//   as an argument        12 a 4-byte number, 'text' its bytes and a null, $1 the first named object, $bag the class
-//                         of that program, nil, - omitted, [bytes] an area that must hold these bytes afterwards and
-//                         nothing else, fig an element of the receiver, padded with spaces, (a b) a collection as the
-//                         receiver is one, of these words
+//   as an argument        12 a 4-byte number, 'text' its bytes and a null, {text} its bytes, one at least, and none
+//                         behind them, $1 the first named object, $bag the class of that program, nil, - omitted,
+//                         [bytes] an area that must hold these bytes afterwards and nothing else, fig an element of
+//                         the receiver, padded with spaces, (a b) a collection as the receiver is one, of these words
 //   behind the arrow      12 a number of up to 8 bytes, 'text' an object with that value, (a b) a collection of these
 //                         words (sorted where it has no order), [bytes] an area of these bytes and nothing else,
 //                         fig an element that is just as wide as the receiver's are, zeros one of zeros, untouched

@@ -19,7 +19,7 @@ protected:
             if (isLive(made)) finalize(made);
         }
     }
-    const RaisedErrors errors; // has its handler on the stack before the test looks
+    RaisedErrors errors; // has its handler on the stack before the test looks
     const Ref object = createInstance(CLASS("base"));
     // Counts, does what it is told to do, and answers 7.
     int calls = 0;
@@ -112,7 +112,6 @@ TEST_F(ExceptionManager, DoesNotKeepAClassThatWasMadeForOneItem) {
 }
 
 TEST_F(ExceptionManager, TellsWhetherAClassMethodRaised) {
-    RaisedErrors errors;
     errors.action = [&](Ref raisedOn, Count) {
         says(manager(), raisedOn == CLASS("base") ? "raisedstatic -> 0; raisedreference -> 1"
                                                   : "raisedstatic -> 1; raisedreference -> 0");

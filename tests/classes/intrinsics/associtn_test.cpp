@@ -1,99 +1,65 @@
 // Associations: their classes, their parts, comparing by key, texts, and going deeper.
-#include "tests/classes/collections/collections.h"
+#include "tests/support/says.h"
+#include "tests/support/support.h"
 
 namespace oocobol::test {
 namespace {
 
-class Associations : public testing::Test {
-protected:
-    static Ref classFor(Ref key, Ref datum) { return send<Ref>(SITE("newclass"), CLASS("associtn"), key, datum); }
-    static Ref association(Ref ofClass, const std::string &key, Count datum) {
-        return send<Ref>(SITE("keydata"), ofClass, area(key), datum);
-    }
-    static Count sizeInBytes(Ref object) { return send<Count>(SITE("sizeinbytes"), object); }
+Ref classFor(Ref key, Ref datum) { return send<Ref>(SITE("newclass"), CLASS("associtn"), key, datum); }
+Ref association(Ref ofClass, const char *key, Count datum) {
+    return send<Ref>(SITE("keydata"), ofClass, Bytes{key}, datum);
+}
 
-    LeakCheck leaks;
-    RaisedErrors errors;
-};
-
-TEST_F(Associations, HaveAClassForEachPairOfTemplates) {
-    EXPECT_EQ(classFor(null, null), CLASS("associtn"));
-    EXPECT_EQ(classFor(comp5(), null), CLASS("compasoc"));
+TEST(Associations, HaveAClassForEachPairOfTemplates) {
+    const auto ofItems = classFor(picX(10), comp5());
+    EXPECT_NE(classFor(picX(10), comp5()), ofItems);
     EXPECT_EQ(classFor(null, comp5()), classFor(null, comp5()));
-    EXPECT_NE(classFor(picX(10), comp5()), classFor(picX(10), comp5()));
-    const struct {
-        Ref ofClass;
-        Count length, key, datum;
-    } sizes[] = {{CLASS("associtn"), 16, 8, 8},
-                 {CLASS("compasoc"), 12, 4, 8},
-                 {CLASS("picxtoob"), 40, 32, 8},
-                 {classFor(picX(10), comp5()), 14, 10, 4}};
-    for (const auto &expected : sizes) {
-        EXPECT_EQ(sizeInBytes(expected.ofClass), expected.length);
-        EXPECT_EQ(send<Count>(SITE("getkeysize"), expected.ofClass), expected.key);
-        EXPECT_EQ(send<Count>(SITE("getdatasize"), expected.ofClass), expected.datum);
-        EXPECT_FALSE(send<bool>(SITE("storingobjects"), expected.ofClass));
-    }
-    EXPECT_EQ(send<Ref>(SITE("getkeytemplate"), CLASS("picxtoob")), CLASS("picx32"));
-    EXPECT_EQ(send<Ref>(SITE("baseclass"), classFor(picX(10), null)), CLASS("associtn"));
-    EXPECT_TRUE(errors.all.empty());
-    EXPECT_FALSE(classFor(picX(0x0FFFFFFF), comp5()));
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{30}));
+    says(CLASS("associtn"),
+         "newclass nil, nil -> $associtn; newclass $comp5, nil -> $compasoc; newclass $1, $comp5 -> error 30 -> nil; "
+         "sizeinbytes -> 16; getkeysize -> 8; getdatasize -> 8; storingobjects -> 0; "
+         "$compasoc sizeinbytes -> 12; $compasoc getkeysize -> 4; $compasoc getdatasize -> 8; "
+         "$picxtoob sizeinbytes -> 40; $picxtoob getkeysize -> 32; $picxtoob getkeytemplate -> $picx32; "
+         "$2 sizeinbytes -> 14; $2 getkeysize -> 10; $2 getdatasize -> 4; $2 baseclass -> $associtn",
+         {picX(0x0FFFFFFF), ofItems});
 }
 
-TEST_F(Associations, CompareAndHashByKey) {
+TEST(Associations, CompareAndHashByKey) {
+    const LeakCheck leaks;
     const auto ofClass = classFor(picX(4), comp5());
-    const auto one = association(ofClass, "k   ", 1), other = association(ofClass, "k   ", 2);
-    const auto later = association(ofClass, "m   ", 1);
-    EXPECT_TRUE(send<bool>(SITE("equal"), one, other));
-    EXPECT_TRUE(send<bool>(SITE("lessthan"), one, later));
-    EXPECT_TRUE(send<bool>(SITE("greaterthan"), later, other));
-    EXPECT_EQ(send<Count>(SITE("hash"), one), send<Count>(SITE("hash"), other));
-    EXPECT_EQ(send<Count>(SITE("hash"), one), Count{'k'});
+    const Temporary one(association(ofClass, "k   ", 1)), other(association(ofClass, "k   ", 2));
+    const Temporary later(association(ofClass, "m   ", 1));
+    says(one.ref(),
+         "equal $1 -> 1; lessthan $2 -> 1; $2 greaterthan $1 -> 1; hash -> 107; $1 hash -> 107; "
+         "ascharacterarray -> '(\"k   \"->1)'; setvalue {w   abcd}; getvalue -> [w   abcd]",
+         {other.ref(), later.ref()});
     EXPECT_TRUE(sendOver<bool>(SITE("equalbylengthvalue"), ofClass, "k   1234", Index{8}, Bytes{"k   5678"}));
-    const auto text = send<Ref>(SITE("ascharacterarray"), one);
-    EXPECT_EQ(valueOf(text), "(\"k   \"->1)");
-    send(SITE("setvalue"), one, Bytes{"w   abcd"});
-    char value[8];
-    send(SITE("getvalue"), one, Returning{{reinterpret_cast<std::byte *>(value)}});
-    EXPECT_EQ(std::string(value, 8), "w   abcd");
-    EXPECT_TRUE(errors.all.empty());
-    for (const auto made : {one, other, later, text}) finalize(made);
 }
 
-TEST_F(Associations, ReachTheirObjects) {
+TEST(Associations, ReachTheirObjects) {
+    const LeakCheck leaks;
     const auto key = text("key"), datum = text("datum");
-    const auto alone = send<Ref>(SITE("key"), CLASS("associtn"), key);
-    EXPECT_FALSE(send<Ref>(SITE("getdata"), alone));
     const auto both = send<Ref>(SITE("keydata"), CLASS("associtn"), key, datum);
-    EXPECT_TRUE(send<bool>(SITE("equal"), alone, both));
+    const Temporary bare(send<Ref>(SITE("key"), CLASS("associtn"), null));
     const auto copy = send<Ref>(SITE("deepcopy"), both);
-    EXPECT_EQ(valueOf(send<Ref>(SITE("getdata"), copy)), "datum");
-    EXPECT_NE(send<Ref>(SITE("getkey"), copy), key);
-    send<Ref>(SITE("deepfinalizewithdepth"), copy, Index{1});
-    send<Ref>(SITE("deepfinalizewithdepth"), alone, Index{0});
-    EXPECT_TRUE(isLive(key));
-    const auto bare = send<Ref>(SITE("deepcopy"), Temporary(send<Ref>(SITE("key"), CLASS("associtn"), null)).ref());
-    send<Ref>(SITE("deepfinalize"), bare);
-    EXPECT_TRUE(errors.all.empty());
+    says(copy, "getdata -> it; it * -> 'datum'; deepfinalizewithdepth 1; $1 * -> 'key'", {key});
+    says(CLASS("associtn"),
+         "key $1 -> it; it getdata -> nil; it equal $2 -> 1; it deepfinalizewithdepth 0; "
+         "$3 deepcopy -> it; it deepfinalize; $1 * -> 'key'",
+         {key, both, bare.ref()});
     send<Ref>(SITE("deepfinalize"), both);
     EXPECT_FALSE(isLive(key) || isLive(datum));
 }
 
 // What is shorter or longer than its class says by now is neither read nor written beyond its end.
-TEST_F(Associations, SurviveAClassThatChanges) {
+TEST(Associations, SurviveAClassThatChanges) {
+    const LeakCheck leaks;
     const auto ofClass = classFor(picX(4), comp5());
-    const auto made = association(ofClass, "key ", 7);
-    const auto table = send<Ref>(SITE("ofassociations"), CLASS("dictinry"), ofClass, Index{10});
-    send(SITE("atput"), table, area(std::string("key ")), Count{7});
-    send(SITE("setkeytype"), ofClass, picX(400));
-    char key[400];
-    send(SITE("getkey"), made, Returning{{reinterpret_cast<std::byte *>(key)}});
-    send<Count>(SITE("hash"), made);
-    send<Count>(SITE("at"), table, area(std::string("key ")));
-    finalize(send<Ref>(SITE("copy"), table));
-    finalize(table);
-    finalize(made);
+    const Temporary made(association(ofClass, "key ", 7));
+    const Temporary table(send<Ref>(SITE("ofassociations"), CLASS("dictinry"), ofClass, Index{10}));
+    says(table.ref(), "atput {key }, 7; $1 setkeytype $2; $3 getkey; $3 hash; copy -> it; it finalize",
+         {ofClass, picX(400), made.ref()});
+    const RaisedErrors errors;
+    send<Count>(SITE("at"), table.ref(), area(std::string("key ")));
 }
 
 } // namespace

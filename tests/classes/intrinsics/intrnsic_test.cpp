@@ -1,30 +1,24 @@
-// Classes of data items: making them, decoding descriptions, values and comparisons.
+// Classes of data items: making them, decoding descriptions, and how long they live.
 #include "classes/intrinsics/intrinsic.h"
+#include "tests/support/says.h"
 #include "tests/support/support.h"
 
 namespace oocobol::test {
 namespace {
 
-Ref newClass(const char *program, Index length) {
-    return send<Ref>(SITE("newclass"), classForProgram(program), length);
-}
 Count sizeOf(Ref classObject) { return send<Count>(SITE("size"), classObject); }
 
 TEST(IntrinsicClass, StandsForOneLength) {
     const LeakCheck leaks;
-    const auto one = newClass("picx", 12), two = newClass("picx", 12);
-    EXPECT_NE(one, two);
-    EXPECT_EQ(sizeOf(one), 12U);
-    EXPECT_EQ(sizeOf(two), 12U);
-    EXPECT_EQ(sizeOf(CLASS("picx")), 1U);
-    EXPECT_EQ(sizeOf(CLASS("picx32")), 32U);
-    EXPECT_EQ(sizeOf(CLASS("intrnsic")), 0U);
-    EXPECT_FALSE(send<bool>(SITE("storingobjects"), one));
-    EXPECT_EQ(sizeOf(newClass("picx", longestItem)), 268435455U);
+    const auto one = send<Ref>(SITE("newclass"), CLASS("picx"), Index{12});
     const Temporary item(send<Ref>(SITE("new"), one));
+    EXPECT_NE(send<Ref>(SITE("newclass"), CLASS("picx"), Index{12}), one);
+    says(
+        one,
+        "size -> 12; storingobjects -> 0; $picx size -> 1; $picx32 size -> 32; $intrnsic size -> 0; $scomp5 size -> 4; "
+        "$picx newclass 268435455 -> it; it size -> 268435455; $1 class -> $2; $1 isindexed -> 1",
+        {item.ref(), one});
     EXPECT_EQ(valueOf(item.ref()), std::string(12, '\0'));
-    EXPECT_EQ(classOf(item.ref()), one);
-    EXPECT_TRUE(send<bool>(SITE("isindexed"), item.ref()));
 }
 
 // All descriptions there are, alphanumeric and numeric, against the rules written out once more.
@@ -47,8 +41,7 @@ TEST(IntrinsicClass, EveryDataDescriptionIsDecoded) {
             ASSERT_EQ(number.isNull(), first >= 0xC0 ? packed.isNull() : pic9.isNull()) << description;
             continue;
         }
-        const auto low = first % 32;
-        const auto bytesLong = low < 19 ? low + 1 : low + (second & 0x1C) - 19;
+        const auto low = first % 32, bytesLong = low < 19 ? low + 1 : low + (second & 0x1C) - 19;
         ASSERT_EQ(errors.all.size(), bytesLong > 8 ? 1U : 0U) << description;
         if (bytesLong > 8) continue;
         ASSERT_EQ(familyOfClass(number), familyOfClass(CLASS("compx")));
@@ -56,17 +49,19 @@ TEST(IntrinsicClass, EveryDataDescriptionIsDecoded) {
     }
 }
 
-TEST(IntrinsicClass, ItemsAreComparedThroughTheirValues) {
+TEST(IntrinsicClass, RefusesWhatItCannotHold) {
     const LeakCheck leaks;
-    const Temporary one(send<Ref>(SITE("withvalue"), picX(2), Bytes{"AB"}));
-    const Temporary same(send<Ref>(SITE("withvalue"), picX(3), Bytes{"AB "}));
-    const Temporary above(test::text("AC"));
-    EXPECT_TRUE(send<bool>(SITE("equal"), one.ref(), same.ref()));
-    EXPECT_TRUE(send<bool>(SITE("lessthanorequal"), one.ref(), same.ref()));
-    EXPECT_TRUE(send<bool>(SITE("greaterthanorequal"), one.ref(), same.ref()));
-    EXPECT_TRUE(send<bool>(SITE("lessthan"), one.ref(), above.ref()));
-    EXPECT_FALSE(send<bool>(SITE("greaterthan"), one.ref(), above.ref()));
-    EXPECT_FALSE(send<bool>(SITE("greaterthanorequal"), one.ref(), above.ref()));
+    const auto negative = send<Ref>(SITE("newclass"), CLASS("picx"), Index{-1});
+    const Temporary bare(send<Ref>(SITE("new"), send<Ref>(SITE("newclass"), CLASS("intrnsic"), Index{3})));
+    says(CLASS("intrnsic"),
+         "$picx newclass 268435456 -> error 30 -> nil; $comp5 newclass 9 -> error 30 -> nil; "
+         "$compx newclass 9 -> error 30 -> nil; withvalue 'x' -> error 7 -> nil; "
+         "$1 equalbylengthvalue 3, {abc} -> error 7; $1 lessthanbylengthvalue 3, {abc} -> error 7",
+         {bare.ref()});
+    RaisedErrors errors;
+    EXPECT_FALSE(send<Ref>(SITE("new"), negative));
+    ASSERT_FALSE(errors.all.empty());
+    EXPECT_EQ(errors.all.front().number, 23U);
 }
 
 TEST(IntrinsicClass, ElementsAreAllocatedZeroFilled) {
@@ -74,35 +69,10 @@ TEST(IntrinsicClass, ElementsAreAllocatedZeroFilled) {
     for (auto *address : {send<Address>(SITE("allocateelement"), item.ref()),
                           send<Address>(SITE("allocateelements"), item.ref(), Index{3})}) {
         ASSERT_NE(address, nullptr);
-        EXPECT_EQ(std::string_view(static_cast<char *>(address), 5), std::string_view("\0\0\0\0\0", 5));
+        EXPECT_EQ(std::string(static_cast<char *>(address), 5), std::string(5, '\0'));
         send(SITE("dealloc"), item.ref(), address);
     }
-    RaisedErrors errors;
-    EXPECT_EQ(send<Address>(SITE("allocateelements"), item.ref(), Index{-1}), nullptr);
-    EXPECT_EQ(errors.numbers(), std::vector<Count>{33});
-}
-
-TEST(IntrinsicClass, RefusesWhatItCannotHold) {
-    const LeakCheck leaks;
-    RaisedErrors errors;
-    EXPECT_FALSE(newClass("picx", longestItem + 1));
-    EXPECT_FALSE(newClass("comp5", 9));
-    EXPECT_FALSE(newClass("compx", 9));
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{30, 30, 30}));
-    EXPECT_FALSE(send<Ref>(SITE("withvalue"), CLASS("intrnsic"), Bytes{"x"}));
-    EXPECT_EQ(errors.numbers(), std::vector<Count>{7});
-    const auto negative = newClass("picx", -1);
-    EXPECT_TRUE(negative);
-    EXPECT_TRUE(errors.all.empty());
-    EXPECT_FALSE(send<Ref>(SITE("new"), negative));
-    ASSERT_FALSE(errors.all.empty());
-    EXPECT_EQ(errors.all.front().number, 23U);
-    errors.all.clear();
-
-    const Temporary bare(send<Ref>(SITE("new"), newClass("intrnsic", 3)));
-    send<bool>(SITE("equalbylengthvalue"), bare.ref(), Index{3}, Bytes{"abc"});
-    send<bool>(SITE("lessthanbylengthvalue"), bare.ref(), Index{3}, Bytes{"abc"});
-    EXPECT_EQ(errors.numbers(), (std::vector<Count>{7, 7}));
+    says(item.ref(), "allocateelements -1 -> error 33 -> nil");
 }
 
 struct LengthAndDigits {
@@ -157,28 +127,7 @@ TEST(IntrinsicClass, MadeForOneItemGoesWithIt) {
 
     const auto asked = send<Ref>(SITE("aspicx"), padded.ref());
     const auto itsClass = send<Ref>(SITE("class"), asked);
-    finalize(asked);
-    EXPECT_TRUE(isLive(itsClass));
-    EXPECT_EQ(sizeOf(itsClass), 6U);
-    const Temporary another(send<Ref>(SITE("new"), itsClass));
-    EXPECT_EQ(classOf(another.ref()), itsClass);
-}
-
-void claimMuch(const oops_ref *, void *, void *returning) {
-    const Count claimed = 100000;
-    if (returning != nullptr) std::memcpy(returning, &claimed, sizeof claimed);
-}
-
-TEST(IntrinsicClass, SizesThatASubclassClaimsAreNotReadBeyondTheValue) {
-    const auto liar = OutsideClass("liarpicx", "liaritem", CLASS("picx"), 0, 0)
-                          .method("sizeinbytes", asMethod(claimMuch), 1)
-                          .registerIt();
-    const Temporary item(send<Ref>(SITE("withvalue"), liar, Bytes{"a"})), other(test::text("b"));
-    std::string area(100000, '#');
-    send(SITE("getvalue"), item.ref(), Returning{{reinterpret_cast<std::byte *>(area.data())}});
-    EXPECT_EQ(area.substr(0, 3), "a##");
-    EXPECT_TRUE(send<bool>(SITE("lessthan"), item.ref(), other.ref()));
-    EXPECT_EQ(send<Index>(SITE("compareto"), other.ref(), item.ref()), 1);
+    says(asked, "finalize; $1 size -> 6; $1 new -> it; it class -> $1; it finalize", {itsClass});
 }
 
 } // namespace

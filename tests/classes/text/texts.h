@@ -1,0 +1,70 @@
+// What the tests of texts and items share: characters of one and two bytes, tests that run on both roads.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/support/says.h"
+#include "tests/support/support.h"
+
+// Shift-JIS: hiragana a and i, katakana a (its second half is 'A'), the space.
+#define HA "\x82\xA0"
+#define HI "\x82\xA2"
+#define KA "\x83\x41"
+#define SPACE2 "\x81\x40"
+
+namespace oocobol::test {
+
+using Characters = std::vector<std::string>;
+
+inline std::string join(const Characters &parts) {
+    std::string text;
+    for (const auto &part : parts) text += part;
+    return text;
+}
+
+// Every case runs for each of some classes, with native paths and without.
+class OfClasses : public testing::TestWithParam<std::tuple<std::string, bool>> {
+protected:
+    OfClasses() { allowNativePaths(isNative); }
+    ~OfClasses() override { allowNativePaths(true); }
+    const bool isNative = std::get<bool>(GetParam());
+    const Ref ofClass = classForProgram(std::get<std::string>(GetParam()).c_str());
+    const LeakCheck leaks;
+};
+// Where there are characters of two bytes.
+class OfMixedClasses : public OfClasses {
+    const InEnvironment environment{doubleByte};
+};
+inline std::string nameOfRoad(const testing::TestParamInfo<std::tuple<std::string, bool>> &road) {
+    return std::get<0>(road.param) + (std::get<1>(road.param) ? "Natively" : "BySends");
+}
+template <class... Programs> auto onBothRoads(Programs... programs) {
+    return testing::Combine(testing::Values(programs...), testing::Bool());
+}
+
+// An object made by `factory` of so many characters.
+inline Ref madeOf(Ref factory, Index count, std::string_view value) {
+    return send<Ref>(SITE("withlengthvalue"), factory, count, Bytes(ExactBytes(value)));
+}
+inline Ref itemOf(std::string_view value) {
+    return send<Ref>(SITE("withvalue"), picX(static_cast<Index>(value.size())), Bytes(ExactBytes(value)));
+}
+
+inline std::string characterAt(Ref object, Index position) {
+    char area[9] = {};
+    send(SITE("at"), object, Returning{{reinterpret_cast<std::byte *>(area)}}, position);
+    return area;
+}
+
+// The value of an object that a message has answered, or of those in a collection; ends them.
+inline std::string valueOfMade(Ref made) { return made ? valueOf(Temporary(made).ref()) : "nothing"; }
+inline Characters valuesOfMade(Ref collection) {
+    Characters values;
+    const auto size = send<Index>(SITE("size"), collection);
+    for (Index i = 1; i <= size; ++i) values.push_back(valueOf(send<Ref>(SITE("at"), collection, i)));
+    send<Ref>(SITE("deepfinalize"), collection);
+    return values;
+}
+
+} // namespace oocobol::test
