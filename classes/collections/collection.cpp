@@ -28,7 +28,17 @@ std::byte *ownCopy(const CollectionFields &fields, std::size_t length) {
 }
 } // namespace
 
-constinit thread_local Ref lastGrown{};
+bool renewStorage(const Instance<SequencedFields> &self, Count bytes) noexcept {
+    auto *storage = allocateStorage(self, bytes);
+    if (storage == nullptr) return false;
+    const auto kept = std::min(bytes, Count{self->storageLength});
+    if (kept != 0) std::memcpy(storage, self->storage, kept);
+    std::memset(storage + kept, ' ', std::size_t{bytes} + 1 - kept);
+    auto *old = self->storage;
+    self->storage = storage;
+    releaseStorage(self, old);
+    return true;
+}
 
 bool stretchStorage(CollectionFields &fields, Count bytes) noexcept {
     const auto kept = std::min(bytes, Count{fields.storageLength});

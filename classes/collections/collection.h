@@ -47,8 +47,9 @@ inline constexpr Index sizeLimit = 0x20202020;                  // four spaces: 
 std::byte *allocateStorage(const Receiver &self, Count bytes) noexcept;
 void releaseStorage(const Receiver &self, std::byte *storage) noexcept;
 
-// The collection whose storage the library's `basicgrow` has exchanged last, on this thread.
-extern constinit thread_local Ref lastGrown;
+// Moves the elements to an area that is known to have `bytes`: how long the one is that a redefined `basicgrow` leaves
+// behind, nobody knows. False when there is no memory.
+bool renewStorage(const Instance<SequencedFields> &self, Count bytes) noexcept;
 
 // What `basicgrow` does, for a length that is not negative, where it, `malloc` and `dealloc` are the library's own: a
 // block of many pages is stretched without being copied.

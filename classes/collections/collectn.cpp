@@ -102,7 +102,6 @@ Answer<bool> basicGrow(Self self, Index bytes) {
     std::memset(storage + kept, ' ', std::size_t{std::max(wanted, promised)} + 1 - kept);
     auto *old = self->storage;
     self->storage = storage;
-    lastGrown = self.ref();
     releaseStorage(self, old);
     return true;
 }

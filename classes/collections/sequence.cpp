@@ -148,14 +148,10 @@ void dropCutElements(Ref collection) {
     fields->last = 0;
 }
 
-// Sends `basicgrow` and makes sure that it has done something: a handler may have answered in its place, or a subclass.
-// The address alone does not tell: storage that was exchanged twice may lie where it lay before.
+// A negative length is refused by `basicgrow`, whatever the handler of that answers in its place.
 bool growByMessage(const Self &self, Index bytes) {
-    const auto *before = self->storage;
-    lastGrown = null;
-    const auto grown = sendSelf<bool>(SITE("basicgrow"), self, bytes);
-    const auto isOther = lastGrown == self.ref() || self->storage != before;
-    return grown && bytes >= 0 && isOther && self->storage != nullptr;
+    if (!sendSelf<bool>(SITE("basicgrow"), self, bytes) || bytes < 0) return false;
+    return runsMethodOf(self.ref(), "basicgrow", "collectn") || renewStorage(self, static_cast<Count>(bytes));
 }
 
 // Gives the receiver that many slots. False when it could not be done.

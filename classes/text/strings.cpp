@@ -294,30 +294,13 @@ Answer<Count> indexOfSubcollection(const Self &self, Ref wanted, Index start) {
     return static_cast<Count>(found + 1);
 }
 
-namespace {
-
-// Moves the characters to an area that is known to hold `length` of them. False when there is no memory.
-bool moveCharacters(const Self &self, Count length) {
-    auto *storage = allocateStorage(self, length);
-    if (storage == nullptr) return false;
-    const auto kept = std::min(self->slotCount, length);
-    if (kept != 0) std::memcpy(storage, self->storage, kept);
-    std::memset(storage + kept, ' ', std::size_t{length} + 1 - kept);
-    auto *old = self->storage;
-    self->storage = storage;
-    releaseStorage(self, old);
-    return true;
-}
-
-} // namespace
-
-// How long an area a redefined `basicgrow` leaves behind is not known.
 Answer<Ref> growTo(const Self &self, Index size) {
     if (size < 0) return pass(SITE("invalidparameter"));
     if (static_cast<std::size_t>(size) > longestText) return raise(Error::noStorage);
     const auto length = static_cast<Count>(size);
     if (!sendSelf<bool>(SITE("basicgrow"), self, size + 1)) return raise(Error::noStorage);
-    if (!nativePath(self.ref(), {"basicgrow"}) && !moveCharacters(self, length)) return raise(Error::noStorage);
+    if (!runsMethodOf(self.ref(), "basicgrow", "collectn") && !renewStorage(self, length))
+        return raise(Error::noStorage);
     self->slotCount = length;
     self->storageLength = length;
     return self.ref();
