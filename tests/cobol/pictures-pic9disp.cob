@@ -33,13 +33,12 @@ PROGRAM-ID. pic9disp-newclass.
 DATA DIVISION.
 LINKAGE SECTION.
 01  self-object         USAGE POINTER.
-01  class-data.
-    05  digits          PIC 9(9) COMP-5.
+01  digits              PIC 9(9) COMP-5.
 01  new-class           USAGE POINTER.
 01  description.
     05  item-length     PIC 9(9) COMP-5.
     05  item-digits     PIC 9(9) COMP-5.
-PROCEDURE DIVISION USING self-object class-data new-class description.
+PROCEDURE DIVISION USING self-object digits new-class description.
     CALL "oosuper" USING "pic9disp.newclass" self-object new-class
         item-length
     CALL "oosend" USING "setdigits" new-class OMITTED item-digits
@@ -52,11 +51,10 @@ PROGRAM-ID. pic9disp-setdigits.
 DATA DIVISION.
 LINKAGE SECTION.
 01  self-object         USAGE POINTER.
-01  class-data.
-    05  digits          PIC 9(9) COMP-5.
+01  digits              PIC 9(9) COMP-5.
 01  no-answer           PIC X.
 01  wanted              PIC 9(9) COMP-5.
-PROCEDURE DIVISION USING self-object class-data no-answer wanted.
+PROCEDURE DIVISION USING self-object digits no-answer wanted.
     MOVE wanted TO digits
     GOBACK.
 END PROGRAM pic9disp-setdigits.
@@ -66,10 +64,9 @@ PROGRAM-ID. pic9disp-digits.
 DATA DIVISION.
 LINKAGE SECTION.
 01  self-object         USAGE POINTER.
-01  class-data.
-    05  digits          PIC 9(9) COMP-5.
+01  digits              PIC 9(9) COMP-5.
 01  answer              PIC 9(9) COMP-5.
-PROCEDURE DIVISION USING self-object class-data answer.
+PROCEDURE DIVISION USING self-object digits answer.
     MOVE digits TO answer
     GOBACK.
 END PROGRAM pic9disp-digits.
