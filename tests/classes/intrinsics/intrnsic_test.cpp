@@ -78,25 +78,29 @@ TEST(IntrinsicClass, ElementsAreAllocatedZeroFilled) {
 struct LengthAndDigits {
     Count length, digits;
 } described;
-void notePictures(const oops_ref *self, void *data, void *returning, void *length) {
-    static oops_super_site super = OOPS_SUPER_SITE("pic9disp", "newclass");
+template <bool isPacked> void notePictures(const oops_ref *self, void *data, void *returning, void *length) {
+    static oops_super_site super = OOPS_SUPER_SITE(isPacked ? "comp3" : "pic9disp", "newclass");
     std::memcpy(&described, length, sizeof described);
     oopsresolvetosuper(&super, self, data, 2, returning, length);
 }
 
-// Classes that programs bring along for numeric display items get the digit count behind the length.
-TEST(IntrinsicClass, NumericDisplayIsTheProgramsOwnClass) {
-    const auto pic9 = OutsideClass("pic9disp", "pic9display", CLASS("picx"))
-                          .classMethod("newclass", asMethod(notePictures), 2)
-                          .registerIt();
-    const auto made = send<Ref>(SITE("getclassfromdatadescription"), CLASS("intrnsic"), Bytes{"\x87\x04"}, Flag{1});
-    EXPECT_EQ(familyOfClass(made), familyOfClass(pic9));
-    EXPECT_EQ(sizeOf(made), 8U);
-    EXPECT_EQ(described.length, 8U);
-    EXPECT_EQ(described.digits, 5U);
+// Classes that programs bring along for numeric items get the digit count behind the length.
+TEST(IntrinsicClass, NumericItemsAreOfTheProgramsOwnClasses) {
+    const auto expectMade = [](OutsideClass ofProgram, oops_method newClass, const char *description, Count length,
+                               Count digits) {
+        const auto own = ofProgram.classMethod("newclass", newClass, 2).registerIt();
+        const auto made =
+            send<Ref>(SITE("getclassfromdatadescription"), CLASS("intrnsic"), Bytes{description}, Flag{1});
+        EXPECT_EQ(familyOfClass(made), familyOfClass(own));
+        EXPECT_EQ(sizeOf(made), length);
+        EXPECT_EQ(described.length, length);
+        EXPECT_EQ(described.digits, digits);
+    };
+    expectMade({"pic9disp", "pic9display", CLASS("picx")}, asMethod(notePictures<false>), "\x87\x04", 8, 5);
+    expectMade({"comp3", "cobolcomp3", CLASS("picx")}, asMethod(notePictures<true>), "\xC3\x26", 4, 7);
     Ref unset{42};
     send(SITE("getclassfromname"), CLASS("intrnsic"), Returning{{reinterpret_cast<std::byte *>(&unset)}},
-         Bytes{"cobolcomp3"}, Bytes{"nosuchpg"}, Index{3});
+         Bytes{"cobolnosuch"}, Bytes{"nosuchpg"}, Index{3});
     EXPECT_EQ(unset, Ref{42});
 }
 
@@ -118,15 +122,13 @@ TEST(IntrinsicClass, MadeForOneItemGoesWithIt) {
                upper = send<Ref>(SITE("asuppercase"), item), number = send<Ref>(SITE("withvalue"), CLASS("comp5"), 7);
     const auto joined = send<Ref>(SITE("concat"), upper, trimmed), digits = send<Ref>(SITE("aspicx"), number);
     EXPECT_EQ(classObjects(), before + 4);
-    finalize(item);
-    finalize(copy);
+    says(item, "finalize; $1 finalize", {copy});
     EXPECT_EQ(classObjects(), before + 4); // `upper` is of the same class
     EXPECT_EQ(valueOf(upper), " ABC ");
     for (const auto object : {upper, trimmed, joined, digits, number}) finalize(object);
     EXPECT_EQ(classObjects(), before);
 
-    const auto asked = send<Ref>(SITE("aspicx"), padded.ref());
-    const auto itsClass = send<Ref>(SITE("class"), asked);
+    const auto asked = send<Ref>(SITE("aspicx"), padded.ref()), itsClass = send<Ref>(SITE("class"), asked);
     says(asked, "finalize; $1 size -> 6; $1 new -> it; it class -> $1; it finalize", {itsClass});
 }
 
