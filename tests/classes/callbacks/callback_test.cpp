@@ -48,6 +48,29 @@ protected:
     const Temporary taker{newTaker()};
 };
 
+TEST_F(Callbacks, SendStoredArgumentsBeforeThoseOfTheInvocation) {
+    const Temporary both(on(taker.ref(), "SortByName ", s1, s2));
+    says(both,
+         "invoke 103 -> 77; getmessage -> [sortbyname]; "
+         "getparameter 1 -> 1; getparameter 2 -> 102; " // what the method changes in a stored argument stays changed
+         "getparameter 3 -> error 17; getparameter 0 -> error 17; getparameter -1 -> error 17; "
+         "getparameter 2147483647 -> error 17; getparameter -2147483648 -> error 17");
+    EXPECT_EQ(reached, taker.ref());
+    EXPECT_EQ(brought, (Values{101, 102, 103}));
+    EXPECT_EQ(s1, 101u);
+}
+
+TEST_F(Callbacks, TakeTheReceiverFromTheFirstArgumentWhenNoneIsStored) {
+    const Temporary open(on(null, "sortbyname")), gap(on(taker.ref(), "sortbyname", s1, omitted, s2));
+    says(open, "invoke $1, 103, 104 -> 77", {taker});
+    EXPECT_EQ(reached, taker.ref());
+    EXPECT_EQ(brought, (Values{103, 104}));
+    says(gap, "invoke -, 103");
+    EXPECT_EQ(brought, Values{101}); // nothing behind a gap in what is stored, or a receiver that is left out
+    says(gap, "invoke 103, -, 104");
+    EXPECT_EQ(brought, (Values{1, 103, 104}));
+}
+
 TEST_F(Callbacks, AreEqualByNameAndReceiver) {
     const Temporary one(on(taker.ref(), "go")), same(on(taker.ref(), "GO", s1)), other(on(taker.ref(), "stop"));
     const Temporary elsewhere(on(null, "go")), entry(onEntry("go ")), twin(onEntry("go")), capitals(onEntry("GO"));
