@@ -32,11 +32,8 @@ main-line.
     PERFORM make-errors
     CALL "oofinalize" USING number-list
     CALL "oocount" USING nothing-yet after-count
-    IF before-count = after-count
-        DISPLAY "clean"
-    ELSE
-        DISPLAY "left behind: " after-count " against " before-count
-    END-IF
+    SUBTRACT before-count FROM after-count
+    DISPLAY "left behind: " after-count
     MOVE 0 TO RETURN-CODE
     STOP RUN.
 
@@ -60,13 +57,9 @@ use-blocks.
     CALL "oofinalize" USING a-block
     CALL "oosend" USING "new" OO-ENTRYCALLBACK a-block "road-isodd "
     CALL "oosend" USING "select" number-list other-list a-block
-    CALL "oosend" USING "display" other-list
-    DISPLAY " "
-    CALL "oofinalize" USING other-list
+    PERFORM show-other
     CALL "oosend" USING "reject" number-list other-list a-block
-    CALL "oosend" USING "display" other-list
-    DISPLAY " "
-    CALL "oofinalize" USING other-list
+    PERFORM show-other
     CALL "oosend" USING "detect" number-list item a-block
     DISPLAY "detected " item
     CALL "oofinalize" USING a-block
@@ -82,6 +75,9 @@ sort-descending.
     CALL "oosend" USING "display" other-list
     DISPLAY " "
     CALL "oosend" USING "setsortentry" other-list OMITTED "road-after "
+    PERFORM show-other.
+
+show-other.
     CALL "oosend" USING "display" other-list
     DISPLAY " "
     CALL "oofinalize" USING other-list.
@@ -90,9 +86,7 @@ join-texts.
     CALL "oosend" USING "withvalue" OO-CHARACTERARRAY text-1 "left and" & X"00"
     CALL "oosend" USING "withvalue" OO-CHARACTERARRAY text-2 " right" & X"00"
     CALL "oosend" USING "concat" text-1 other-list text-2
-    CALL "oosend" USING "display" other-list
-    DISPLAY " "
-    CALL "oofinalize" USING other-list
+    PERFORM show-other
     CALL "oofinalize" USING text-1
     CALL "oofinalize" USING text-2.
 
@@ -106,6 +100,7 @@ make-errors.
     MOVE stale TO other-list
     CALL "oofinalize" USING other-list
     CALL "oosend" USING "size" stale item-count
+    CALL "oosend" USING "removelast" number-list OMITTED item
     CALL "oosend" USING "new" OO-ENTRYCALLBACK a-block "road-missing "
     CALL "oosend" USING "do" number-list OMITTED a-block
     CALL "oofinalize" USING a-block.
@@ -121,9 +116,6 @@ LINKAGE SECTION.
 PROCEDURE DIVISION USING item.
     COMPUTE doubled = item * 2
     DISPLAY doubled " " NO ADVANCING
-    IF doubled = 2
-        DISPLAY "<- " NO ADVANCING
-    END-IF
     GOBACK.
 END PROGRAM road-double.
 
@@ -149,10 +141,7 @@ LINKAGE SECTION.
 01  left-item           PIC S9(9) COMP-5.
 01  right-item          PIC S9(9) COMP-5.
 PROCEDURE DIVISION USING left-item right-item.
-    IF left-item >= right-item
-        MOVE 1 TO RETURN-CODE
-    ELSE
-        MOVE 0 TO RETURN-CODE
-    END-IF
+    MOVE 0 TO RETURN-CODE
+    IF left-item >= right-item MOVE 1 TO RETURN-CODE END-IF
     GOBACK.
 END PROGRAM road-after.

@@ -8,6 +8,7 @@
 #include <map>
 #include <string>
 
+#include "classes/text/characters.h"
 #include "tests/support/support.h"
 
 namespace oocobol::test {
@@ -15,7 +16,7 @@ namespace {
 
 // Cuts at `separator` outside quotes and brackets; answers what is in front of it and leaves the rest.
 std::string_view cut(std::string_view &rest, std::string_view separator) {
-    static constexpr std::string_view opening = "'[({", closing = "'])}";
+    static constexpr std::string_view opening = "'`[({", closing = "'`])}";
     char until = 0;
     for (std::size_t i = 0; i < rest.size(); ++i) {
         if (until != 0) {
@@ -60,6 +61,16 @@ Ref collectionLike(Ref collection, std::string_view words) {
             send(SITE("add"), made, area(element));
     }
     return made;
+}
+// A text or an item, of the class of the program in front of the quotes or as the object is one.
+Ref textLike(Ref object, std::string_view item) {
+    const std::string program(item.substr(0, item.find('`')));
+    item = inside(item.substr(program.size()));
+    auto ofClass = familyOfClass(object) != nullptr ? object : classOf(object);
+    ofClass = send<Ref>(SITE("baseclass"), program.empty() ? ofClass : classForProgram(program.c_str()));
+    const auto countsCharacters = ofClass == CLASS("dbcsarry") || ofClass == CLASS("dbcspicx");
+    const auto count = static_cast<Index>(countsCharacters ? characters::count(item) : item.size());
+    return send<Ref>(SITE("withlengthvalue"), ofClass, count, Bytes(ExactBytes(item)));
 }
 std::string wordsIn(Ref collection) {
     std::vector<std::string> words;
@@ -107,7 +118,7 @@ class Conversation {
     static constexpr char untouched = '\x7F';
 
 public:
-    Conversation(Ref object, std::initializer_list<Ref> objects) : receiver(object), named(objects) {}
+    Conversation(Ref object, std::vector<Ref> objects) : receiver(object), named(std::move(objects)) {}
 
     // What went wrong with one message; empty when nothing did.
     std::string take(std::string_view message) {
@@ -117,6 +128,8 @@ public:
         auto object = receiver;
         if (sent.starts_with('$') || sent.starts_with("it ") || sent.starts_with("nil "))
             object = namedAt(cut(sent, " "));
+        else if (auto rest = sent; cut(rest, " ").ends_with('`'))
+            object = lent.emplace_back(textLike(receiver, cut(sent, " ")));
         std::string wanted;
         if (expected.starts_with("error ")) wanted = bare(cut(expected, "->"));
         expected = bare(expected);
@@ -172,7 +185,7 @@ private:
         for (std::size_t i = 0; i < items.size(); ++i) arguments[i + 1] = items[i] == "-" ? nullptr : bytes[i].data();
         oocobol::send(object, siteOf(name), arguments, static_cast<std::uint32_t>(items.size() + 1));
         std::string wrong;
-        for (const auto collection : std::exchange(lent, {})) finalize(collection);
+        for (const auto made : std::exchange(lent, {})) finalize(made);
         for (std::size_t i = 0; i < items.size(); ++i) {
             if (!items[i].starts_with('[')) continue;
             const auto holds = filled(bytes[i].data(), items[i].size() - 2);
@@ -185,6 +198,7 @@ private:
         return bytesOf({reinterpret_cast<const char *>(&value), sizeof value});
     }
     std::vector<char> argument(Ref object, std::string_view item) {
+        if (item.ends_with('`')) return bytesOfValue(lent.emplace_back(textLike(object, item)));
         if (isWord(item)) return bytesOf(padded(item, widthIn(object)));
         if (item.starts_with('(')) {
             lent.push_back(collectionLike(object, inside(item)));
@@ -230,21 +244,30 @@ private:
 
     Ref receiver, it{};
     std::vector<Ref> named;
-    std::vector<Ref> lent; // collections among the arguments of one message
+    std::vector<Ref> lent; // what was made for one message
     std::size_t width = 0; // of the element that it answers
     RaisedErrors errors;
     alignas(8) std::array<std::byte, areaSize> answer;
 };
 
-} // namespace
-
-void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named, const char *file, int line) {
-    Conversation talk(receiver, named);
+void hold(Conversation &&talk, std::string_view conversation, const char *file, int line) {
     while (!bare(conversation).empty()) {
         const auto message = bare(cut(conversation, ";"));
         if (const auto wrong = talk.take(message); !wrong.empty())
             ADD_FAILURE_AT(file, line) << message << ": " << wrong;
     }
+}
+
+} // namespace
+
+void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named, const char *file, int line) {
+    hold(Conversation(receiver, named), conversation, file, line);
+}
+void says(Named receiver, std::string_view conversation, std::initializer_list<Named> named, const char *file,
+          int line) {
+    std::vector<Ref> objects;
+    for (const auto &one : named) objects.push_back(one.object);
+    hold(Conversation(receiver.object, std::move(objects)), conversation, file, line);
 }
 
 } // namespace oocobol::test

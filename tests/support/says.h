@@ -9,14 +9,16 @@
 //   as an argument        12 a 4-byte number, 'text' its bytes and a null, {text} its bytes, one at least, and none
 //                         behind them, $1 the first named object, $bag the class of that program, nil, - omitted,
 //                         [bytes] an area that must hold these bytes afterwards and nothing else, fig an element of
-//                         the receiver, padded with spaces, (a b) a collection as the receiver is one, of these words
+//                         the receiver, padded with spaces, (a b) a collection as the receiver is one, of these words,
+//                         `text` a text or an item as the receiver is one, of these bytes, bytearry`text` one of the
+//                         class of that program; both are there for this message only
 //   behind the arrow      12 a number of up to 8 bytes, 'text' an object with that value, (a b) a collection of these
 //                         words (sorted where it has no order), [bytes] an area of these bytes and nothing else,
 //                         fig an element that is just as wide as the receiver's are, zeros one of zeros, untouched
 //                         nothing at all, $1 that very object, nil, it any object, which goes by that name from there
 //                         on: getoutputs -> it; it size -> 3,
 //                         error 3 the errors raised in this order, then perhaps what is answered: error 3 -> 0
-//   in front              $1 size: to the first named object instead; nil size, it size
+//   in front              $1 size: to the first named object instead; nil size, it size, `text` size
 //   *                     the receiver itself, to be compared as if it were answered
 //
 // An object answered as 'text' or (words) is finalized: it is the sender's.
@@ -30,6 +32,16 @@
 namespace oocobol::test {
 
 void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named = {},
+          const char *file = __builtin_FILE(), int line = __builtin_LINE());
+
+// The same where what keeps objects stands among them.
+class Named {
+public:
+    Named(Ref named) : object(named) {}
+    template <class Keeper> Named(const Keeper &keeper) : object(keeper.ref()) {}
+    Ref object;
+};
+void says(Named receiver, std::string_view conversation, std::initializer_list<Named> named = {},
           const char *file = __builtin_FILE(), int line = __builtin_LINE());
 
 } // namespace oocobol::test

@@ -8,33 +8,22 @@
 namespace oocobol::test {
 namespace {
 
-// What the last invocation brought, as references, and to whom.
+// Who got the last message, with which arguments, and what it is to do then.
 std::vector<std::uint64_t> brought;
 Ref reached;
 std::function<void()> action;
 
-std::uint64_t valueAt(const void *address) {
-    std::uint64_t value;
-    std::memcpy(&value, address, sizeof value);
-    return value;
-}
-
 // Records its receiver and arguments, changes a 101 to 1, and answers 77.
-void sortByName(const oops_ref *self, void *, void *answer, void *a, void *b, void *c, void *d) {
+void sortByName(const oops_ref *self, void *, std::uint64_t *answer, std::uint64_t *a, const std::uint64_t *b,
+                const std::uint64_t *c, const std::uint64_t *d) {
     reached = Ref{*self};
     brought.clear();
-    for (auto *argument : {a, b, c, d}) {
-        if (argument != nullptr) brought.push_back(valueAt(argument));
+    for (const auto *argument : {static_cast<const std::uint64_t *>(a), b, c, d}) {
+        if (argument != nullptr) brought.push_back(*argument);
     }
-    if (a != nullptr && valueAt(a) == 101) std::memset(a, 1, 1);
-    const std::uint64_t value = 77;
-    if (answer != nullptr) std::memcpy(answer, &value, sizeof value);
+    if (a != nullptr && *a == 101) *a = 1;
+    if (answer != nullptr) *answer = 77;
     if (action) action();
-}
-Ref takerClass() {
-    static const auto made =
-        OutsideClass("taker", "taker", CLASS("base")).method("sortbyname", asMethod(sortByName), 5).registerIt();
-    return made;
 }
 
 using Values = std::vector<std::uint64_t>;
@@ -42,22 +31,26 @@ using Values = std::vector<std::uint64_t>;
 class Callbacks : public testing::Test {
 protected:
     Callbacks() { action = {}; }
-
-    template <class... Stored> static Ref on(Ref receiver, const char *method, const Stored &...stored) {
-        return send<Ref>(SITE("new"), CLASS("callback"), receiver, Bytes{method}, stored...);
+    template <class... Stored> static Ref on(Ref receiver, std::string method, const Stored &...stored) {
+        return send<Ref>(SITE("new"), CLASS("callback"), receiver, Bytes{method.c_str()}, stored...);
     }
-    template <class... Stored> static Ref onEntry(const char *entry, const Stored &...stored) {
-        return send<Ref>(SITE("new"), CLASS("entrycll"), Bytes{entry}, stored...);
+    static Ref onEntry(const std::string &entry) {
+        return send<Ref>(SITE("new"), CLASS("entrycll"), Bytes{entry.c_str()}, s1);
     }
 
-    LeakCheck leaks;
-    const Temporary taker{send<Ref>(SITE("new"), takerClass())};
-    const std::uint64_t s1 = 101, s2 = 102;
+    static Ref newTaker() {
+        static const auto takers =
+            OutsideClass("taker", "taker", CLASS("base")).method("sortbyname", asMethod(sortByName), 5).registerIt();
+        return send<Ref>(SITE("new"), takers);
+    }
+    static constexpr std::uint64_t s1 = 101, s2 = 102;
+    const LeakCheck leaks;
+    const Temporary taker{newTaker()};
 };
 
 TEST_F(Callbacks, SendStoredArgumentsBeforeThoseOfTheInvocation) {
     const Temporary both(on(taker.ref(), "SortByName ", s1, s2));
-    says(both.ref(),
+    says(both,
          "invoke 103 -> 77; getmessage -> [sortbyname]; "
          "getparameter 1 -> 1; getparameter 2 -> 102; " // what the method changes in a stored argument stays changed
          "getparameter 3 -> error 17; getparameter 0 -> error 17; getparameter -1 -> error 17; "
@@ -69,41 +62,43 @@ TEST_F(Callbacks, SendStoredArgumentsBeforeThoseOfTheInvocation) {
 
 TEST_F(Callbacks, TakeTheReceiverFromTheFirstArgumentWhenNoneIsStored) {
     const Temporary open(on(null, "sortbyname")), gap(on(taker.ref(), "sortbyname", s1, omitted, s2));
-    says(open.ref(), "invoke $1, 103, 104 -> 77", {taker.ref()});
+    says(open, "invoke $1, 103, 104 -> 77", {taker});
     EXPECT_EQ(reached, taker.ref());
     EXPECT_EQ(brought, (Values{103, 104}));
-    says(gap.ref(), "invoke -, 103");
+    says(gap, "invoke -, 103");
     EXPECT_EQ(brought, Values{101}); // nothing behind a gap in what is stored, or a receiver that is left out
-    says(gap.ref(), "invoke 103, -, 104");
+    says(gap, "invoke 103, -, 104");
     EXPECT_EQ(brought, (Values{1, 103, 104}));
 }
 
 TEST_F(Callbacks, AreEqualByNameAndReceiver) {
     const Temporary one(on(taker.ref(), "go")), same(on(taker.ref(), "GO", s1)), other(on(taker.ref(), "stop"));
-    const Temporary elsewhere(on(null, "go")), entry(onEntry("go ")), twin(onEntry("go", s1)), capitals(onEntry("GO"));
-    says(one.ref(), "equal $1 -> 1; equal $2 -> 0; equal $3 -> 0; equal nil -> 0",
-         {same.ref(), other.ref(), elsewhere.ref()});
-    says(entry.ref(), "equal $1 -> 1; equal $2 -> 0; equal $3 -> 0", {twin.ref(), capitals.ref(), one.ref()});
-    const Temporary description(send<Ref>(SITE("description"), entry.ref()));
-    const auto told = valueOf(description.ref());
+    const Temporary elsewhere(on(null, "go")), entry(onEntry("go ")), twin(onEntry("go")), capitals(onEntry("GO"));
+    says(one,
+         "equal $1 -> 1; equal $2 -> 0; equal $3 -> 0; equal nil -> 0; "
+         "$4 equal $5 -> 1; $4 equal $6 -> 0; $4 equal $7 -> 0",
+         {same, other, elsewhere, entry, twin, capitals, one});
+    const auto told = valueOf(Temporary(send<Ref>(SITE("description"), entry.ref())).ref());
     EXPECT_EQ(told.substr(told.size() - 160), padded(" for code entitled go", 160));
 }
 
 TEST_F(Callbacks, KeepNamesAsTheyMustBe) {
-    const auto nameOf = [](Ref made) {
+    const std::string longest(79, 'N'), lower(79, 'n'), tooLong = "entryCallbackMethodNameTooLong";
+    const std::pair<Ref, std::string> names[] = {
+        {on(null, "Short "), "short" + std::string(76, '\0')},
+        {on(null, longest), lower + std::string(2, '\0')},
+        {onEntry(longest + " rest"), longest + "  "},
+        {on(null, longest + "N"), padded("callbackmethodnametoolong", 81)},
+        {onEntry(longest + "N"), padded(tooLong, 81)},
+        {onEntry("\"two words\"behind"), padded("\"two words\"", 81)},
+        {onEntry("\"" + longest), padded(tooLong, 81)},
+    };
+    for (const auto &[made, expected] : names) {
         std::string name(81, '?');
         send(SITE("getmessage"), made, Returning{{reinterpret_cast<std::byte *>(name.data())}});
+        EXPECT_EQ(name, expected);
         finalize(made);
-        return name;
-    };
-    const std::string longest(79, 'N'), lower(79, 'n');
-    EXPECT_EQ(nameOf(on(null, "Short ")), "short" + std::string(76, '\0'));
-    EXPECT_EQ(nameOf(on(null, longest.c_str())), lower + std::string(2, '\0'));
-    EXPECT_EQ(nameOf(onEntry((longest + " rest").c_str())), longest + "  ");
-    EXPECT_EQ(nameOf(on(null, (longest + "N").c_str())), padded("callbackmethodnametoolong", 81));
-    EXPECT_EQ(nameOf(onEntry((longest + "N").c_str())), padded("entryCallbackMethodNameTooLong", 81));
-    EXPECT_EQ(nameOf(onEntry("\"two words\"behind")), padded("\"two words\"", 81));
-    EXPECT_EQ(nameOf(onEntry(("\"" + longest).c_str())), padded("entryCallbackMethodNameTooLong", 81));
+    }
 }
 
 TEST_F(Callbacks, EndAfterTheInvocationThatFinalizesThem) {
@@ -146,12 +141,12 @@ TEST_F(Callbacks, RefuseTooManyArgumentsAndWhatIsNotThere) {
     const Temporary onMessage(on(taker.ref(), "sortbyname")), onBlock(block([](void **) { return 1; }));
     const Temporary nowhere(onEntry("no-such-entry-anywhere")), unknown(on(taker.ref(), "nosuchmessage"));
     brought.clear();
-    says(CLASS("callback"),
-         "new $1, 'sortbyname', 1, 1, 1, 1, 1, 1, 1 -> error 20 -> nil; "
+    says(taker,
+         "$callback new $1, 'sortbyname', 1, 1, 1, 1, 1, 1, 1 -> error 20 -> nil; "
          "$entrycll new 'go', 1, 1, 1, 1, 1, 1, 1 -> error 20 -> nil; "
          "$2 invoke 1, 1, 1, 1, 1, 1, 1, 1, 1, 1 -> error 21; $3 invoke 1, 1, 1, 1, 1, 1, 1, 1, 1, 1 -> error 21; "
          "$4 invoke -> error 110; $5 invoke -> error 24",
-         {taker.ref(), onMessage.ref(), onBlock.ref(), nowhere.ref(), unknown.ref()});
+         {taker, onMessage, onBlock, nowhere, unknown});
     EXPECT_TRUE(brought.empty());
 }
 

@@ -55,7 +55,7 @@ TEST_P(Numbers, EveryWidthAgreesWithPlainArithmetic) {
                   kind.isSigned ? std::to_string(one) : std::to_string(number % 1'000'000'000'000'000'000));
     }
     const Temporary zero(kind.make(0, 8)); // lengths outside are read as the nearest that are possible
-    says(zero.ref(), "equalbylengthvalue -1, 'x' -> 1; equalbylengthvalue 1000, 0 -> 1");
+    says(zero, "equalbylengthvalue -1, 'x' -> 1; equalbylengthvalue 1000, 0 -> 1");
 }
 
 TEST(NumberClass, FourBytesAreTheClassItself) {
@@ -70,10 +70,10 @@ TEST(NumberClass, ConvertsBetweenItsForms) {
     const LeakCheck leaks;
     const Temporary native(comp5Kind.make(0x010203, 3)), bigEndian(compXKind.make(0x010203, 3));
     testing::internal::CaptureStdout();
-    says(native.ref(),
+    says(native,
          "ascomp5 -> $1; $2 ascompx -> $2; ascompx -> '\1\2\3'; $2 ascomp5 -> '\3\2\1'; ashex -> '010203'; "
          "aspicx -> '66051'; $2 iscompx -> 1; display",
-         {native.ref(), bigEndian.ref()});
+         {native, bigEndian});
     const Index negative = -42;
     sendOver(SITE("display"), CLASS("scomp5"), &negative);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "66051-42");

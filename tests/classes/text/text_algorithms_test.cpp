@@ -15,18 +15,17 @@ using namespace std::literals;
 // Texts whose last byte is the last one that may be read.
 class GuardedText {
 public:
-    GuardedText() { mprotect(memory + page, page, PROT_NONE); }
-    ~GuardedText() { munmap(memory, 2 * page); }
-    std::string_view hold(const std::string &text) {
-        auto *start = memory + page - text.size();
-        std::copy(text.begin(), text.end(), start);
-        return {start, text.size()};
+    GuardedText() { mprotect(end, page, PROT_NONE); }
+    ~GuardedText() { munmap(end - page, 2 * page); }
+    std::string_view hold(const std::string &text) const {
+        std::copy(text.begin(), text.end(), end - text.size());
+        return {end - text.size(), text.size()};
     }
 
 private:
     static constexpr std::size_t page = 4096;
-    char *memory =
-        static_cast<char *>(mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    char *end =
+        page + static_cast<char *>(mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
 };
 
 bool isHalf(const std::string &part) { return part.size() == 1 && host::isLeadByte(part[0]); }
@@ -36,21 +35,17 @@ bool isControl(const std::string &part) { return static_cast<unsigned char>(part
 bool isSpace(const std::string &part) { return part == " " || part == SPACE2; }
 bool isBlank(const std::string &part) { return isSpace(part) || part == "\0"s; }
 
-Characters bytesOf(std::string_view text) {
-    Characters found;
-    for (const char byte : text) found.emplace_back(1, byte);
-    return found;
-}
 // As anybody would write it; half a character at the end is one of one byte.
-Characters charactersOf(std::string_view text) {
+Characters split(std::string_view text, bool isMixed) {
     Characters found;
     for (std::size_t at = 0; at < text.size(); at += found.back().size()) {
         const auto byte = static_cast<unsigned char>(text[at]);
         const auto leads = (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
-        found.emplace_back(text.substr(at, leads ? 2 : 1));
+        found.emplace_back(text.substr(at, isMixed && leads ? 2 : 1));
     }
     return found;
 }
+Characters charactersOf(std::string_view text) { return split(text, true); }
 using IsOne = bool (*)(const std::string &part);
 // What lies between the characters that separate, without empty pieces.
 Characters plainPieces(const Characters &parts, IsOne separates) {
@@ -105,12 +100,10 @@ Count plainHash(std::string_view text) {
 TEST_F(TextAlgorithms, HashAsAPlainLoopDoes) {
     EXPECT_EQ(hashText("ab"), 4703U);
     EXPECT_EQ(hashText("   "), 0U);
-    std::string all(256, '\0');
-    for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<char>(i);
     for (std::size_t length = 0; length < 450; ++length) {
         auto text = std::string(length, '\xFF') + std::string(length % 37, ' ');
         ASSERT_EQ(hashText(guarded.hold(text)), plainHash(text)) << length;
-        for (auto &character : text) character = all[random() % all.size()];
+        for (auto &character : text) character = static_cast<char>(random() % 256);
         ASSERT_EQ(hashText(guarded.hold(text)), plainHash(text)) << length;
     }
 }
@@ -137,7 +130,7 @@ TEST_F(TextAlgorithms, PadTheShorterWithSpacesWhenTheyCompare) {
 
 // What both kinds of algorithm find in a text, each by its own idea of a character, a space and the end of a word.
 struct Kind {
-    Characters (*split)(std::string_view);
+    bool isMixed;
     IsOne isSpace, endsWord;
     std::string_view (*withoutTrailingSpaces)(std::string_view) noexcept,
         (*withoutSpacesAround)(std::string_view) noexcept;
@@ -145,9 +138,9 @@ struct Kind {
     std::size_t (*find)(std::string_view, std::string_view, std::size_t) noexcept;
 };
 constexpr Kind kinds[] = {
-    {bytesOf, isOneByteSpace, isControl, withoutTrailingSpaces, withoutSpacesAround, nextLine, nextWord, findBytes},
-    {charactersOf, isSpace, isBlank, characters::withoutTrailingSpaces, characters::withoutSpacesAround,
-     characters::nextLine, characters::nextWord, characters::find}};
+    {false, isOneByteSpace, isControl, withoutTrailingSpaces, withoutSpacesAround, nextLine, nextWord, findBytes},
+    {true, isSpace, isBlank, characters::withoutTrailingSpaces, characters::withoutSpacesAround, characters::nextLine,
+     characters::nextWord, characters::find}};
 
 TEST_F(TextAlgorithms, TrimSplitAndFind) {
     for (int round = 0; round < 6000; ++round) {
@@ -155,7 +148,7 @@ TEST_F(TextAlgorithms, TrimSplitAndFind) {
         auto text = randomText(round % 3 == 0 ? 150 : 60, round % 5 == 0 ? "abcdef\xFF! \t\n\n\0"sv : mixed);
         if (round % 7 == 0) text = std::string(upTo(150), ' ') + text.substr(0, upTo(3)) + std::string(upTo(150), ' ');
         const auto held = guarded.hold(text);
-        const auto parts = kind.split(text);
+        const auto parts = split(text, kind.isMixed);
         ASSERT_EQ(kind.withoutTrailingSpaces(held), trimmed(parts, kind.isSpace, false));
         ASSERT_EQ(kind.withoutSpacesAround(held), trimmed(parts, kind.isSpace, true));
         ASSERT_EQ(piecesBy(kind.nextLine, held), plainPieces(parts, isNewLine));
@@ -222,11 +215,11 @@ TEST_F(TextAlgorithms, SeeALeadByteWhereverItIs) {
 }
 
 TEST_F(TextAlgorithms, EndNoTextInsideACharacter) {
-    const auto toSpace = [](std::string_view bytes) {
-        return characters::upToSpace(Bytes(ExactBytes(bytes)).address).size();
+    const auto toSpace = [](std::string_view text) {
+        return characters::upToSpace(Bytes(ExactBytes(text)).address).size();
     };
-    const auto orNull = [](std::string_view bytes) {
-        return characters::upToSpaceOrNull(Bytes(ExactBytes(bytes)).address).size();
+    const auto orNull = [](std::string_view text) {
+        return characters::upToSpaceOrNull(Bytes(ExactBytes(text)).address).size();
     };
     EXPECT_EQ(toSpace(HA " "), 2U);
     EXPECT_EQ(toSpace("a" SPACE2), 1U);
@@ -234,13 +227,9 @@ TEST_F(TextAlgorithms, EndNoTextInsideACharacter) {
     EXPECT_EQ(toSpace("a\0b "sv), 3U);
     EXPECT_EQ(toSpace(std::string(40, 'a') + KA " "), 42U);
     EXPECT_EQ(orNull(std::string(40, 'a') + KA "\0"s), 42U);
-    EXPECT_EQ(orNull("ab\x82\0"sv), 3U); // half a character
-    EXPECT_EQ(orNull("ab\x81\0"sv), 3U);
+    for (const auto half : {"ab\x82\0"sv, "ab\x81\0"sv}) EXPECT_EQ(orNull(half), 3U);
     EXPECT_EQ(orNull(HA SPACE2), 2U);
-}
-
-TEST_F(TextAlgorithms, MakeSpacesOfHalves) {
-    char area[4] = "###";
+    char area[4] = "###"; // halves are made spaces
     EXPECT_EQ(characters::copyCut(area, 3, "a" HA HA), 3U);
     EXPECT_STREQ(area, "a" HA);
     EXPECT_EQ(characters::copyCut(area, 2, "a" HA), 2U);

@@ -57,6 +57,16 @@ inline std::string characterAt(Ref object, Index position) {
     return area;
 }
 
+// The messages that hand over a value for others than COBOL write a null byte behind it, and nothing else.
+inline void expectNullBehind(Ref text) {
+    const auto value = valueOf(text);
+    for (auto *site : {&SITE("getvaluez"), &SITE("asparameter")}) {
+        std::string area(value.size() + 3, '#');
+        send(*site, text, Returning{{reinterpret_cast<std::byte *>(area.data())}});
+        EXPECT_EQ(area, value + std::string("\0##", 3));
+    }
+}
+
 // The value of an object that a message has answered, or of those in a collection; ends them.
 inline std::string valueOfMade(Ref made) { return made ? valueOf(Temporary(made).ref()) : "nothing"; }
 inline Characters valuesOfMade(Ref collection) {
