@@ -72,8 +72,7 @@ std::string wordsIn(Ref collection) {
     };
     const auto width = widthIn(collection);
     if (send<bool>(SITE("issequenced"), collection)) {
-        const auto size = send<Index>(SITE("size"), collection);
-        for (Index i = 1; i <= size; ++i) {
+        for (Index i = 1, size = send<Index>(SITE("size"), collection); i <= size; ++i) {
             std::string word(width, ' ');
             send(SITE("at"), collection, Returning{{reinterpret_cast<std::byte *>(word.data())}}, i);
             take(word);
@@ -93,12 +92,9 @@ std::string wordsIn(Ref collection) {
 
 // The site of a message whose name only the conversation knows: one per name, kept for the run.
 oops_site &siteOf(std::string_view name) {
-    static std::map<std::string, oops_site, std::less<>> sites;
-    auto found = sites.find(name);
-    if (found == sites.end()) {
-        found = sites.emplace(name, oops_site{}).first;
-        found->second = OOPS_SITE(found->first.c_str());
-    }
+    static std::map<std::string, oops_site> sites;
+    const auto [found, isNew] = sites.try_emplace(std::string(name));
+    if (isNew) found->second = OOPS_SITE(found->first.c_str());
     return found->second;
 }
 
@@ -215,8 +211,8 @@ private:
             if (own) finalize(object);
             return shown;
         }
-        const auto high = answered<std::array<std::int32_t, 2>>()[1];
-        return std::to_string(high == 0 ? answered<std::int32_t>() : answered<std::int64_t>());
+        const auto number = answered<std::int64_t>(); // the high half is filled when it is the answer's
+        return std::to_string(number >> 32 == 0 ? answered<std::int32_t>() : number);
     }
 
     std::string shownElement() const {

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "oocobol/oocobol.h"
+#include "runtime/memory.h"
 #include "runtime/module.h"
 
 namespace oocobol::test {
@@ -97,6 +98,23 @@ public:
 private:
     Count before;
 };
+
+// ---- Memory that fails --------------------------------------------------------------------------------------------
+
+// Runs an action whose n-th allocation fails, that one only or all from there on, and then the check, which is told n:
+// for every n until the action needs no more. Whatever failed, the two together must leave as many objects as there
+// were. Where no allocation can be made to fail, both run once.
+template <class Action, class Check> void whileMemoryFails(bool persistently, Action action, Check check) {
+    for (std::uint64_t n = 1, allocations = 1; n <= allocations + 1; ++n) {
+        const auto before = countInstances(null);
+        AllocationFaults::failAt(n, persistently);
+        action();
+        allocations = AllocationFaults::count();
+        AllocationFaults::failAt(0, false);
+        check(n);
+        ASSERT_TRUE(countInstances(null) == before || n > allocations) << "allocation " << n;
+    }
+}
 
 // ---- Code from outside -------------------------------------------------------------------------------------------
 

@@ -12,7 +12,7 @@ protected:
     ~Dependents() override { log = nullptr; }
     static void SetUpTestSuite() {
         const RaisedErrors errors;
-        finalize(newSource());
+        finalize(newComponent());
     }
     static Ref newModel() { return send<Ref>(SITE("new"), CLASS("dependnt")); }
     // What has been told since it was last asked.
