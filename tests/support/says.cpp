@@ -92,9 +92,12 @@ std::string wordsIn(Ref collection) {
 
 // The site of a message whose name only the conversation knows: one per name, kept for the run.
 oops_site &siteOf(std::string_view name) {
-    static std::map<std::string, oops_site> sites;
-    const auto [found, isNew] = sites.try_emplace(std::string(name));
-    if (isNew) found->second = OOPS_SITE(found->first.c_str());
+    static std::map<std::string, oops_site, std::less<>> sites;
+    auto found = sites.find(name);
+    if (found == sites.end()) {
+        found = sites.emplace(name, oops_site{}).first;
+        found->second = OOPS_SITE(found->first.c_str());
+    }
     return found->second;
 }
 
