@@ -1,10 +1,8 @@
 // Console and the end of the run, each seen from outside: a child process runs the code, its output and its status
 // are judged.
 #include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <iterator>
-#include <string>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>

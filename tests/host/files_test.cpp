@@ -1,7 +1,6 @@
 // Files: their names as text, and looking them up and searching in real folders with all that these may hold.
 #include <clocale>
 #include <set>
-#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -19,9 +18,8 @@ using tests::TemporaryFolder;
 // ---- Names ----------------------------------------------------------------------------------------------------------
 
 TEST(FileNames, SplitAtTheLastSeparatorAndTheLastPeriod) {
-    const struct {
-        const char *name, *path, *base, *extension;
-    } cases[] = {
+    const char *const cases[][4] = {
+        // name, path, base, extension
         {"", "", "", ""},
         {"plain", "", "plain", ""},
         {"a.tar.gz", "", "a.tar", "gz"},

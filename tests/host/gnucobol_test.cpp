@@ -1,8 +1,6 @@
 // The bridge to a COBOL run time, tried on the real one: programs compiled here come into this process, which was not
 // linked with that run time, through the dynamic call. Skipped where there is no compiler for them.
-#include <array>
 #include <atomic>
-#include <cstring>
 #include <thread>
 #include <unistd.h>
 
@@ -31,8 +29,7 @@ namespace {
 
 // Every program calls back through an address that it is given.
 constexpr std::string_view programs = R"(
-PROGRAM-ID. ht-omitted.
-DATA DIVISION. LINKAGE SECTION.
+PROGRAM-ID. ht-omitted. DATA DIVISION. LINKAGE SECTION.
 01 A PIC X. 01 B PIC X. 01 C PIC X.
 PROCEDURE DIVISION USING A B C.
     COMPUTE RETURN-CODE = -100 - NUMBER-OF-CALL-PARAMETERS
@@ -40,8 +37,7 @@ PROCEDURE DIVISION USING A B C.
     IF ADDRESS OF C = NULL SUBTRACT 20 FROM RETURN-CODE END-IF
     GOBACK.
 END PROGRAM ht-omitted.
-PROGRAM-ID. ht-sum.
-DATA DIVISION. LOCAL-STORAGE SECTION.
+PROGRAM-ID. ht-sum. DATA DIVISION. LOCAL-STORAGE SECTION.
 01 MINE BINARY-LONG.
 LINKAGE SECTION.
 01 CB USAGE PROGRAM-POINTER. 01 N BINARY-LONG. 01 R BINARY-LONG.
@@ -54,15 +50,13 @@ A-START.
 A-END.
     ADD MINE TO R.
 END PROGRAM ht-sum.
-PROGRAM-ID. ht-through.
-DATA DIVISION. LINKAGE SECTION.
+PROGRAM-ID. ht-through. DATA DIVISION. LINKAGE SECTION.
 01 CB USAGE PROGRAM-POINTER. 01 N BINARY-LONG. 01 R BINARY-LONG.
 PROCEDURE DIVISION USING CB N R.
     CALL "ht-sum" USING CB N R END-CALL
     GOBACK.
 END PROGRAM ht-through.
-PROGRAM-ID. ht-lengths.
-DATA DIVISION. LINKAGE SECTION.
+PROGRAM-ID. ht-lengths. DATA DIVISION. LINKAGE SECTION.
 01 SELF-ITEM PIC X(8). 01 DATA-ITEM PIC X(8). 01 R PIC X ANY LENGTH. 01 A PIC X ANY LENGTH. 01 B PIC X ANY LENGTH.
 PROCEDURE DIVISION USING SELF-ITEM DATA-ITEM R A B.
     COMPUTE RETURN-CODE = LENGTH OF A * 100 + LENGTH OF R
@@ -70,8 +64,7 @@ PROCEDURE DIVISION USING SELF-ITEM DATA-ITEM R A B.
     IF A = "FIVE" ADD 1000000 TO RETURN-CODE END-IF
     GOBACK.
 END PROGRAM ht-lengths.
-PROGRAM-ID. ht-send.
-DATA DIVISION. WORKING-STORAGE SECTION.
+PROGRAM-ID. ht-send. DATA DIVISION. WORKING-STORAGE SECTION.
 01 STATUS-ITEM PIC X EXTERNAL AS "host-bridge-status".
 01 SEND-SITE PIC X(16). 01 OBJ PIC X(8). 01 R PIC X(10). 01 A PIC X(5) VALUE "FIVE".
 LINKAGE SECTION.
@@ -81,8 +74,7 @@ PROCEDURE DIVISION USING CB.
     CALL CB USING OBJ SEND-SITE R A "a literal" RETURNING OMITTED END-CALL
     GOBACK.
 END PROGRAM ht-send.
-PROGRAM-ID. ht-call.
-DATA DIVISION. LINKAGE SECTION.
+PROGRAM-ID. ht-call. DATA DIVISION. LINKAGE SECTION.
 01 CB USAGE PROGRAM-POINTER. 01 A PIC X.
 PROCEDURE DIVISION USING CB A.
     CALL CB USING A RETURNING OMITTED END-CALL
@@ -131,9 +123,8 @@ template <class Function> void *item(Function *function) {
 }
 
 TEST_F(GnuCobol, omittedArgumentsAndReturnCodesPass) {
-    const auto program = findProgram("ht-omitted");
-    EXPECT_TRUE(program.cobol);
-    EXPECT_TRUE(isCobolCode(reinterpret_cast<void *>(program.entry)));
+    EXPECT_TRUE(findProgram("ht-omitted").cobol);
+    EXPECT_TRUE(isCobolCode(entryOf("ht-omitted")));
     EXPECT_FALSE(isCobolCode(reinterpret_cast<void *>(&entryOf)));
     char text = ' ';
     EXPECT_EQ(callWith("ht-omitted", {&text, &text, &text}), -103);
@@ -141,18 +132,18 @@ TEST_F(GnuCobol, omittedArgumentsAndReturnCodesPass) {
     EXPECT_EQ(callWith("ht-omitted", {}), -130);
 }
 
-void callAgain(const char *program, void *callback, void *n, void *r) {
+const char *programToEnter;
+void enterAgain(void *callback, void *n, void *r) {
     void *arguments[] = {callback, n, r};
-    EXPECT_TRUE(callMethod(entryOf(program), true, arguments, 3));
+    EXPECT_TRUE(callMethod(entryOf(programToEnter), true, arguments, 3));
 }
-void callSumAgain(void *callback, void *n, void *r) { callAgain("ht-sum", callback, n, r); }
-void callThroughAgain(void *callback, void *n, void *r) { callAgain("ht-through", callback, n, r); }
 
 TEST_F(GnuCobol, activeProgramsMayBeEnteredAgain) {
-    for (auto *again : {callSumAgain, callThroughAgain})
+    for (const auto *program : {"ht-through", "ht-sum"})
         for (const int depth : {1, 3, 64, 500}) {
+            programToEnter = program;
             std::int32_t n = depth, sum = 0;
-            callWith("ht-sum", {item(again), &n, &sum});
+            callWith("ht-sum", {item(enterAgain), &n, &sum});
             EXPECT_EQ(sum, depth * (depth + 1) / 2);
             EXPECT_EQ(gnucobol::bridge.state.depth, 0U);
         }
@@ -188,14 +179,13 @@ TEST_F(GnuCobol, lengthsTravelFromSenderToMethodAndExternalItemsAreShared) {
     EXPECT_EQ(lengths, (1'000'000 + 5 * 100 + 5) * 100);
 }
 
-void throwOut(void *) { throw 1; }
-
 TEST_F(GnuCobol, exceptionsLeaveTheRunTimeUsable) {
     char text = ' ';
-    void *arguments[] = {item(throwOut), &text};
+    void *arguments[] = {item(+[](void *) { throw 1; }), &text};
     for (int i = 0; i < 3; ++i) EXPECT_FALSE(callMethod(entryOf("ht-call"), true, arguments, 2));
+    programToEnter = "ht-sum";
     std::int32_t n = 10, sum = 0;
-    callWith("ht-sum", {item(callSumAgain), &n, &sum});
+    callWith("ht-sum", {item(enterAgain), &n, &sum});
     EXPECT_EQ(sum, 55);
     EXPECT_EQ(gnucobol::runTime()->current, nullptr);
 }
@@ -240,27 +230,23 @@ TEST_F(GnuCobol, threadsTakeTurns) {
 }
 
 // A mutex that another thread holds while it waits for COBOL code: both must get on.
-MutexHandle contended;
-void takeContended(void *) {
-    acquireMutex(contended);
-    releaseMutex(contended);
-}
-
 TEST_F(GnuCobol, threadsThatWaitForAMutexLetOthersRun) {
-    contended = openMutex();
-    void *callback = item(takeContended);
+    static const auto contended = openMutex();
+    void *callback = item(+[](void *) {
+        acquireMutex(contended);
+        releaseMutex(contended);
+    });
     test::onThreads(2, [=](int number) { callOften(callback, 'a', number == 0 ? contended : 0); });
     closeMutex(contended);
 }
 
-void endFromThread(void *) {
-    alarm(20);
-    std::thread([] { endRunUnit(6); }).detach();
-    for (;;) pause();
-}
-
 TEST_F(GnuCobol, runEndsWithItsCodeFromAnyThread) {
     char text = ' ';
+    const auto endFromThread = +[](void *) {
+        alarm(20);
+        std::thread([] { endRunUnit(6); }).detach();
+        for (;;) pause();
+    };
     EXPECT_EXIT((callWith("ht-call", {item(endFromThread), &text})), testing::ExitedWithCode(6), "");
 }
 

@@ -1,4 +1,5 @@
 // Dynamic calls by name: what is found, what must never be, and how it is called.
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 
@@ -12,18 +13,12 @@ namespace {
 
 using Arguments = std::array<void *, entryArguments>;
 
-std::int64_t countArguments(void *a1, void *a2, void *a3, void *a4, void *a5, void *a6, void *a7, void *a8, void *a9,
-                            void *a10, void *a11, void *a12, void *a13, void *a14, void *a15) {
+const host_entry countArguments = [](auto... addresses) {
     std::int64_t result = 0x1'0000'0000; // wider than 4 bytes
-    for (const void *address : {a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, a12, a13, a14, a15})
-        result = result * 2 + (address != nullptr);
+    for (const void *address : {addresses...}) result = result * 2 + (address != nullptr);
     return result;
-}
-
-std::int64_t throwing(void *, void *, void *, void *, void *, void *, void *, void *, void *, void *, void *, void *,
-                      void *, void *, void *) {
-    throw std::runtime_error("out of user code");
-}
+};
+const host_entry throwing = [](auto...) -> std::int64_t { throw std::runtime_error("out of user code"); };
 
 TEST(Programs, registeredEntriesAreFoundInAnyCaseUntilWithdrawn) {
     host_register_entry("Host-Test-Entry and more", countArguments);
@@ -79,25 +74,23 @@ TEST(Programs, callPassesAllAddressesAndStopsExceptions) {
 }
 
 // A method is called with as many addresses as it declares, in registers and on the stack.
-std::array<void *, 18> seen;
-void methodOf18(void *a1, void *a2, void *a3, void *a4, void *a5, void *a6, void *a7, void *a8, void *a9, void *a10,
-                void *a11, void *a12, void *a13, void *a14, void *a15, void *a16, void *a17, void *a18) {
-    seen = {a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, a12, a13, a14, a15, a16, a17, a18};
+using A = void *;
+std::array<A, 18> seen;
+void methodOf18(A a, A b, A c, A d, A e, A f, A g, A h, A i, A j, A k, A l, A m, A n, A o, A p, A q, A r) {
+    seen = {a, b, c, d, e, f, g, h, i, j, k, l, m, n, o, p, q, r};
 }
-void methodOf7(void *a1, void *a2, void *a3, void *a4, void *a5, void *a6, void *a7) {
-    seen = {a1, a2, a3, a4, a5, a6, a7};
-}
-void throwingMethod(void *, void *, void *) { throw 1; }
+void methodOf7(A a, A b, A c, A d, A e, A f, A g) { seen = {a, b, c, d, e, f, g}; }
+void throwingMethod(A, A, A) { throw 1; }
 
 TEST(Methods, getTheirAddressesInOrder) {
-    std::array<void *, 18> given;
-    for (std::size_t i = 0; i < given.size(); ++i) given[i] = &given[i];
-    EXPECT_TRUE(callMethod(reinterpret_cast<void *>(methodOf18), false, given.data(), given.size()));
+    std::array<A, 18> given;
+    for (auto &address : given) address = &address;
+    EXPECT_TRUE(callMethod(reinterpret_cast<A>(methodOf18), false, given.data(), given.size()));
     EXPECT_EQ(seen, given);
-    EXPECT_TRUE(callMethod(reinterpret_cast<void *>(methodOf7), false, given.data(), 7));
-    EXPECT_EQ(seen[6], given[6]);
-    EXPECT_EQ(seen[7], nullptr);
-    EXPECT_FALSE(callMethod(reinterpret_cast<void *>(throwingMethod), false, given.data(), 3));
+    EXPECT_TRUE(callMethod(reinterpret_cast<A>(methodOf7), false, given.data(), 7));
+    std::fill(given.begin() + 7, given.end(), nullptr);
+    EXPECT_EQ(seen, given);
+    EXPECT_FALSE(callMethod(reinterpret_cast<A>(throwingMethod), false, given.data(), 3));
 }
 
 } // namespace

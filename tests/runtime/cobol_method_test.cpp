@@ -2,7 +2,6 @@
 // time. Skipped where there is no compiler.
 #include <cstdlib>
 #include <string>
-#include <thread>
 
 #include "host/host.h"
 #include "tests/host/temporary_folder.h"
@@ -40,9 +39,9 @@ constexpr const char *compile = "cobc -m -free -o ";
 constexpr int sends = 100000;
 
 void sendOften(Ref object) {
-    std::int32_t amount = 2, before = 0;
+    std::int32_t before = 0;
     for (int i = 0; i < sends; ++i) {
-        const auto count = send<std::int32_t>(SITE("add"), object, amount);
+        const auto count = send<std::int32_t>(SITE("add"), object, std::int32_t{2});
         ASSERT_GT(count, before) << "send " << i;
         before = count;
     }
@@ -62,9 +61,7 @@ TEST(CobolMethod, TwoThreadsSendAtOnce) {
                            .method("add", reinterpret_cast<oops_method>(reinterpret_cast<void (*)()>(found.entry)), 2)
                            .registerIt();
     const auto one = createInstance(adder), two = createInstance(adder);
-    std::thread first(sendOften, one), second(sendOften, two);
-    first.join();
-    second.join();
+    onThreads(2, [&](int number) { sendOften(number == 0 ? one : two); });
     const auto all = send<std::int32_t>(SITE("add"), one, std::int32_t{0});
     EXPECT_EQ(all, 2 * sends + 1);
     for (const auto object : {one, two}) {

@@ -10,24 +10,17 @@ std::string log;
 struct Data {
     std::uint32_t number;
 };
+int initialised = 0;
 
-void rootDescribe(const oops_ref *, void *, void *) { log += "root "; }
 void middleDescribe(const oops_ref *self, void *data, void *) {
     static oops_super_site super = OOPS_SUPER_SITE("dtmiddle", "describe");
     log += "middle ";
     oopsresolvetosuper(&super, self, data, 1, nullptr);
 }
-void rootOther(const oops_ref *, void *, void *) { log += "other "; }
 void addUp(const oops_ref *, Data *data, std::uint32_t *sum, const std::uint32_t *a, const std::uint32_t *b,
            const std::uint32_t *c) {
     *sum = data->number + (a ? *a : 100) + (b ? *b : 200) + (c ? *c : 300);
 }
-void setNumber(const oops_ref *, Data *data, void *, const std::uint32_t *value) { data->number = *value; }
-void initialNumber(void *data) { static_cast<Data *>(data)->number = 7; }
-int initialised = 0;
-void initializeClass(const oops_ref *, void *, void *) { ++initialised; }
-void classMade(const oops_ref *, std::uint32_t *classData, std::uint32_t *made) { *made = ++*classData; }
-void throwing(const oops_ref *, void *, void *) { throw 1; }
 void again(const oops_ref *self, void *data, void *) {
     static oops_site site = OOPS_SITE("again");
     oopsresolveself(&site, self, data, 1, nullptr);
@@ -40,19 +33,19 @@ protected:
     ~Sends() override { cancelObject(object); }
     static inline Ref root, middle, leaf;
     static void SetUpTestSuite() {
+        using Self = const oops_ref *;
         root = OutsideClass("dtroot", "dispatchtestroot", classForProgram("base"), 4, sizeof(Data))
-                   .classMethod("initializeclass", asMethod(initializeClass), 1)
-                   .classMethod("made", asMethod(classMade), 1)
-                   .classMethod("throw", asMethod(throwing), 1)
-                   .classMethod("again", asMethod(again), 1)
-                   .method("describe", asMethod(rootDescribe), 1)
-                   .method("addup", asMethod(addUp), 4)
-                   .method("setnumber", asMethod(setNumber), 2)
-                   .initialiser(initialNumber)
+                   .classMethod("initializeclass", [](Self, void *, void *) { ++initialised; })
+                   .classMethod("made", [](Self, Count *classData, Count *made) { *made = ++*classData; })
+                   .classMethod("throw", [](Self, void *, void *) { throw 1; })
+                   .classMethod("again", again)
+                   .method("describe", [](Self, void *, void *) { log += "root "; })
+                   .method("addup", addUp)
+                   .method("setnumber", [](Self, Data *data, void *, const Count *value) { data->number = *value; })
+                   .initialiser([](void *data) { static_cast<Data *>(data)->number = 7; })
                    .registerIt();
-        middle = OutsideClass("dtmiddle", "dispatchtestmiddle", root, 0, 12)
-                     .method("describe", asMethod(middleDescribe), 1)
-                     .registerIt();
+        middle =
+            OutsideClass("dtmiddle", "dispatchtestmiddle", root, 0, 12).method("describe", middleDescribe).registerIt();
         leaf = OutsideClass("dtleaf", "dispatchtestleaf", middle).registerIt();
     }
     const Ref object = createInstance(leaf);
@@ -107,7 +100,7 @@ TEST_F(Sends, ToNullAreAnsweredByBaseThenByTheNullObject) {
 TEST_F(Sends, ReachAnExtensionFromSitesThatHaveResolvedBefore) {
     says(object, "other -> error 24");
     OutsideClass("dtroot", "dispatchtestroot", classForProgram("base"))
-        .method("other", asMethod(rootOther), 1)
+        .method("other", [](const oops_ref *, void *, void *) { log += "other "; })
         .extend();
     says(object, "other");
     EXPECT_EQ(log, "other ");

@@ -47,10 +47,9 @@ TEST(ClassTree, IsWhatProgramsRelyOn) {
 }
 
 TEST(ClassTree, EveryMethodIsRegisteredOnceInLowerCase) {
-    std::set<std::string> names;
     for (const auto classObject : allClasses()) {
         for (const auto onClass : {true, false}) {
-            names.clear();
+            std::set<std::string> names;
             for (const auto &method : familyOfClass(classObject)->methods(onClass).inOrder()) {
                 const std::string name = selectorOf(method.selector).name;
                 EXPECT_TRUE(names.insert(name).second) << nameOf(classObject) << " " << name;
@@ -61,7 +60,7 @@ TEST(ClassTree, EveryMethodIsRegisteredOnceInLowerCase) {
     }
 }
 
-void nothing(const oops_ref *, void *, void *) {}
+const auto nothing = +[](const oops_ref *, void *, void *) {};
 
 TEST(Registration, FindsAProgramsClassInAnyCaseAndRegistersItOnce) {
     oops_ref one = 0, other = 0, missing = 5;
@@ -71,9 +70,8 @@ TEST(Registration, FindsAProgramsClassInAnyCaseAndRegistersItOnce) {
     EXPECT_NE(one, 0u);
     EXPECT_EQ(one, other);
     EXPECT_EQ(missing, 0u);
-    const auto first = OutsideClass("rttwice", "registrationtwice", classForProgram("base"))
-                           .method("nothing", asMethod(nothing), 1)
-                           .registerIt();
+    OutsideClass twice("rttwice", "registrationtwice", classForProgram("base"));
+    const auto first = twice.method("nothing", nothing).registerIt();
     EXPECT_EQ(OutsideClass("rttwice", "registrationtwice", classForProgram("base")).registerIt(), first);
 }
 
@@ -85,7 +83,7 @@ TEST(Registration, WhatCannotBeRegisteredRaises107) {
     EXPECT_EQ(OutsideClass("rtgarb", "garbagesuperclass", Ref{0x2020202020202020}).registerIt(), null);
     EXPECT_EQ(OutsideClass("", "noprogram", base).registerIt(), null);
     EXPECT_EQ(OutsideClass("rthuge", "huge", base, 0, 0xFFFFFFF0).registerIt(), null);
-    OutsideClass("rtnone", "none", base).method("nothing", asMethod(nothing), 1).extend();
+    OutsideClass("rtnone", "none", base).method("nothing", nothing).extend();
     EXPECT_EQ(errors.numbers(), std::vector<Count>(6, 107));
 }
 

@@ -6,19 +6,17 @@
 namespace oocobol::test {
 namespace {
 
-std::atomic<int> registrations{0};
-std::int64_t registerFirst(void *, void *, void *, void *, void *, void *, void *, void *, void *, void *, void *,
-                           void *, void *, void *, void *) {
-    ++registrations;
-    OutsideClass("thfirst", "threadfirst", classForProgram("base")).registerIt();
-    return 0;
-}
-
 TEST(Threads, AClassIsRegisteredOnceHoweverManyUseItFirst) {
-    host_register_entry("thfirst", registerFirst);
+    std::atomic<int> registrations{0};
+    const auto entry = entryNamed(
+        [&](void **) {
+            OutsideClass("thfirst", "threadfirst", classForProgram("base")).registerIt();
+            return ++registrations;
+        },
+        "thfirst");
     std::array<Ref, 8> seen;
     onThreads(8, [&](int number) { seen[static_cast<std::size_t>(number)] = classForProgram("thfirst"); });
-    host_register_entry("thfirst", nullptr);
+    host_register_entry(entry.c_str(), nullptr);
     EXPECT_TRUE(seen[0]);
     EXPECT_EQ(std::count(seen.begin(), seen.end(), seen[0]), 8);
     EXPECT_EQ(registrations, 1);
@@ -28,29 +26,27 @@ template <std::uint32_t which> void answerWhich(const oops_ref *, void *, std::u
 
 TEST(Threads, OneSiteServesManyClassesAndAMethodReplacedMeanwhile) {
     const auto base = classForProgram("base");
-    const auto one = OutsideClass("thone", "threadone", base).method("which", asMethod(answerWhich<1>), 1).registerIt();
-    const auto two = OutsideClass("thtwo", "threadtwo", base).method("which", asMethod(answerWhich<2>), 1).registerIt();
-    const auto first = createInstance(one), second = createInstance(two);
+    const Temporary first(
+        createInstance(OutsideClass("thone", "threadone", base).method("which", answerWhich<1>).registerIt())),
+        second(createInstance(OutsideClass("thtwo", "threadtwo", base).method("which", answerWhich<2>).registerIt()));
     static oops_site site = OOPS_SITE("which");
     std::atomic<bool> replaced{false};
     std::atomic<int> wrong{0};
     onThreads(4, [&](int number) {
         if (number == 0) {
-            OutsideClass("thone", "threadone", base).method("which", asMethod(answerWhich<3>), 1).extend();
+            OutsideClass("thone", "threadone", base).method("which", answerWhich<3>).extend();
             replaced = true;
             return;
         }
         for (int i = 0; i < 20000; ++i) {
             const bool after = replaced;
             std::uint32_t answer = 0;
-            oopsresolve(&site, (i % 2 == 0 ? first : second).bits, 1, &answer);
+            oopsresolve(&site, (i % 2 == 0 ? first : second).ref().bits, 1, &answer);
             const bool right = i % 2 != 0 ? answer == 2 : answer == 3 || (answer == 1 && !after);
             if (!right) ++wrong;
         }
     });
     EXPECT_EQ(wrong, 0);
-    cancelObject(first);
-    cancelObject(second);
 }
 
 TEST(Threads, ObjectsMadeOnOneThreadEndOnAnother) {

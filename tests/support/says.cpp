@@ -83,8 +83,7 @@ std::string wordsIn(Ref collection) {
     };
     const auto width = widthIn(collection);
     if (send<bool>(SITE("issequenced"), collection)) {
-        const auto size = send<Index>(SITE("size"), collection);
-        for (Index i = 1; i <= size; ++i) {
+        for (Index i = 1, size = send<Index>(SITE("size"), collection); i <= size; ++i) {
             std::string word(width, ' ');
             send(SITE("at"), collection, Returning{{reinterpret_cast<std::byte *>(word.data())}}, i);
             take(word);
@@ -229,8 +228,8 @@ private:
             if (own) finalize(object);
             return shown;
         }
-        const auto high = answered<std::array<std::int32_t, 2>>()[1];
-        return std::to_string(high == 0 ? answered<std::int32_t>() : answered<std::int64_t>());
+        const auto number = answered<std::int64_t>(); // the high half is filled when it is the answer's
+        return std::to_string(number >> 32 == 0 ? answered<std::int32_t>() : number);
     }
 
     std::string shownElement() const {

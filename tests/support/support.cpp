@@ -1,7 +1,6 @@
 #include "tests/support/support.h"
 
 #include <cstdlib>
-#include <deque>
 #include <map>
 #include <mutex>
 
@@ -29,7 +28,7 @@ void installHandler() {
     static std::once_flag once;
     std::call_once(once, [] {
         const auto recorder = OutsideClass("testrec", "testrecorder", classForProgram("base"))
-                                  .classMethod("record", asMethod(recordMethod), 4)
+                                  .classMethod("record", recordMethod)
                                   .registerIt();
         const auto handler = send<Ref>(SITE("new"), CLASS("callback"), recorder, Bytes{"record"});
         keepForLibrary(handler);
@@ -42,10 +41,8 @@ constexpr std::size_t slots = 64;
 std::function<std::int64_t(void **)> functions[slots];
 std::size_t nextSlot = 0;
 
-template <std::size_t slot>
-std::int64_t slotEntry(void *a, void *b, void *c, void *d, void *e, void *f, void *g, void *h, void *i, void *j,
-                       void *k, void *l, void *m, void *n, void *o) {
-    void *arguments[] = {a, b, c, d, e, f, g, h, i, j, k, l, m, n, o};
+template <std::size_t slot, class... Addresses> std::int64_t slotEntry(Addresses... addresses) {
+    void *arguments[] = {addresses...};
     return functions[slot](arguments);
 }
 template <std::size_t... slot> constexpr auto slotEntries(std::index_sequence<slot...>) {
@@ -116,17 +113,16 @@ LeakCheck::LeakCheck() {
 }
 LeakCheck::~LeakCheck() { EXPECT_EQ(countInstances(null), before) << "live objects"; }
 
-std::string entryNamed(std::function<std::int64_t(void **)> function) {
+std::string entryNamed(std::function<std::int64_t(void **)> function, std::string name) {
     const auto slot = nextSlot++ % slots;
     functions[slot] = std::move(function);
-    auto name = "testentry" + std::to_string(slot);
+    if (name.empty()) name = "testentry" + std::to_string(slot);
     host_register_entry(name.c_str(), entries[slot]);
     return name;
 }
 
 Ref block(std::function<std::int64_t(void **)> function) {
-    const auto name = entryNamed(std::move(function));
-    return send<Ref>(SITE("new"), CLASS("entrycll"), Bytes{name.c_str()});
+    return send<Ref>(SITE("new"), CLASS("entrycll"), Bytes{entryNamed(std::move(function)).c_str()});
 }
 
 OutsideClass::OutsideClass(const char *program, const char *name, Ref superclass, std::uint32_t classData,
@@ -134,12 +130,8 @@ OutsideClass::OutsideClass(const char *program, const char *name, Ref superclass
     : record(8192) {
     oopsrecord(record.data(), program, name, superclass.bits, classData, instanceData);
 }
-OutsideClass &OutsideClass::classMethod(const char *name, oops_method code, int parameters) {
-    EXPECT_EQ(oopsrecordmethod(record.data(), record.size(), name, code, parameters, OOPS_CLASS_METHOD), 1);
-    return *this;
-}
-OutsideClass &OutsideClass::method(const char *name, oops_method code, int parameters) {
-    EXPECT_EQ(oopsrecordmethod(record.data(), record.size(), name, code, parameters, 0), 1);
+OutsideClass &OutsideClass::add(const char *name, oops_method code, int parameters, int flags) {
+    EXPECT_EQ(oopsrecordmethod(record.data(), record.size(), name, code, parameters, flags), 1);
     return *this;
 }
 OutsideClass &OutsideClass::initialiser(oops_initialiser code) {

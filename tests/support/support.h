@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "oocobol/oocobol.h"
+#include "runtime/memory.h"
 #include "runtime/module.h"
 
 namespace oocobol::test {
@@ -98,25 +99,54 @@ private:
     Count before;
 };
 
+// ---- Memory that fails --------------------------------------------------------------------------------------------
+
+// Runs an action whose n-th allocation fails, that one only or all from there on, and then the check, which is told n:
+// for every n until the action needs no more. Whatever failed, the two together must leave as many objects as there
+// were. Where no allocation can be made to fail, both run once.
+template <class Action, class Check> void whileMemoryFails(bool persistently, Action action, Check check) {
+    for (std::uint64_t n = 1, allocations = 1; n <= allocations + 1; ++n) {
+        const auto before = countInstances(null);
+        AllocationFaults::failAt(n, persistently);
+        action();
+        allocations = AllocationFaults::count();
+        AllocationFaults::failAt(0, false);
+        check(n);
+        ASSERT_TRUE(countInstances(null) == before || n > allocations) << "allocation " << n;
+    }
+}
+
 // ---- Code from outside -------------------------------------------------------------------------------------------
 
-// Registers an entry under a name of its own and answers the name; the function is kept for the run.
-std::string entryNamed(std::function<std::int64_t(void **arguments)> function);
+// Registers an entry, under a name of its own when none is given, and answers the name; the function is kept for the
+// run.
+std::string entryNamed(std::function<std::int64_t(void **arguments)> function, std::string name = {});
 // A callback on such an entry: what blocks are in most tests. The caller finalizes it.
 Ref block(std::function<std::int64_t(void **arguments)> function);
 
-// A class registered through the public interface.
+// A class registered through the public interface. The code of a method is a function or a lambda without captures;
+// what stands behind its object and its data, the returning item first, are the method's parameters.
 class OutsideClass {
 public:
     OutsideClass(const char *program, const char *name, Ref superclass, std::uint32_t classData = 0,
                  std::uint32_t instanceData = 0);
-    OutsideClass &classMethod(const char *name, oops_method code, int parameters);
-    OutsideClass &method(const char *name, oops_method code, int parameters);
+    OutsideClass &classMethod(const char *name, oops_method code, int parameters) {
+        return add(name, code, parameters, OOPS_CLASS_METHOD);
+    }
+    OutsideClass &method(const char *name, oops_method code, int parameters) { return add(name, code, parameters, 0); }
+    template <class Code> OutsideClass &classMethod(const char *name, Code code) {
+        return add(name, +code, OOPS_CLASS_METHOD);
+    }
+    template <class Code> OutsideClass &method(const char *name, Code code) { return add(name, +code, 0); }
     OutsideClass &initialiser(oops_initialiser code); // runs over the data of every new instance
     Ref registerIt();
     void extend(); // adds the methods to a class that is registered already
 
 private:
+    OutsideClass &add(const char *name, oops_method code, int parameters, int flags);
+    template <class... Parameters> OutsideClass &add(const char *name, void (*code)(Parameters...), int flags) {
+        return add(name, reinterpret_cast<oops_method>(code), int{sizeof...(Parameters)} - 2, flags);
+    }
     std::vector<std::byte> record;
 };
 // Runs the action, which is given a number from 0 on, on so many threads at once: this one is the first of them.

@@ -10,6 +10,8 @@
 
 namespace oocobol::test {
 
+using Refs = std::vector<Ref>;
+
 // What a receiver was told: who, by which of its methods, with which first argument.
 struct Told {
     Ref object;
@@ -22,8 +24,8 @@ struct Told {
 struct Log {
     std::vector<Told> told;
     std::function<void(const Told &)> action;
-    std::vector<Ref> receivers() const {
-        std::vector<Ref> found;
+    Refs receivers() const {
+        Refs found;
         for (const auto &entry : told) found.push_back(entry.object);
         return found;
     }
@@ -43,39 +45,36 @@ template <int which> void on(const oops_ref *self, void *, void *returning, cons
     note(self, listened[which], returning, argument);
 }
 
-inline Ref listenerClass() {
-    static const auto made = OutsideClass("cmlisten", "listener", classForProgram("base"))
-                                 .method(listened[0], asMethod(on<0>), 2)
-                                 .method(listened[1], asMethod(on<1>), 2)
-                                 .method(listened[2], asMethod(on<2>), 2)
-                                 .method(listened[3], asMethod(on<3>), 2)
-                                 .registerIt();
-    return made;
-}
 // Those that have been made while there is a log.
-inline thread_local std::vector<Ref> listeners;
+inline thread_local Refs listeners;
 inline Ref newListener() {
-    const auto made = send<Ref>(SITE("new"), listenerClass());
+    static const auto listenerClass = OutsideClass("cmlisten", "listener", classForProgram("base"))
+                                          .method(listened[0], on<0>)
+                                          .method(listened[1], on<1>)
+                                          .method(listened[2], on<2>)
+                                          .method(listened[3], on<3>)
+                                          .registerIt();
+    const auto made = send<Ref>(SITE("new"), listenerClass);
     if (log != nullptr) listeners.push_back(made);
     return made;
 }
 
-// A component with one output signal "go".
-inline Ref newSource() {
-    const auto made = newListener();
-    send(SITE("makecomponent"), made);
-    send(SITE("defineoutsignal"), made, Bytes{"go"});
-    return made;
+// Makes a component with one output signal "go", and with an input signal "go" on the socket "in" that runs the method.
+inline Ref component(Ref object, const char *method = "note") {
+    send(SITE("makecomponent"), object);
+    send(SITE("defineoutsignal"), object, Bytes{"go"});
+    send(SITE("defineinsocket"), object, Bytes{"in"});
+    send(SITE("defineinsignal"), object, Bytes{"go"}, Bytes{"in"}, Bytes{method});
+    return object;
 }
-// A component whose input signal "go" on the socket "in" runs `note`.
-inline Ref newReceiver(const char *method = "note") {
-    const auto made = newListener();
-    send(SITE("makecomponent"), made);
-    send(SITE("defineinsocket"), made, Bytes{"in"});
-    send(SITE("defineinsignal"), made, Bytes{"go"}, Bytes{"in"}, Bytes{method});
-    return made;
-}
+inline Ref newComponent(const char *method = "note") { return component(newListener(), method); }
 inline void connect(Ref source, Ref target) { send(SITE("connectto"), source, target, Bytes{"in"}); }
+// So many new ones, which receive what the source sends.
+inline Refs receiversOf(Ref source, std::size_t count) {
+    Refs made(count);
+    for (auto &receiver : made) connect(source, receiver = newComponent());
+    return made;
+}
 inline Count connections(Ref source, const char *signal = "go") {
     const auto list = send<Ref>(SITE("getoutputsignalcallbacks"), source, Bytes{signal});
     return list ? send<Count>(SITE("size"), list) : 0;
@@ -94,7 +93,7 @@ protected:
     }
     static void SetUpTestSuite() { // what lives as long as the process is made now
         const RaisedErrors errors;
-        for (const auto made : {newSource(), newReceiver()}) finalize(made);
+        finalize(newComponent());
     }
     LeakCheck leaks;
     Log told;

@@ -2,14 +2,12 @@
 #include <algorithm>
 
 #include "classes/object/components.h"
-#include "runtime/memory.h"
 #include "tests/classes/object/components.h"
 #include "tests/support/says.h"
 
 namespace oocobol::test {
 namespace {
 
-using Refs = std::vector<Ref>;
 using Numbers = std::vector<Count>;
 using Components = Listening;
 
@@ -37,7 +35,7 @@ TEST_F(Components, KnowTheirSignalsByTheFirst32CharactersOfTheName) {
 }
 
 TEST_F(Components, DefineASignalAgainAsTheirDuplicatesFlagSays) {
-    const auto source = newSource(), target = newReceiver();
+    const auto source = newComponent(), target = newComponent();
     const auto list = send<Ref>(SITE("getoutputsignalcallbacks"), source, Bytes{"go"});
     const auto socket = send<Ref>(SITE("getsocket"), target, Bytes{"in"});
     const auto handler = [&] { return send<Ref>(SITE("atornil"), socket, NameKey(Name{"go"}).element()); };
@@ -58,53 +56,50 @@ TEST_F(Components, DefineASignalAgainAsTheirDuplicatesFlagSays) {
 // ---- Connections ---------------------------------------------------------------------------------------------------
 
 TEST_F(Components, AreConnectedOnceAndWhereNamesMatchAlsoToThemselves) {
-    const auto source = newSource(), target = newReceiver();
+    const auto source = newComponent(), target = newComponent();
     says(source,
          "defineoutsignal 'stop'; connectto $1, 'in'; connectto $1, 'in'; signal 'go', 5 -> 77; "
          "getsignalhandlers 'go' -> it; it size -> 1; it includes $1 -> 1; it finalize; "
          "$1 getsignaldependents -> it; it includes $2 -> 1",
          {target, source});
-    EXPECT_EQ(told.told, (std::vector<Told>{{target, "note", 5}}));
     EXPECT_EQ(connections(source), 1u);
     EXPECT_EQ(connections(source, "stop"), 0u);
-    says(target,
-         "$2 finalize; getsignaldependents -> it; it size -> 0; "
-         "defineoutsignal 'go'; connectto $1, 'in'; signal 'go', 6 -> 77",
+    says(target, "$2 finalize; getsignaldependents -> it; it size -> 0; connectto $1, 'in'; signal 'go', 6 -> 77",
          {target, source});
     EXPECT_EQ(told.told, (std::vector<Told>{{target, "note", 5}, {target, "note", 6}}));
 }
 
 TEST_F(Components, LeaveOneAnotherWhenEitherEnds) {
-    const auto source = newSource(), first = newReceiver(), second = newReceiver();
-    connect(source, first);
-    connect(source, second);
+    const auto source = newComponent();
+    const auto receivers = receiversOf(source, 2);
     const auto callbacks = send<Ref>(SITE("getoutputsignalcallbacks"), source, Bytes{"go"});
-    const auto dependents = send<Ref>(SITE("getsignaldependents"), second);
+    const auto dependents = send<Ref>(SITE("getsignaldependents"), receivers[1]);
     says(source,
          "$4 finalize; $2 size -> 1; signal 'go'; disconnectsignal 'go', $1; $2 size -> 0; "
          "connectto $1, 'in'; $2 size -> 1; $1 disconnectinputs; $2 size -> 0; $3 size -> 0; "
          "connectto $1, 'in'; disconnectoutputs; $2 size -> 0; isoutputsignal 'go' -> 1; "
          "connectto $1, 'in'; $3 size -> 1; finalize; $3 size -> 0",
-         {second, callbacks, dependents, first});
-    EXPECT_EQ(told.receivers(), Refs{second});
+         {receivers[1], callbacks, dependents, receivers[0]});
+    EXPECT_EQ(told.receivers(), Refs{receivers[1]});
 }
 
 // ---- Sending -------------------------------------------------------------------------------------------------------
 
-std::vector<std::int64_t> seen;
-using Argument = const std::int64_t *;
-void onNine(const oops_ref *, void *, void *, Argument a, Argument b, Argument c, Argument d, Argument e, Argument f,
-            Argument g, Argument h, Argument i) {
-    for (const auto *item : {a, b, c, d, e, f, g, h, i}) seen.push_back(item != nullptr ? *item : -1);
-}
-
 TEST_F(Components, SendUpToNineArguments) {
-    OutsideClass("cmlisten", "listener", classForProgram("base")).method("nine", asMethod(onNine), 10).extend();
+    using Item = const std::int64_t *;
+    static std::vector<std::int64_t> seen;
+    OutsideClass("cmlisten", "listener", classForProgram("base"))
+        .method("nine",
+                [](const oops_ref *, void *, void *, Item a, Item b, Item c, Item d, Item e, Item f, Item g, Item h,
+                   Item i) {
+                    for (const auto *item : {a, b, c, d, e, f, g, h, i}) seen.push_back(item != nullptr ? *item : -1);
+                })
+        .extend();
     const Temporary name(text("go"));
-    says(newSource(),
+    says(newComponent(),
          "connectto $1, 'in'; signal 'go', 1, 2, 1, 2, 1, 2, 1, 2, 9; signalstring $2, 3, 4; "
          "signal 'go', 1, 2, 3, 4, 5, 6, 7, 8, 9, 10 -> error 21",
-         {newReceiver("nine"), name.ref()});
+         {newComponent("nine"), name.ref()});
     EXPECT_EQ(seen, (std::vector<std::int64_t>{1, 2, 1, 2, 1, 2, 1, 2, 9, 3, 4, -1, -1, -1, -1, -1, -1, -1}));
 }
 
@@ -118,13 +113,11 @@ INSTANTIATE_TEST_SUITE_P(NativelyAndDispatched, Leaving, ::testing::Bool());
 
 TEST_P(Leaving, WhileASignalIsSentSkipsAndRepeatsNobody) {
     for (const auto how : {0, 1, 2, 3}) {
-        const auto source = newSource();
-        Refs receivers, expected;
-        for (std::size_t i = 0; i < 40; ++i) {
-            receivers.push_back(newReceiver());
-            connect(source, receivers.back());
-            if (how < 2 || i % 3 == 0 || i < 4 || i > 32) expected.push_back(receivers.back());
-        }
+        const auto source = newComponent();
+        const auto receivers = receiversOf(source, 40);
+        Refs expected;
+        for (std::size_t i = 0; i < receivers.size(); ++i)
+            if (how < 2 || i % 3 == 0 || i < 4 || i > 32) expected.push_back(receivers[i]);
         const auto leave = [&](Ref object) {
             if (how % 2 == 0)
                 send(SITE("disconnectsignal"), source, Bytes{"go"}, object);
@@ -145,8 +138,8 @@ TEST_P(Leaving, WhileASignalIsSentSkipsAndRepeatsNobody) {
 }
 
 TEST_P(Leaving, ReachesThoseWhoComeMeanwhileOnce) {
-    const auto source = newSource(), first = newReceiver(), late = newReceiver(), later = newReceiver();
-    connect(source, first);
+    const auto source = newComponent(), first = receiversOf(source, 1)[0], late = newComponent(),
+               later = newComponent();
     told.action = [&](const Told &entry) {
         if (entry.object == first) // leaves and comes back: it has been served
             says(source, "disconnectsignal 'go', $1; connectto $1, 'in'; connectto $2, 'in'", {first, late});
@@ -159,8 +152,7 @@ TEST_P(Leaving, ReachesThoseWhoComeMeanwhileOnce) {
 
 TEST_P(Leaving, TheSenderItselfEndsTheSignal) {
     for (const auto *how : {"finalize", "disconnect", "becomes $1"}) {
-        const auto source = newSource(), first = newReceiver(), other = newListener();
-        for (const auto receiver : {first, newReceiver()}) connect(source, receiver);
+        const auto source = newComponent(), other = newListener(), first = receiversOf(source, 2)[0];
         told.action = [&](const Told &) { says(source, how, {other}); };
         tell(source, 1);
         EXPECT_EQ(told.receivers(), Refs{first}) << how;
@@ -169,14 +161,14 @@ TEST_P(Leaving, TheSenderItselfEndsTheSignal) {
 }
 
 TEST_P(Leaving, ByBecomingAnotherObjectHarmsNothing) {
-    const auto source = newSource(), first = newReceiver(), second = newReceiver(), other = newListener();
-    for (const auto receiver : {first, second}) connect(source, receiver);
+    const auto source = newComponent(), other = newListener();
+    const auto receivers = receiversOf(source, 2);
     told.action = [&](const Told &entry) {
-        if (entry.object == first) send(SITE("becomes"), first, other);
+        if (entry.object == receivers[0]) send(SITE("becomes"), receivers[0], other);
     };
     tell(source, 1);
-    EXPECT_EQ(told.receivers(), (Refs{first, second}));
-    for (const auto object : {first, other, second}) finalize(object);
+    EXPECT_EQ(told.receivers(), receivers);
+    for (const auto object : {receivers[0], other, receivers[1]}) finalize(object);
     told = {};
     const RaisedErrors errors;
     tell(source, 2);
@@ -184,19 +176,19 @@ TEST_P(Leaving, ByBecomingAnotherObjectHarmsNothing) {
 }
 
 TEST_F(Components, MaySignalBackAndAgain) {
-    const auto source = newSource(), first = newReceiver(), second = newReceiver();
-    for (const auto receiver : {first, second}) connect(source, receiver);
+    const auto source = newComponent();
+    const auto receivers = receiversOf(source, 2);
     told.action = [&](const Told &entry) {
-        if (entry.object == first && entry.argument == 1) tell(source, 2);
+        if (entry.object == receivers[0] && entry.argument == 1) tell(source, 2);
     };
     tell(source, 1);
-    EXPECT_EQ(told.receivers(), (Refs{first, first, second, second}));
+    EXPECT_EQ(told.receivers(), (Refs{receivers[0], receivers[0], receivers[1], receivers[1]}));
 }
 
 // ---- Spies ---------------------------------------------------------------------------------------------------------
 
 TEST_F(Components, AreWatchedBySpiesThatMayStopASignal) {
-    const auto source = newSource(), target = newReceiver(), friendly = newListener();
+    const auto source = newComponent(), target = newComponent(), friendly = newListener();
     Ref sender{}, name{};
     auto stops = false;
     std::string names;
@@ -220,20 +212,14 @@ TEST_F(Components, AreWatchedBySpiesThatMayStopASignal) {
 }
 
 TEST_F(Components, SurviveSpiesThatRaiseRemoveThemselvesAndEndTheSender) {
-    const struct {
-        const char *spying, *signalling;
-        std::size_t told;
-    } ways[] = {{"raiseexception 33 -> error 33", "signal 'go'", 2},
-                {"removespy $1", "signal 'go'", 2},
-                {"finalize", "signal 'go' -> error 106", 1}};
-    for (const auto &way : ways) {
-        const auto source = newSource(), target = newReceiver(), watcher = newListener();
-        says(source, "connectto $2, 'in'; addspy $1, 'other'", {watcher, target});
+    for (const std::string way : {"raiseexception 33 -> error 33", "removespy $1", "finalize"}) {
+        const auto source = newComponent(), watcher = newListener(), target = receiversOf(source, 1)[0];
         told.action = [&](const Told &entry) {
-            if (entry.object == watcher) says(source, way.spying, {watcher});
+            if (entry.object == watcher) says(source, way, {watcher});
         };
-        says(source, way.signalling);
-        EXPECT_EQ(told.told.size(), way.told) << way.spying;
+        const auto ends = way == "finalize";
+        says(source, std::string("addspy $1, 'other'; signal 'go'") + (ends ? " -> error 106" : ""), {watcher});
+        EXPECT_EQ(told.receivers(), ends ? Refs{watcher} : (Refs{watcher, target})) << way;
         told = {};
     }
 }
@@ -243,7 +229,7 @@ TEST_F(Components, SurviveSpiesThatRaiseRemoveThemselvesAndEndTheSender) {
 TEST_F(Components, WriteTraceLinesWhenMadeUnderSignalTracing) {
     setTraceLevel(traceSignals);
     ::testing::internal::CaptureStderr();
-    says(newSource(), "connectto $1, 'in'; signal 'go'; finalize; $1 finalize", {newReceiver()});
+    says(newComponent(), "connectto $1, 'in'; signal 'go'; finalize; $1 finalize", {newComponent()});
     const auto lines = ::testing::internal::GetCapturedStderr();
     setTraceLevel(0);
     for (const auto *piece : {"Defining output signal", "Defining input socket", "Defining input signal go on in for",
@@ -255,8 +241,8 @@ TEST_F(Components, WriteTraceLinesWhenMadeUnderSignalTracing) {
 // ---- Errors --------------------------------------------------------------------------------------------------------
 
 TEST_F(Components, AreReportedByTheirHandlerWithTheNames) {
-    finalize(newSource()); // the handler goes on working after the first component has gone
-    const auto source = newSource(), target = newReceiver();
+    finalize(newComponent()); // the handler goes on working after the first component has gone
+    const auto source = newComponent(), target = newComponent();
     const auto reported = [&](const char *message, std::initializer_list<const char *> pieces) {
         ::testing::internal::CaptureStdout();
         says(source, message, {target});
@@ -278,7 +264,7 @@ TEST_F(Components, AreReportedByTheirHandlerWithTheNames) {
 }
 
 TEST_F(Components, RaiseWhatIsMissing) {
-    const auto source = newSource(), target = newReceiver(), plain = newListener(), stale = newListener();
+    const auto source = newComponent(), target = newComponent(), plain = newListener(), stale = newListener();
     finalize(stale);
     says(source,
          "$exptnmgr cancel $1; $exptnmgr cancel $2; signal 'nosuch' -> error 95; "
@@ -295,48 +281,39 @@ TEST_F(Components, RaiseWhatIsMissing) {
 
 // ---- Memory --------------------------------------------------------------------------------------------------------
 
-// Fails the n-th allocation of an action, for every n until none fails.
-template <class Prepare, class Action, class Check> void sweep(Prepare prepare, Action action, Check check) {
-    for (std::uint64_t n = 1; n < 400; ++n) {
-        for (const auto persistent : {false, true}) {
-            const LeakCheck leaks;
-            auto world = prepare();
-            AllocationFaults::failAt(n, persistent);
-            action(world);
-            const auto reached = AllocationFaults::count() >= n;
-            AllocationFaults::failAt(0, false);
-            check(world, n);
-            for (const auto object : world) finalize(object);
-            if (!reached && persistent) return;
-        }
-    }
-    FAIL() << "the action never completes";
-}
-
 TEST_F(Components, LeaveNothingHalfMadeWhenMemoryFails) {
     const RaisedErrors errors;
     ::testing::internal::CaptureStdout();
-    sweep([] { return Refs{newListener()}; }, [](Refs &world) { send(SITE("makecomponent"), world[0]); },
-          [&](Refs &world, std::uint64_t n) {
-              const auto isOne = send<bool>(SITE("iscomponent"), world[0]);
-              EXPECT_EQ(send<bool>(SITE("cancel"), CLASS("exptnmgr"), world[0]), isOne) << n;
-              if (isOne) says(world[0], "defineoutsignal 'go'; isoutputsignal 'go' -> 1");
-          });
-    sweep(
-        [] {
-            Refs world{newSource(), newReceiver()};
-            says(world[0], "defineoutsignal 'a'; defineoutsignal 'b'; defineoutsignal 'c'");
-            for (const auto *name : {"a", "b", "c"})
-                send(SITE("defineinsignal"), world[1], Bytes{name}, Bytes{"in"}, Bytes{"note"});
-            return world;
-        },
-        [](Refs &world) { connect(world[0], world[1]); },
-        [&](Refs &world, std::uint64_t n) {
-            const auto joined = connections(world[0]);
-            for (const auto *name : {"a", "b", "c"}) EXPECT_EQ(connections(world[0], name), joined) << n;
-            const auto dependents = send<Ref>(SITE("getsignaldependents"), world[1]);
-            EXPECT_EQ(send<Count>(SITE("size"), dependents), joined) << n;
-        });
+    for (const auto persistently : {false, true}) {
+        auto object = newListener();
+        whileMemoryFails(
+            persistently, [&] { send(SITE("makecomponent"), object); },
+            [&](std::uint64_t n) {
+                const auto isOne = send<bool>(SITE("iscomponent"), object);
+                EXPECT_EQ(send<bool>(SITE("cancel"), CLASS("exptnmgr"), object), isOne) << n;
+                if (isOne) says(object, "defineoutsignal 'go'; isoutputsignal 'go' -> 1");
+                finalize(std::exchange(object, newListener()));
+            });
+        Ref source{}, target{};
+        const auto prepare = [&] {
+            source = newComponent();
+            target = newComponent();
+            says(source,
+                 "defineoutsignal 'a'; defineoutsignal 'b'; $1 defineinsignal 'a', 'in', 'note'; "
+                 "$1 defineinsignal 'b', 'in', 'note'",
+                 {target});
+        };
+        prepare();
+        whileMemoryFails(
+            persistently, [&] { connect(source, target); },
+            [&](std::uint64_t n) {
+                const auto joined = connections(source);
+                for (const auto *name : {"a", "b"}) EXPECT_EQ(connections(source, name), joined) << n;
+                says(target, "getsignaldependents -> it; it size -> " + std::to_string(joined));
+                for (const auto end : {source, target}) finalize(end);
+                prepare();
+            });
+    }
     ::testing::internal::GetCapturedStdout();
 }
 

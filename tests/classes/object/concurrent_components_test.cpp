@@ -9,17 +9,13 @@ namespace oocobol::test {
 namespace {
 
 std::atomic<std::uint64_t> received{0};
-void onCount(const oops_ref *, void *, void *, const std::int64_t *) { ++received; }
 
 Ref newCounter() {
     static const auto counterClass =
-        OutsideClass("cmcount", "counter", classForProgram("base")).method("note", asMethod(onCount), 2).registerIt();
-    const auto made = send<Ref>(SITE("new"), counterClass);
-    send(SITE("makecomponent"), made);
-    send(SITE("defineoutsignal"), made, Bytes{"go"});
-    send(SITE("defineinsocket"), made, Bytes{"in"});
-    send(SITE("defineinsignal"), made, Bytes{"go"}, Bytes{"in"}, Bytes{"note"});
-    return made;
+        OutsideClass("cmcount", "counter", classForProgram("base"))
+            .method("note", [](const oops_ref *, void *, void *, const std::int64_t *) { ++received; })
+            .registerIt();
+    return component(send<Ref>(SITE("new"), counterClass));
 }
 
 class ConcurrentComponents : public ::testing::Test {
@@ -34,7 +30,7 @@ protected:
 TEST_F(ConcurrentComponents, EveryThreadsSignalReachesAllReceivers) {
     constexpr int threads = 4, signals = 500, receivers = 5;
     const auto source = newCounter();
-    std::vector<Ref> counters(receivers);
+    Refs counters(receivers);
     for (auto &counter : counters) connect(source, counter = newCounter());
     received = 0;
     onThreads(threads, [&](int) {

@@ -25,24 +25,23 @@ TEST_F(Events, RunTheCallbackOfTheirNumber) {
          "seteventto 7, $1, 'other', 41; doevent 7 -> 77; $event withobjecteventid $2, 7 -> it; "
          "$1 dispatchevent it -> 0; dispatchevent it -> 77; it finalize",
          {other, object});
-    EXPECT_EQ(told.receivers(), (std::vector<Ref>{other, other, other}));
+    EXPECT_EQ(told.receivers(), (Refs{other, other, other}));
     EXPECT_EQ(told.told.back(), (Told{other, "other", 41}));
-    const auto stale = newListener();
-    finalize(stale);
+    finalize(other);
     says(object,
          "setevent 1, nil -> error 33; setevent 1, $1 -> error 106; translateevent 1, nil, 2 -> error 33; "
          "translateevent 1, $1, 2 -> error 106; dispatchevent nil -> error 33; dispatchevent $1 -> error 106",
-         {stale});
+         {other});
 }
 
 TEST_F(Events, AreTranslatedForOtherObjectsAndIntoSignals) {
-    const auto object = subject(), other = newListener(), target = newReceiver();
+    const auto object = subject(), other = newListener(), target = newComponent();
     says(object,
          "$1 seteventto 9, $1, 'other'; translateevent 7, $1, 8; translateevent 7, $1, 9; doevent 7 -> 77; "
          "$2 connectto $3, 'in'; translateeventtosignal 3, $2, 'go on', 5; translateeventtosignal 3, $2, 'go on', 5; "
          "doevent 3",
-         {other, newSource(), target});
-    EXPECT_EQ(told.receivers(), (std::vector<Ref>{object, other, target}));
+         {other, newComponent(), target});
+    EXPECT_EQ(told.receivers(), (Refs{object, other, target}));
     EXPECT_EQ(told.told.back(), (Told{target, "note", 5}));
 }
 
@@ -51,7 +50,7 @@ TEST_F(Events, MayEndWhateverTheyReach) {
     says(object, "translateevent 7, $1, 7", {other});
     told.action = [&](const Told &) { says(other, "finalize; $1 finalize", {object}); };
     send(SITE("doevent"), object, Count{7});
-    EXPECT_EQ(told.receivers(), std::vector<Ref>{object});
+    EXPECT_EQ(told.receivers(), Refs{object});
 }
 
 // ---- What an object leaves behind -----------------------------------------------------------------------------------
@@ -68,7 +67,7 @@ Ref successorOf(Ref gone) {
 }
 
 TEST_F(Events, DelegatesHandlersAndDependentsGoWithTheirObject) {
-    const auto object = subject(), other = newReceiver();
+    const auto object = subject(), other = newComponent();
     listeners.clear(); // these stay
     auto handled = 0;
     const Temporary handler(block([&](void **) { return ++handled; }));
@@ -105,7 +104,7 @@ TEST_F(Events, ADelegateGetsWhatItsObjectDoesNotUnderstandWithSevenArguments) {
     const std::initializer_list<Ref> named = {first, second, helper};
     says(first, "setdelegate $2; $2 setdelegate $3; special 1, 1, 1, 1, 1, 1, 7 -> 8; special 1003, 1, 1, 1, 1, 1, $1",
          named);
-    EXPECT_EQ(told.receivers(), std::vector<Ref>(5, helper)); // 1, then 1003 to 1000
+    EXPECT_EQ(told.receivers(), Refs(5, helper)); // 1, then 1003 to 1000
     says(first,
          "$3 finalize; special 1, 1, 1, 1, 1, 1, 7 -> error 24; $2 setdelegate $1; "
          "special 1, 1, 1, 1, 1, 1, 7 -> error 24; removedelegate; removedelegate",
