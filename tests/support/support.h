@@ -98,12 +98,27 @@ private:
     Count before;
 };
 
+// Does something while the allocation of this number fails, and perhaps all behind it; answers whether it got that far.
+template <class Deed> bool fails(std::uint64_t at, bool andAllBehind, Deed deed) {
+    AllocationFaults::failAt(at, andAllBehind);
+    deed();
+    const auto reached = AllocationFaults::count() >= at;
+    AllocationFaults::failAt(0, false);
+    return reached;
+}
+
 // ---- Code from outside -------------------------------------------------------------------------------------------
 
 // Registers an entry under a name of its own and answers the name; the function is kept for the run.
 std::string entryNamed(std::function<std::int64_t(void **arguments)> function);
 // A callback on such an entry: what blocks are in most tests. The caller finalizes it.
 Ref block(std::function<std::int64_t(void **arguments)> function);
+
+// Function pointers of methods have their own parameters; the record takes them as one type.
+template <class... Parameters> oops_method asMethod(void (*code)(Parameters...)) {
+    return reinterpret_cast<oops_method>(code);
+}
+template <class... Parameters> constexpr int parametersOf(void (*)(Parameters...)) { return sizeof...(Parameters) - 2; }
 
 // A class registered through the public interface.
 class OutsideClass {
@@ -112,6 +127,10 @@ public:
                  std::uint32_t instanceData = 0);
     OutsideClass &classMethod(const char *name, oops_method code, int parameters);
     OutsideClass &method(const char *name, oops_method code, int parameters);
+    // Of code that captures nothing and takes the object, its data, the answer and each argument.
+    template <class Code> OutsideClass &method(const char *name, Code code) {
+        return method(name, asMethod(+code), parametersOf(+code));
+    }
     OutsideClass &initialiser(oops_initialiser code); // runs over the data of every new instance
     Ref registerIt();
     void extend(); // adds the methods to a class that is registered already
@@ -125,11 +144,6 @@ template <class Action> void onThreads(int count, Action action) {
     for (int i = 1; i < count; ++i) others.emplace_back([&action, i] { action(i); });
     action(0);
     for (auto &running : others) running.join();
-}
-
-// Function pointers of methods have their own parameters; the record takes them as one type.
-template <class... Parameters> oops_method asMethod(void (*code)(Parameters...)) {
-    return reinterpret_cast<oops_method>(code);
 }
 
 } // namespace oocobol::test
