@@ -19,7 +19,7 @@ constexpr int mostParameters = 8;
 struct Redefinition {
     std::string program, message;
     int parameters;
-    oops_super_site above{{message.c_str(), 0, 0}, program.c_str()};
+    oops_super_site above{};
     Ref ofClass{};
 };
 Redefinition *redefined = nullptr; // just now
@@ -34,7 +34,8 @@ void redefinition(const oops_ref *self, void *data, void *answer, void *a, void 
 }
 Redefinition &redefinitionOf(Ref superclass, const std::string &message, int parameters) {
     static std::deque<Redefinition> made; // for the run
-    auto &one = made.emplace_back("x" + std::to_string(made.size()), message, parameters);
+    auto &one = made.emplace_back(Redefinition{"x" + std::to_string(made.size()), message, parameters, {}, {}});
+    one.above = {{one.message.c_str(), 0, 0}, one.program.c_str()};
     one.ofClass = OutsideClass(one.program.c_str(), one.program.c_str(), superclass)
                       .method(one.message.c_str(), asMethod(redefinition), parameters)
                       .registerIt();
