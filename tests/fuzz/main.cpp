@@ -16,21 +16,10 @@ using namespace oocobol::fuzz;
 
 constexpr std::uint32_t operationsOfProgram = 200;
 
-int replay(const char *name) {
-    std::ifstream file(name, std::ios::binary);
-    if (!file) {
-        std::fprintf(stderr, "fuzz: cannot read %s\n", name);
-        return 2;
-    }
-    Decisions decisions(std::string(std::istreambuf_iterator<char>(file), {}));
-    runSequencedProgram(decisions, operationsOfProgram);
-    return 0;
-}
-
 // What the second half of a run may take for itself: tables that the library keeps grow rarely by then.
 constexpr std::int64_t allowance = 256 * 1024;
 
-int runAtRandom(std::uint64_t operations, std::uint64_t seed) {
+void runAtRandom(std::uint64_t operations, std::uint64_t seed) {
     std::uint64_t done = 0;
     std::int64_t halfway = 0;
     for (std::uint64_t program = 0; done < operations; ++program) {
@@ -43,7 +32,6 @@ int runAtRandom(std::uint64_t operations, std::uint64_t seed) {
     if (oocobol::bytesInUse() - halfway > allowance) fail("memory has been left over");
     std::fprintf(stderr, "fuzz: %llu operations, seed %llu\n", static_cast<unsigned long long>(done),
                  static_cast<unsigned long long>(seed));
-    return 0;
 }
 
 } // namespace
@@ -58,5 +46,14 @@ int main(int count, char **arguments) {
     }
     if (std::freopen("/dev/null", "w", stdout) == nullptr) return 2; // what is displayed does not matter
     start();
-    return file != nullptr ? replay(file) : runAtRandom(operations, seed);
+    if (file == nullptr) {
+        runAtRandom(operations, seed);
+    } else if (std::ifstream bytes(file, std::ios::binary); bytes) {
+        Decisions decisions(std::string(std::istreambuf_iterator<char>(bytes), {}));
+        runSequencedProgram(decisions, operationsOfProgram);
+    } else {
+        std::fprintf(stderr, "fuzz: cannot read %s\n", file);
+        return 2;
+    }
+    return 0;
 }

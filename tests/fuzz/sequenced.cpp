@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <tuple>
 
 #include "classes/collections/collection.h"
 #include "tests/fuzz/world.h"
@@ -48,22 +49,10 @@ struct Member {
 
 // What a collection is sent whose blocks have bad manners, and the arguments: b the block, o another collection, e an
 // element of its kind, i an index, 1 and 5 the indexes 1 and 50. Behind ! it answers an object that it has made.
-constexpr const char *pestered[] = {"do b",
-                                    "dowithoutcopy b",
-                                    "reversedo b",
-                                    "keysanddatado b",
-                                    "collect b!",
-                                    "select b!",
-                                    "reject b!",
-                                    "detect b",
-                                    "withdo ob",
-                                    "findlast b",
-                                    "add e",
-                                    "addall o",
-                                    "removeallsuchthat b",
-                                    "resort ",
-                                    "replaceall ee15",
-                                    "copyreplace iio!"};
+constexpr const char *pestered[] = {"do b",       "dowithoutcopy b",     "reversedo b",     "keysanddatado b",
+                                    "collect b!", "select b!",           "reject b!",       "detect b",
+                                    "withdo ob",  "findlast b",          "add e",           "addall o",
+                                    "resort ",    "removeallsuchthat b", "replaceall ee15", "copyreplace iio!"};
 // What code from outside does to the collection that is at work, beside what `misbehave` does itself: h an element as
 // wide as any, s a small size, x an error.
 constexpr const char *rude[] = {"add h",    "removeatindex i", "clear ",  "raiseexception x",
@@ -109,7 +98,6 @@ private:
     // ---- What there is ------------------------------------------------------------------------------------------
 
     std::size_t below(std::size_t limit) { return decisions.below(static_cast<std::uint32_t>(limit)); }
-
     using Arguments = std::vector<std::string>;
     // Sends a message with areas that hold these bytes as its arguments; answers what it answers.
     template <class Result = Ref> Result tell(Ref receiver, const std::string &message, const Arguments &bytes = {}) {
@@ -214,12 +202,12 @@ private:
         const auto found = elementsOf(member);
         const auto &wanted = member.elements;
         if (found == wanted) return;
-        std::size_t at = 0;
-        while (at < std::min(found.size(), wanted.size()) && found[at] == wanted[at]) ++at;
-        const auto shown = [&](const Elements &elements) { return at < elements.size() ? elements[at] : "none"; };
-        fail(std::string(programs[member.shape]) + " of width " + std::to_string(member.width()) + " must hold " +
-             std::to_string(wanted.size()) + " elements and has " + std::to_string(found.size()) + "; element " +
-             std::to_string(at + 1) + " is '" + shown(found) + "' instead of '" + shown(wanted) + "'");
+        const auto shown = [](const Elements &elements) {
+            std::string all = std::to_string(elements.size());
+            for (const auto &element : elements) all += " '" + element + "'";
+            return all;
+        };
+        fail(std::string(programs[member.shape]) + " must hold " + shown(wanted) + " and has " + shown(found));
     }
     void checkAll() {
         for (const auto &member : members) check(member);
@@ -249,116 +237,85 @@ private:
 
     // ---- Use ----------------------------------------------------------------------------------------------------
 
+    // A message and the errors that it must raise; if none, what it does and the bytes that its answer begins with.
+    struct Use {
+        const char *message;
+        Arguments arguments;
+        std::vector<Count> errors;
+        std::string answer;
+        std::function<void()> model;
+    };
     void beUsed(std::size_t which) {
-        using Use = void (Program::*)(Member &);
-        constexpr Use arrayUses[] = {&Program::put,    &Program::take,   &Program::add,
-                                     &Program::search, &Program::search, &Program::grow,
-                                     &Program::derive, &Program::derive, &Program::walk};
-        constexpr Use listUses[] = {&Program::put,  &Program::take,   &Program::add,    &Program::insert,
-                                    &Program::take, &Program::search, &Program::remove, &Program::grow,
-                                    &Program::walk, &Program::derive, &Program::derive, &Program::addOther};
-        if (members[which].elements.size() > 90 || decisions.oneIn(48)) return finish(which);
-        const auto use = members[which].shape == array ? decisions.among(arrayUses) : decisions.among(listUses);
-        expected.clear();
-        (this->*use)(members[which]);
-        if (takeErrors() != expected) fail("other errors than it must raise");
+        auto &member = members[which];
+        auto &all = member.elements;
+        const auto size = static_cast<Index>(all.size());
+        if (size > 90 || decisions.oneIn(48)) return finish(which);
+        if (decisions.oneIn(12)) return walk(member);
+        if (decisions.oneIn(6)) return derive(member);
+        const auto element = newElement(member), spaces = member.filled(' ');
+        const auto index = number(all.size());
+        const auto isInside = index >= 1 && index <= size, isCount = index >= 0 && index <= size;
+        const auto place = all.begin() + (isInside ? index - 1 : 0);
+        const auto held = isInside ? *place : std::string(), at = bytesOf(index);
+        const auto first = std::find(all.begin(), all.end(), element);
+        const auto capacity = send<Count>(SITE("capacity"), member.ref);
+        const auto source = sourceFor(member);
+        const auto other = bytesOf(source.ref), from = bytesOf(Index{1}), to = bytesOf(source.elements.size());
+        const auto errorUnless = [](bool holds, std::vector<Count> errors) {
+            return holds ? std::vector<Count>() : errors;
+        };
+        const auto outside = errorUnless(isInside, {3}), noCount = errorUnless(isCount, {33}),
+                   noSize = errorUnless(index >= 0, {33, 32});
+        const auto insertAt = [&](Elements::iterator where) { all.insert(where, element); };
+        const auto append = [&] { all = joined(all, source.elements, {}); };
+        const auto prepend = [&] { all = joined(source.elements, all, {}); };
+        constexpr unsigned arrays = 1 << array, lists = 1 << list, sorteds = 1 << sorted, growing = lists | sorteds,
+                           any = 7;
+        const auto values = member.kind == references ? 0 : any, small = capacity <= 200 ? any : 0,
+                   affordable = index <= 1000 ? any : 0;
+        std::vector<Use> uses;
+        const auto can = [&](unsigned shapes, const char *message, const Arguments &arguments,
+                             const std::vector<Count> &raised, const std::string &answer,
+                             const std::function<void()> &model = {}) {
+            if ((shapes & 1U << member.shape) != 0) uses.push_back({message, arguments, raised, answer, model});
+        };
+        can(arrays, "add", {element}, {1}, {});
+        can(lists, "add", {element}, {}, {}, [&] { insertAt(all.end()); });
+        can(lists, "addfirst", {element}, {}, {}, [&] { insertAt(all.begin()); });
+        can(sorteds, "add", {element}, {}, {},
+            [&] { insertAt(std::upper_bound(all.begin(), all.end(), element, isBefore)); });
+        can(arrays | lists, "atput", {at, element}, outside, {}, [&] { *place = element; });
+        can(sorteds, "atput", {at, element}, {16}, {});
+        can(lists, "insertbeforeindex", {element, at}, errorUnless(isInside || index == size + 1, {3}), {},
+            [&] { insertAt(all.begin() + index - 1); });
+        can(any, "at", {at}, outside, held);
+        can(growing, "removeatindex", {at}, outside, held, [&] { all.erase(place); });
+        can(growing, "removefirst", {at}, noCount, {}, [&] { all.erase(all.begin(), all.begin() + index); });
+        can(growing, "removelast", {at}, noCount, {}, [&] { all.erase(all.end() - index, all.end()); });
+        can(values, "indexof", {element}, {}, bytesOf(first == all.end() ? 0 : Index(first - all.begin()) + 1));
+        can(values, "lastindexof", {element, from, bytesOf(size)}, {},
+            bytesOf(Index(all.rend() - std::find(all.rbegin(), all.rend(), element))));
+        can(values, "occurrencesof", {element}, {}, bytesOf(Index(std::count(first, all.end(), element))));
+        can(values, "includes", {element}, {}, bytesOf(Index{first != all.end()}));
+        can(small & arrays, "grow", {}, {}, {}, [&] { all.resize((capacity + 10) * 2, spaces); });
+        can(small & growing, "grow", {}, {}, {});
+        can(affordable & arrays, "growto", {at}, noSize, {}, [&] { all.resize(std::size_t(index), spaces); });
+        can(affordable & growing, "growto", {at}, noSize, {}, [&] { all = elementsOf(member); }); // perhaps cut
+        can(lists, "addall", {other}, {}, {}, append);
+        can(lists, "addallfirst", {other}, {}, {}, prepend);
+        can(lists, "addsubcollectionlast", {other, from, to}, {}, {}, append);
+        can(lists, "addsubcollectionfirst", {other, from, to}, {}, {}, prepend);
+        const auto &use = decisions.among(uses);
+        const auto answered = tell<ElementArea>(member.ref, use.message, use.arguments);
+        if (takeErrors() != use.errors) fail("other errors than it must raise");
+        if (!use.errors.empty()) return;
+        if (answered.value(use.answer.size()) != use.answer) fail("another answer");
+        if (use.model) use.model();
     }
     void finish(std::size_t which) {
         note("finalize");
         end(members[which].ref);
         members.erase(members.begin() + static_cast<std::ptrdiff_t>(which));
-    }
-
-    // Whether there is an element at the index, or may be one behind the last. If not, error 3 must be raised.
-    bool isPlace(const Member &member, Index index, std::size_t behind = 0) {
-        const auto is = index >= 1 && static_cast<std::size_t>(index) <= member.elements.size() + behind;
-        if (!is) expected = {3};
-        return is;
-    }
-
-    void add(Member &member) {
-        const auto element = newElement(member);
-        auto &elements = member.elements;
-        const auto atStart = member.shape == list && decisions.oneIn(2);
-        tell(member.ref, atStart ? "addfirst" : "add", {element});
-        if (member.shape == array)
-            expected = {1};
-        else if (member.shape == sorted)
-            elements.insert(std::upper_bound(elements.begin(), elements.end(), element, isBefore), element);
-        else
-            elements.insert(atStart ? elements.begin() : elements.end(), element);
-    }
-    void put(Member &member) {
-        const auto element = newElement(member);
-        const auto index = number(member.elements.size());
-        tell(member.ref, "atput", {bytesOf(index), element});
-        if (member.shape == sorted)
-            expected = {16};
-        else if (isPlace(member, index))
-            member.elements[static_cast<std::size_t>(index) - 1] = element;
-    }
-    void insert(Member &member) {
-        if (member.shape == sorted) return add(member);
-        const auto element = newElement(member);
-        const auto index = number(member.elements.size());
-        tell(member.ref, "insertbeforeindex", {element, bytesOf(index)});
-        if (isPlace(member, index, 1)) member.elements.insert(member.elements.begin() + index - 1, element);
-    }
-    void take(Member &member) {
-        const auto index = number(member.elements.size());
-        const auto removes = member.shape != array && decisions.oneIn(2);
-        const auto held = tell<ElementArea>(member.ref, removes ? "removeatindex" : "at", {bytesOf(index)});
-        if (!isPlace(member, index)) return;
-        const auto place = member.elements.begin() + index - 1;
-        if (held.value(member.width()) != *place) fail("another element");
-        if (removes) member.elements.erase(place);
-    }
-    void remove(Member &member) {
-        auto &elements = member.elements;
-        const auto count = number(elements.size());
-        const auto atStart = decisions.oneIn(2);
-        tell(member.ref, atStart ? "removefirst" : "removelast", {bytesOf(count)});
-        const auto isPossible = count >= 0 && static_cast<std::size_t>(count) <= elements.size();
-        if (!isPossible) expected = {33};
-        const auto first = atStart || !isPossible ? elements.begin() : elements.end() - count;
-        elements.erase(first, isPossible ? first + count : first);
-    }
-
-    void search(Member &member) {
-        if (member.kind == references) return take(member);
-        const auto element = newElement(member);
-        const auto size = static_cast<Index>(member.elements.size());
-        Index first = 0, last = 0, count = 0;
-        for (Index i = 1; i <= size; ++i) {
-            if (member.elements[static_cast<std::size_t>(i) - 1] != element) continue;
-            first = count++ == 0 ? i : first;
-            last = i;
-        }
-        const auto answers = [&](const char *message, Index wanted, const Arguments &arguments) {
-            if (tell<Index>(member.ref, message, arguments) != wanted) fail("another answer");
-        };
-        answers("indexof", first, {element});
-        answers("occurrencesof", count, {element});
-        answers("includes", count != 0, {element});
-        answers("lastindexof", last, {element, bytesOf(Index{1}), bytesOf(size)});
-    }
-
-    void grow(Member &member) {
-        const auto capacity = tell<Index>(member.ref, "capacity");
-        const auto wanted = number(member.elements.size());
-        if (capacity <= 200 && !decisions.oneIn(3)) {
-            tell(member.ref, "grow");
-            if (member.shape == array)
-                member.elements.resize(static_cast<std::size_t>(capacity + 10) * 2, member.filled(' '));
-        } else if (wanted <= 1000) {
-            tell(member.ref, "growto", {bytesOf(wanted)});
-            if (wanted < 0)
-                expected = {33, 32};
-            else if (member.shape == array)
-                member.elements.resize(static_cast<std::size_t>(wanted), member.filled(' '));
-            else
-                member.elements = elementsOf(member); // what lies behind the cut is gone
-        }
     }
 
     // A collection of the same elements, perhaps itself.
@@ -371,60 +328,40 @@ private:
     }
     // A collection made of it, which is looked at and kept or ended.
     void derive(Member &member) {
-        const auto other = sourceFor(member);
         const auto &all = member.elements;
         const auto size = all.size(), from = below(size + 1), to = from + below(size - from + 1);
-        const auto part = [&](std::size_t first, std::size_t end_) {
-            return Elements(all.begin() + static_cast<std::ptrdiff_t>(first),
-                            all.begin() + static_cast<std::ptrdiff_t>(end_));
+        const auto part = [&](std::size_t begin, std::size_t end_) {
+            return Elements(all.data() + begin, all.data() + end_);
         };
-        const auto element = newElement(member), after = bytesOf(from), first = bytesOf(from + 1), last = bytesOf(to);
+        const auto source = sourceFor(member);
+        const auto element = newElement(member), other = bytesOf(source.ref), first = bytesOf(from + 1),
+                   last = bytesOf(to);
         Elements inOrder = all, without = all;
         std::sort(inOrder.begin(), inOrder.end(), isBefore);
         std::erase(without, element);
         const auto derived = member.shape == sorted ? list : member.shape;
-        const struct {
-            const char *message;
-            Arguments arguments;
-            Shape shape;
-            Elements elements;
-        } ways[] = {
+        const auto replaced = joined(part(0, from), source.elements, part(to, size)),
+                   inserted = joined(part(0, from), source.elements, part(from, size));
+        const std::tuple<const char *, Arguments, Shape, Elements> ways[] = {
             {"copy", {}, member.shape, all},
             {"reverse", {}, derived, {all.rbegin(), all.rend()}},
             {"asarray", {}, array, all},
             {"copyfromto", {first, last}, derived, part(from, to)},
             {"assortedcollection", {}, sorted, inOrder},
             {"copywithout", {element}, derived, without},
-            {"copyreplace",
-             {first, last, bytesOf(other.ref)},
-             derived,
-             joined(part(0, from), other.elements, part(to, size))},
-            {"insertallafter",
-             {after, bytesOf(other.ref)},
-             derived,
-             joined(part(0, from), other.elements, part(from, size))},
-        };
-        const auto &way = ways[below(member.kind == references ? 4 : member.shape == sorted ? 7 : 8)];
-        const Member made{tell(member.ref, way.message, way.arguments), way.shape, member.kind, way.elements};
+            {"copyreplace", {first, last, other}, derived, replaced},
+            {"insertallafter", {bytesOf(from), other}, derived, inserted}};
+        const auto &[message, arguments, shape, elements] = ways[below(member.kind == references ? 4
+                                                                       : member.shape == sorted  ? 7
+                                                                                                 : 8)];
+        const Member made{tell(member.ref, message, arguments), shape, member.kind, elements};
         check(made);
-        if (members.size() < 12 && made.elements.size() < 100)
+        if (!takeErrors().empty()) fail("errors while a collection is made");
+        if (members.size() < 12 && elements.size() < 100)
             members.push_back(made);
         else
             end(made.ref);
     }
-    void addOther(Member &member) {
-        if (member.shape == sorted) return walk(member);
-        const auto other = sourceFor(member);
-        const auto atStart = decisions.oneIn(3);
-        if (decisions.oneIn(2))
-            tell(member.ref, atStart ? "addallfirst" : "addall", {bytesOf(other.ref)});
-        else
-            tell(member.ref, atStart ? "addsubcollectionfirst" : "addsubcollectionlast",
-                 {bytesOf(other.ref), bytesOf(Index{1}), bytesOf(other.elements.size())});
-        member.elements =
-            atStart ? joined(other.elements, member.elements, {}) : joined(member.elements, other.elements, {});
-    }
-
     void walk(Member &member) {
         Elements seen;
         setBlock([&](void **arguments) {
@@ -436,7 +373,7 @@ private:
         tell(member.ref, ways[way], {bytesOf(block)});
         setBlock({});
         if (way == 2) std::reverse(seen.begin(), seen.end());
-        if (seen != member.elements) fail("a walk that misses elements");
+        if (seen != member.elements || !takeErrors().empty()) fail("a walk that misses elements");
     }
 
     // ---- Bad manners --------------------------------------------------------------------------------------------
@@ -463,6 +400,11 @@ private:
 
     // What code from outside does to the collection that is at work.
     void misbehave(const Member &member) {
+        const struct Nested {
+            explicit Nested(int &deeper) : depth(++deeper) {}
+            ~Nested() { --depth; }
+            int &depth;
+        } nested(nesting);
         const auto receiver = member.ref, other = decisions.among(members).ref;
         const auto choice = below(8 + std::size(rude));
         if (choice == 0) return end(receiver);
@@ -477,13 +419,7 @@ private:
     }
     Function pest(const Member &member) {
         return [this, member](void **) -> std::int64_t {
-            if (!decisions.oneIn(4)) return decisions.below(2);
-            ++nesting;
-            const struct Leave {
-                int &level;
-                ~Leave() { --level; }
-            } leave{nesting};
-            misbehave(member);
+            if (decisions.oneIn(4)) misbehave(member);
             return decisions.below(2);
         };
     }
@@ -494,10 +430,9 @@ private:
         if (decisions.oneIn(4))
             whenRaised([this, member] {
                 try {
-                    if (nesting++ < 2 && decisions.oneIn(4)) misbehave(member);
+                    if (nesting < 2 && decisions.oneIn(4)) misbehave(member);
                 } catch (int) { // the handler is no place for it
                 }
-                --nesting;
             });
         if (member.shape == sorted && decisions.oneIn(2))
             send(SITE("setsortentry"), member.ref, Bytes{comparisonEntry});
@@ -573,7 +508,6 @@ private:
     std::vector<Member> members;
     std::vector<Ref> objects;
     std::vector<Ref> stale;
-    std::vector<Count> expected; // the errors that the operation must raise
     Ref block{};
     int nesting = 0;
 };

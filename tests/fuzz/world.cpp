@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 
 // A report of a sanitizer must end in the signal that has the program written down. What the object table holds is out
 // of the leak check's sight; the programs count objects themselves.
@@ -19,13 +20,14 @@ std::vector<Count> errors;
 std::function<void()> raised;
 Function block, comparison;
 
-void writeDown() {
-    if (remembered == nullptr) return;
-    std::fprintf(stderr, "fuzz: while doing %s; the program is in fuzz-failure.bin\n", doing.c_str());
-    if (auto *file = std::fopen("fuzz-failure.bin", "wb")) {
-        std::fwrite(remembered->soFar().data(), 1, remembered->soFar().size(), file);
-        std::fclose(file);
+// Writes the program down that fails.
+void onAbort(int) {
+    std::signal(SIGABRT, SIG_DFL);
+    if (remembered != nullptr) {
+        std::fprintf(stderr, "fuzz: while doing %s; the program is in fuzz-failure.bin\n", doing.c_str());
+        std::ofstream("fuzz-failure.bin", std::ios::binary) << remembered->soFar();
     }
+    std::abort();
 }
 
 void recordError(const oops_ref *, void *, void *, const void *, const void *number, const void *) {
@@ -43,15 +45,6 @@ std::int64_t entry(void *a, void *b, void *c, void *d, void *e, void *f, void *g
     return running ? running(arguments) : 0;
 }
 
-Ref recorder() {
-    std::byte record[512];
-    oopsrecord(record, "fuzzrec", "fuzzrecorder", CLASS("base").bits, 0, 0);
-    oopsrecordmethod(record, sizeof record, "record", reinterpret_cast<oops_method>(recordError), 4, OOPS_CLASS_METHOD);
-    oops_ref made = 0;
-    oopsnewclass2(record, &made);
-    return Ref{made};
-}
-
 } // namespace
 
 void fail(const std::string &what) {
@@ -61,11 +54,7 @@ void fail(const std::string &what) {
 void note(const std::string &what) { doing = what; }
 void remember(const Decisions *decisions) { remembered = decisions; }
 
-std::vector<Count> takeErrors() {
-    auto taken = std::move(errors);
-    errors.clear();
-    return taken;
-}
+std::vector<Count> takeErrors() { return std::exchange(errors, {}); }
 void whenRaised(std::function<void()> action) { raised = std::move(action); }
 
 void setBlock(Function function) { block = std::move(function); }
@@ -87,17 +76,17 @@ void start() {
     host_register_entry(comparisonEntry, entry<comparison>);
     // One for each error that is raised while others are being handled; behind them comes the one that ends the run.
     constexpr int depth = 16;
-    const auto errorRecorder = recorder();
+    std::byte record[512];
+    oopsrecord(record, "fuzzrec", "fuzzrecorder", CLASS("base").bits, 0, 0);
+    oopsrecordmethod(record, sizeof record, "record", reinterpret_cast<oops_method>(recordError), 4, OOPS_CLASS_METHOD);
+    oops_ref errorRecorder = 0;
+    oopsnewclass2(record, &errorRecorder);
     for (int i = 0; i < depth; ++i) {
-        const auto handler = send<Ref>(SITE("new"), CLASS("callback"), errorRecorder, Bytes{"record"});
+        const auto handler = send<Ref>(SITE("new"), CLASS("callback"), Ref{errorRecorder}, Bytes{"record"});
         keepForLibrary(handler);
         send<Ref>(SITE("setsystemhandler"), CLASS("exptnmgr"), handler);
     }
-    std::signal(SIGABRT, [](int) {
-        writeDown();
-        std::signal(SIGABRT, SIG_DFL);
-        std::abort();
-    });
+    std::signal(SIGABRT, onAbort);
 }
 
 } // namespace oocobol::fuzz

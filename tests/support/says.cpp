@@ -101,17 +101,6 @@ std::string wordsIn(Ref collection) {
     return shown;
 }
 
-// The site of a message whose name only the conversation knows: one per name, kept for the run.
-oops_site &siteOf(std::string_view name) {
-    static std::map<std::string, oops_site, std::less<>> sites;
-    auto found = sites.find(name);
-    if (found == sites.end()) {
-        found = sites.emplace(name, oops_site{}).first;
-        found->second = OOPS_SITE(found->first.c_str());
-    }
-    return found->second;
-}
-
 class Conversation {
     static constexpr std::size_t areaSize = 512;
     static constexpr char untouched = '\x7F';
@@ -258,6 +247,16 @@ void hold(Conversation &&talk, std::string_view conversation, const char *file, 
 }
 
 } // namespace
+
+oops_site &siteOf(std::string_view name) {
+    static std::map<std::string, oops_site, std::less<>> sites;
+    auto found = sites.find(name);
+    if (found == sites.end()) {
+        found = sites.emplace(name, oops_site{}).first;
+        found->second = OOPS_SITE(found->first.c_str());
+    }
+    return found->second;
+}
 
 void says(Ref receiver, std::string_view conversation, std::initializer_list<Ref> named, const char *file, int line) {
     hold(Conversation(receiver, named), conversation, file, line);

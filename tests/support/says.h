@@ -27,6 +27,7 @@
 #include <initializer_list>
 #include <string_view>
 
+#include "oocobol/oocobol.h"
 #include "runtime/types.h"
 
 namespace oocobol::test {
@@ -43,5 +44,8 @@ public:
 };
 void says(Named receiver, std::string_view conversation, std::initializer_list<Named> named = {},
           const char *file = __builtin_FILE(), int line = __builtin_LINE());
+
+// The site of a message whose name only the test knows: one per name, kept for the run.
+oops_site &siteOf(std::string_view name);
 
 } // namespace oocobol::test

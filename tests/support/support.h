@@ -101,18 +101,24 @@ private:
 
 // ---- Memory that fails --------------------------------------------------------------------------------------------
 
+// Does something while the allocation of this number fails, and perhaps all behind it; answers whether it got that far.
+template <class Deed> bool fails(std::uint64_t at, bool andAllBehind, Deed deed) {
+    AllocationFaults::failAt(at, andAllBehind);
+    deed();
+    const auto reached = AllocationFaults::count() >= at;
+    AllocationFaults::failAt(0, false);
+    return reached;
+}
+
 // Runs an action whose n-th allocation fails, that one only or all from there on, and then the check, which is told n:
 // for every n until the action needs no more. Whatever failed, the two together must leave as many objects as there
 // were. Where no allocation can be made to fail, both run once.
 template <class Action, class Check> void whileMemoryFails(bool persistently, Action action, Check check) {
-    for (std::uint64_t n = 1, allocations = 1; n <= allocations + 1; ++n) {
+    for (std::uint64_t n = 1, reached = 1; reached != 0; ++n) {
         const auto before = countInstances(null);
-        AllocationFaults::failAt(n, persistently);
-        action();
-        allocations = AllocationFaults::count();
-        AllocationFaults::failAt(0, false);
+        reached = fails(n, persistently, action) ? 1 : 0;
         check(n);
-        ASSERT_TRUE(countInstances(null) == before || n > allocations) << "allocation " << n;
+        ASSERT_TRUE(countInstances(null) == before || reached == 0) << "allocation " << n;
     }
 }
 
@@ -123,6 +129,11 @@ template <class Action, class Check> void whileMemoryFails(bool persistently, Ac
 std::string entryNamed(std::function<std::int64_t(void **arguments)> function, std::string name = {});
 // A callback on such an entry: what blocks are in most tests. The caller finalizes it.
 Ref block(std::function<std::int64_t(void **arguments)> function);
+
+// Function pointers of methods have their own parameters; the record takes them as one type.
+template <class... Parameters> oops_method asMethod(void (*code)(Parameters...)) {
+    return reinterpret_cast<oops_method>(code);
+}
 
 // A class registered through the public interface. The code of a method is a function or a lambda without captures;
 // what stands behind its object and its data, the returning item first, are the method's parameters.
@@ -145,7 +156,7 @@ public:
 private:
     OutsideClass &add(const char *name, oops_method code, int parameters, int flags);
     template <class... Parameters> OutsideClass &add(const char *name, void (*code)(Parameters...), int flags) {
-        return add(name, reinterpret_cast<oops_method>(code), int{sizeof...(Parameters)} - 2, flags);
+        return add(name, asMethod(code), int{sizeof...(Parameters)} - 2, flags);
     }
     std::vector<std::byte> record;
 };
@@ -155,11 +166,6 @@ template <class Action> void onThreads(int count, Action action) {
     for (int i = 1; i < count; ++i) others.emplace_back([&action, i] { action(i); });
     action(0);
     for (auto &running : others) running.join();
-}
-
-// Function pointers of methods have their own parameters; the record takes them as one type.
-template <class... Parameters> oops_method asMethod(void (*code)(Parameters...)) {
-    return reinterpret_cast<oops_method>(code);
 }
 
 } // namespace oocobol::test

@@ -7,21 +7,14 @@
 namespace oocobol::test {
 namespace {
 
-class Bags : public KindsTest<Road> {
-protected:
-    static Ref bagOf(const Words &words, Index size = 0) {
-        const auto bag = newCollection("bag", 4, size);
-        for (const auto &word : words) add(bag, word);
-        return bag;
-    }
-};
+class Bags : public KindsTest<Road> {};
 INSTANTIATE_TEST_SUITE_P(Kinds, Bags, testing::Values(Road{true}, Road{false}));
 
 TEST_P(Bags, CountLikeAMap) {
     std::mt19937 random(3);
     std::map<std::string, Count> model;
     Count total = 0;
-    const Temporary bag(bagOf({}));
+    const Temporary bag(newCollection("bag", 4, 0));
     for (int i = 0; i < 3000; ++i) {
         const auto word = "w" + std::to_string(random() % 60);
         const auto known = model.contains(word);
@@ -47,7 +40,7 @@ TEST_P(Bags, CountLikeAMap) {
 }
 
 TEST_P(Bags, WalkEqualElementsInARow) {
-    const Temporary bag(bagOf({"a", "b", "a", "b", "a"}));
+    const Temporary bag(hashedOf("bag", {"a", "b", "a", "b", "a"}));
     Noting walk, stopping("w", [&](const std::string &) { return send(SITE("quititeration"), bag.ref()), 0; }),
         emptying("w", [&](const std::string &word) { return sendWord(SITE("remove"), bag.ref(), word), 0; });
     const Block isB([](void **arguments) { return wordIn(arguments) == "b"; });
@@ -59,7 +52,7 @@ TEST_P(Bags, WalkEqualElementsInARow) {
 }
 
 TEST_P(Bags, HaveContentsOfTheirOwn) {
-    const Temporary bag(bagOf({"a", "a", "b"})), copy(send<Ref>(SITE("copy"), bag.ref()));
+    const Temporary bag(hashedOf("bag", {"a", "a", "b"})), copy(send<Ref>(SITE("copy"), bag.ref()));
     says(bag.ref(), "asvalueset -> (a b); $1 remove a; $1 * -> (a b); * -> (a a b)", {copy.ref()});
 
     const auto one = text("same"), other = text("same");
@@ -71,14 +64,9 @@ TEST_P(Bags, HaveContentsOfTheirOwn) {
 }
 
 TEST_P(Bags, KeepTheirTotalWhenMemoryIsShort) {
-    const Temporary bag(bagOf({"a", "b", "c", "d", "e", "f", "g", "a"}, 10));
-    for (std::uint64_t n = 1;; ++n) {
-        const auto objects = countInstances(null);
-        AllocationFaults::failAt(n, true);
-        add(bag.ref(), "h");
-        const auto reached = AllocationFaults::count() >= n;
-        AllocationFaults::failAt(0, false);
-        if (!reached) break;
+    const Temporary bag(hashedOf("bag", {"a", "b", "c", "d", "e", "f", "g", "a"}, 10));
+    const auto objects = countInstances(null);
+    for (std::uint64_t n = 1; fails(n, true, [&] { add(bag.ref(), "h"); }); ++n) {
         ASSERT_FALSE(errors.numbers().empty()) << n;
         ASSERT_EQ(countInstances(null), objects) << n;
         says(bag.ref(), "size -> 8; occurrencesof a -> 2");

@@ -52,6 +52,12 @@ inline Ref collectionOf(const char *program, Words words, Index width) {
 inline Ref listOf(const Words &words, Index width = 4) { return collectionOf("ordrdcll", words, width); }
 inline Ref sortedOf(const Words &words, Index width = 4) { return collectionOf("srtdclln", words, width); }
 inline Ref arrayOf(const Words &words, Index width = 4) { return collectionOf("array", words, width); }
+// A set or bag of so many slots.
+inline Ref hashedOf(const char *program, const Words &words, Index size = 0) {
+    const auto made = newCollection(program, 4, size);
+    for (const auto &word : words) add(made, word);
+    return made;
+}
 inline Ref referencesOf(const char *program, const std::vector<Ref> &objects) {
     std::vector<Element> elements;
     for (const auto &object : objects) elements.push_back(area(object));
@@ -82,16 +88,8 @@ inline Index numberIn(void **arguments, std::size_t which = 0) {
     return number;
 }
 // A callback on an entry, finalized with the test.
-class Block {
-public:
-    explicit Block(std::function<std::int64_t(void **)> function) : object(block(std::move(function))) {}
-    ~Block() { finalize(object); }
-    Block(const Block &) = delete;
-    Block &operator=(const Block &) = delete;
-    Ref ref() const { return object; }
-
-private:
-    Ref object;
+struct Block : Temporary {
+    explicit Block(std::function<std::int64_t(void **)> function) : Temporary(block(std::move(function))) {}
 };
 // One that notes what it gets, words ('w') and numbers ('n'), and answers what `then` makes of it: 0 unless told.
 class Noting {
@@ -147,5 +145,11 @@ public:
     OnlyMessages(const OnlyMessages &) = delete;
     OnlyMessages &operator=(const OnlyMessages &) = delete;
 };
+// Does something natively, then by messages.
+template <class Deed> void onBothRoads(Deed deed) {
+    deed();
+    const OnlyMessages sent;
+    deed();
+}
 
 } // namespace oocobol::test

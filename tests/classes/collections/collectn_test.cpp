@@ -97,13 +97,12 @@ TEST_F(Collections, JoinNoMoreThanWasMeasured) {
     static Count claimed;
     const auto liar =
         OutsideClass("liar", "liar", CLASS("base"))
-            .method("sizeinbytes", asMethod(+[](const oops_ref *, void *, void *size) {
+            .method("sizeinbytes",
+                    [](const oops_ref *, void *, void *size) {
                         claimed = claimed * 3 + 1;
                         std::memcpy(size, &claimed, sizeof claimed);
-                    }),
-                    1)
-            .method("getvalue",
-                    asMethod(+[](const oops_ref *, void *, void *value) { std::memset(value, 'L', claimed); }), 1)
+                    })
+            .method("getvalue", [](const oops_ref *, void *, void *value) { std::memset(value, 'L', claimed); })
             .registerIt();
     const Temporary object(send<Ref>(SITE("new"), liar)), comma(text(","));
     const Temporary list(referencesOf("ordrdcll", {object.ref(), object.ref(), object.ref()}));
@@ -127,31 +126,29 @@ TEST_F(Collections, CompareReferencesByAsking) {
 TEST_F(Collections, StopWhenTheyEndWhileElementsAreCompared) {
     static Ref list;
     const auto hostile = OutsideClass("endsit", "endsit", CLASS("base"))
-                             .method("equal", asMethod(+[](const oops_ref *, void *, void *, void *) {
+                             .method("equal",
+                                     [](const oops_ref *, void *, void *, void *) {
                                          if (isLive(list)) finalize(list);
-                                     }),
-                                     2)
+                                     })
                              .registerIt();
     const Temporary object(send<Ref>(SITE("new"), hostile));
-    for (const auto native : {true, false}) {
-        allowNativePaths(native);
+    onBothRoads([&] {
         list = referencesOf("ordrdcll", {object.ref(), object.ref(), object.ref()});
         EXPECT_FALSE(send<bool>(SITE("includes"), list, object.ref()));
         list = referencesOf("array", {object.ref(), object.ref()});
         EXPECT_EQ(send<Count>(SITE("occurrencesof"), list, object.ref()), 0u);
-    }
-    allowNativePaths(true);
+    });
     errors.all.clear();
 }
 
 TEST_F(Collections, AskSubclassesForTheirElements) {
     static std::string asked;
     const auto mirror = OutsideClass("mirrored", "mirroredlist", CLASS("ordrdcll"))
-                            .method("at", asMethod(+[](const oops_ref *, void *, void *element, void *index) {
+                            .method("at",
+                                    [](const oops_ref *, void *, void *element, void *index) {
                                         asked += std::to_string(*static_cast<Index *>(index));
                                         if (element != nullptr) std::memcpy(element, "same", 4);
-                                    }),
-                                    2)
+                                    })
                             .registerIt();
     const Temporary list(send<Ref>(SITE("ofvalues"), mirror, picX(4), Index{2}));
     asked.clear();
@@ -169,11 +166,11 @@ TEST_F(Collections, NoticeAMethodThatAppearsInTheMiddle) {
     const Block extending([&](void **) {
         if (asked++ == 0) {
             OutsideClass("latelist", "latelist", CLASS("array"))
-                .method("at", asMethod(+[](const oops_ref *, void *, void *element, void *) {
+                .method("at",
+                        [](const oops_ref *, void *, void *element, void *) {
                             asked += 100;
                             if (element != nullptr) std::memset(element, 'l', 4);
-                        }),
-                        2)
+                        })
                 .extend();
         }
         return 0;

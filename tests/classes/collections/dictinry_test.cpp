@@ -16,17 +16,17 @@ struct Kind {
 
 class Dictionaries : public KindsTest<Kind> {
 protected:
-    static Ref ofProgram() { return classForProgram(GetParam().program); }
-    Ref make(Ref keyTemplate, Ref dataTemplate) const {
+    Ref make(Ref keys, Ref data) const {
         auto &create = GetParam().ofObjects ? SITE("ofassociationsauto") : SITE("ofvaluesauto");
-        return send<Ref>(create, ofProgram(), keyTemplate, dataTemplate, Index{0});
+        return send<Ref>(create, ofProgram, keys, data, Index{0});
     }
+    const Ref ofProgram = classForProgram(GetParam().program);
     // Of words and the numbers behind them: "a1 b2".
     Ref dictionaryOf(const std::string &pairs) const {
         static const auto ofWords =
             send<Ref>(SITE("newclass"), CLASS("associtn"), picX(4), comp5()); // one class: the dictionaries go together
         auto &create = GetParam().ofObjects ? SITE("ofassociations") : SITE("ofvalues");
-        const auto made = send<Ref>(create, ofProgram(), ofWords, Index{0});
+        const auto made = send<Ref>(create, ofProgram, ofWords, Index{0});
         std::istringstream each(pairs);
         for (std::string pair; each >> pair;) put(made, pair.substr(0, 1), static_cast<Count>(pair[1] - '0'));
         return made;
@@ -45,17 +45,14 @@ protected:
         for (const auto &pair : pairs) joined += (joined.empty() ? "" : " ") + pair;
         return joined;
     }
-    Ref newAssociation(const std::string &key, Count datum, Ref dictionary) const {
-        const Temporary other(send<Ref>(SITE("copyempty"), dictionary));
-        put(other.ref(), key, datum);
-        return send<Ref>(SITE("associationat"), other.ref(), area(padded(key, 4)));
-    }
     // As an element: the bytes, or the reference.
     template <class Result = void>
     Result sendAssociation(oops_site &message, Ref dictionary, const std::string &key, Count datum) const {
         const auto bytes = padded(key, 4) + bytesOf(datum);
         if (!GetParam().ofObjects) return send<Result>(message, dictionary, area(bytes));
-        const Temporary association(newAssociation(key, datum, dictionary));
+        const Temporary other(send<Ref>(SITE("copyempty"), dictionary));
+        put(other.ref(), key, datum);
+        const Temporary association(send<Ref>(SITE("associationat"), other.ref(), area(bytes)));
         return send<Result>(message, dictionary, association.ref());
     }
 };
@@ -161,7 +158,7 @@ TEST_P(Dictionaries, SaySoWhenAKeyIsAbsent) {
     EXPECT_EQ(errors.numbers(), (std::vector<Count>{12, 12}));
     says(own.ref(), "atornil b -> 0; removekey b -> error 12; associationat b -> error 12; remove -> error 16; "
                     "copyemptywithsize -1 -> error 33");
-    says(ofProgram(),
+    says(ofProgram,
          "ofreferences -> error 16; withall -> error 16; ofvalues $1, -1 -> error 33; "
          "ofassociations $2, 1 -> error 33",
          {CLASS("associtn"), picX(4)});
@@ -172,30 +169,21 @@ TEST_P(Dictionaries, StayAsTheyWereWhenMemoryIsShort) {
     const Temporary own(dictionaryOf("a1 b2 c3 d4 e5 f6 g7 h8"));
     says(own.ref(), "capacity -> 12");
     const auto before = pairsOf(own.ref());
-    for (std::uint64_t n = 1;; ++n) {
-        const auto objects = countInstances(null);
-        AllocationFaults::failAt(n, true);
-        put(own.ref(), "i", 9);
-        const auto reached = AllocationFaults::count() >= n;
-        AllocationFaults::failAt(0, false);
-        // What failed may have been but the memory to remember a lookup: then the association is in.
-        if (!reached || errors.numbers().empty()) break;
+    auto objects = countInstances(null);
+    // What failed may have been but the memory to remember a lookup: then the association is in.
+    for (std::uint64_t n = 1; fails(n, true, [&] { put(own.ref(), "i", 9); }) && !errors.numbers().empty(); ++n) {
         ASSERT_EQ(countInstances(null), objects) << n;
         ASSERT_EQ(pairsOf(own.ref()), before) << n;
     }
     EXPECT_EQ(pairsOf(own.ref()), before + " i9");
-    for (std::uint64_t n = 1;; ++n) {
-        const auto objects = countInstances(null);
-        AllocationFaults::failAt(n, false);
-        const auto copy = send<Ref>(SITE("copy"), own.ref());
-        const auto reached = AllocationFaults::count() >= n;
-        AllocationFaults::failAt(0, false);
-        if (copy) {
-            EXPECT_EQ(pairsOf(copy), before + " i9") << n;
-            finalize(copy);
-        }
+    objects = countInstances(null);
+    auto reached = true;
+    for (std::uint64_t n = 1; reached; ++n) {
+        Ref copy;
+        reached = fails(n, false, [&] { copy = send<Ref>(SITE("copy"), own.ref()); });
+        EXPECT_TRUE(!copy || pairsOf(copy) == before + " i9") << n;
+        if (copy) finalize(copy);
         ASSERT_EQ(countInstances(null), objects) << n;
-        if (!reached) break;
     }
     errors.all.clear();
 }

@@ -105,57 +105,41 @@ Ref objectFor(unsigned number) {
 struct Kind {
     const char *name;
     const char *program;
-    Ref (*keyTemplate)();
+    Index width; // of keys: 0 references, 4 numbers, -4 big-endian ones, else of characters
     Hash hash;
-    bool ofAssociations;
-    bool native;
+    bool ofAssociations = false;
 };
-Ref picX10() { return picX(10); }
-Ref picX40() { return picX(40); }
-Ref bigEndian() { return CLASS("compx"); }
-Ref none() { return null; }
+constexpr Kind kinds[] = {{"texts", "valueset", 10, textHash},
+                          {"longTexts", "valueset", 40, textHash},
+                          {"numbers", "valueset", 4, numberHash},
+                          {"bigEndianNumbers", "valueset", -4, bigEndianHash},
+                          {"objects", "valueset", 0, hashOfObject},
+                          {"texts", "iset", 10, textHash},
+                          {"objects", "iset", 0, lowHalf},
+                          {"texts", "dictinry", 10, textHash},
+                          {"numbers", "dictinry", 4, numberHash},
+                          {"objects", "dictinry", 0, hashOfObject},
+                          {"textAssociations", "dictinry", 40, textHash, true},
+                          {"objectAssociations", "dictinry", 0, hashOfObject, true},
+                          {"texts", "idictnry", 10, byteHash},
+                          {"objects", "idictnry", 0, lowHalf},
+                          {"textAssociations", "idictnry", 10, byteHash, true},
+                          {"objectAssociations", "idictnry", 0, lowHalf, true}};
 
-std::vector<Kind> kinds() {
-    std::vector<Kind> both;
-    for (const auto native : {true, false}) {
-        const Kind each[] = {
-            {"texts", "valueset", picX10, textHash, false, native},
-            {"longTexts", "valueset", picX40, textHash, false, native},
-            {"numbers", "valueset", comp5, numberHash, false, native},
-            {"bigEndianNumbers", "valueset", bigEndian, bigEndianHash, false, native},
-            {"objects", "valueset", none, hashOfObject, false, native},
-            {"texts", "iset", picX10, textHash, false, native},
-            {"objects", "iset", none, lowHalf, false, native},
-            {"texts", "dictinry", picX10, textHash, false, native},
-            {"numbers", "dictinry", comp5, numberHash, false, native},
-            {"objects", "dictinry", none, hashOfObject, false, native},
-            {"textAssociations", "dictinry", picX40, textHash, true, native},
-            {"objectAssociations", "dictinry", none, hashOfObject, true, native},
-            {"texts", "idictnry", picX10, byteHash, false, native},
-            {"objects", "idictnry", none, lowHalf, false, native},
-            {"textAssociations", "idictnry", picX10, byteHash, true, native},
-            {"objectAssociations", "idictnry", none, lowHalf, true, native},
-        };
-        both.insert(both.end(), std::begin(each), std::end(each));
-    }
-    return both;
-}
-
-class Tables : public KindsTest<Kind> {
+class Tables : public testing::TestWithParam<Kind>, protected ErrorsAndLeaks {
 protected:
-    Tables() : isDictionary(std::string_view(GetParam().program).ends_with("nry")) {
-        const auto &kind = GetParam();
-        const auto keys = kind.keyTemplate();
-        if (keys) keyWidth = send<Count>(SITE("sizeinbytes"), keys);
-        auto &create = kind.ofAssociations ? SITE("ofassociationsauto") : SITE("ofvaluesauto");
-        const auto ofProgram = classForProgram(kind.program);
+    void makeTable() {
+        const auto width = GetParam().width;
+        const auto keys = width == 0 ? null : width == 4 ? comp5() : width == -4 ? CLASS("compx") : picX(width);
+        auto &create = GetParam().ofAssociations ? SITE("ofassociationsauto") : SITE("ofvaluesauto");
+        const auto ofProgram = classForProgram(GetParam().program);
         table = isDictionary ? send<Ref>(create, ofProgram, keys, comp5(), Index{10})
                              : send<Ref>(SITE("ofvalues"), ofProgram, keys, Index{0});
     }
     unsigned below(unsigned limit) { return static_cast<unsigned>(random() % limit); }
     std::string anyKey() {
         const auto number = below(300);
-        if (!GetParam().keyTemplate()) return bytesOf(objectFor(number));
+        if (GetParam().width == 0) return bytesOf(objectFor(number));
         if (keyWidth == 4) return bytesOf(number * 977 + (number % 7 == 0 ? 0x80000000U : 0));
         return padded((number % 2 == 0 ? "k" : "kkkkkkkk") + std::to_string(number), keyWidth);
     }
@@ -174,52 +158,55 @@ protected:
         }
     }
 
-    std::mt19937 random{20};
-    std::size_t keyWidth = sizeof(Ref);
-    bool isDictionary;
+    std::mt19937 random;
+    const std::size_t keyWidth =
+        GetParam().width == 0 ? sizeof(Ref) : static_cast<std::size_t>(std::abs(GetParam().width));
+    const bool isDictionary = std::string_view(GetParam().program).ends_with("nry");
     Ref table;
 };
-INSTANTIATE_TEST_SUITE_P(Kinds, Tables, testing::ValuesIn(kinds()), [](const auto &of) {
-    const auto &kind = of.param;
-    return std::string(kind.name) + "In" + kind.program + (kind.native ? "" : "ByMessages");
-});
+INSTANTIATE_TEST_SUITE_P(Kinds, Tables, testing::ValuesIn(kinds),
+                         [](const auto &of) { return std::string(of.param.name) + "In" + of.param.program; });
 
 TEST_P(Tables, AreThoseOfTheModel) {
-    TableModel model(isDictionary ? 10 : 0, keyWidth, GetParam().hash, GetParam().ofAssociations);
-    const char *wanted = std::getenv("OOCOBOL_TEST_OPERATIONS");
-    const auto operations = wanted != nullptr ? std::atoi(wanted) : 4000;
-    for (int i = 0; i < operations; ++i) {
-        const auto key = anyKey();
-        const Count datum = below(50);
-        const auto &found = model.slots[model.find(key)];
-        const auto doing = below(8);
-        if (doing < 3 && isDictionary) {
-            send(SITE("atput"), table, area(key), datum);
-            model.add(key + bytesOf(datum), true);
-        } else if (doing < 3) {
-            send(SITE("add"), table, area(key));
-            model.add(key);
-        } else if (doing < 5) {
-            send(isDictionary ? SITE("removekey") : SITE("remove"), table, area(key));
-            ASSERT_EQ(errors.numbers().empty(), model.remove(key));
-        } else if (isDictionary) {
-            ASSERT_EQ(send<bool>(SITE("includeskey"), table, area(key)), !found.empty());
-            const auto expected = found.empty() ? bytesOf(Count{0}) : found.substr(keyWidth);
-            ASSERT_EQ(bytesOf(send<Count>(SITE("atornil"), table, area(key))), expected);
-            const auto at = send<Count>(SITE("at"), table, area(key));
-            ASSERT_EQ(errors.numbers().empty(), !found.empty());
-            ASSERT_EQ(found.empty() ? expected : bytesOf(at), expected);
-        } else if (doing == 5) {
-            finalize(std::exchange(table, send<Ref>(SITE("copy"), table)));
-        } else {
-            ASSERT_EQ(send<bool>(SITE("includes"), table, area(key)), !found.empty());
-            ASSERT_EQ(send<Index>(SITE("findelement"), table, area(key)), static_cast<Index>(model.find(key)));
+    onBothRoads([&] {
+        makeTable();
+        random.seed(20);
+        TableModel model(isDictionary ? 10 : 0, keyWidth, GetParam().hash, GetParam().ofAssociations);
+        const char *wanted = std::getenv("OOCOBOL_TEST_OPERATIONS");
+        const auto operations = wanted != nullptr ? std::atoi(wanted) : 4000;
+        for (int i = 0; i < operations; ++i) {
+            const auto key = anyKey();
+            const Count datum = below(50);
+            const auto &found = model.slots[model.find(key)];
+            const auto doing = below(8);
+            if (doing < 3 && isDictionary) {
+                send(SITE("atput"), table, area(key), datum);
+                model.add(key + bytesOf(datum), true);
+            } else if (doing < 3) {
+                send(SITE("add"), table, area(key));
+                model.add(key);
+            } else if (doing < 5) {
+                send(isDictionary ? SITE("removekey") : SITE("remove"), table, area(key));
+                ASSERT_EQ(errors.numbers().empty(), model.remove(key));
+            } else if (isDictionary) {
+                ASSERT_EQ(send<bool>(SITE("includeskey"), table, area(key)), !found.empty());
+                const auto expected = found.empty() ? bytesOf(Count{0}) : found.substr(keyWidth);
+                ASSERT_EQ(bytesOf(send<Count>(SITE("atornil"), table, area(key))), expected);
+                const auto at = send<Count>(SITE("at"), table, area(key));
+                ASSERT_EQ(errors.numbers().empty(), !found.empty());
+                ASSERT_EQ(found.empty() ? expected : bytesOf(at), expected);
+            } else if (doing == 5) {
+                finalize(std::exchange(table, send<Ref>(SITE("copy"), table)));
+            } else {
+                ASSERT_EQ(send<bool>(SITE("includes"), table, area(key)), !found.empty());
+                ASSERT_EQ(send<Index>(SITE("findelement"), table, area(key)), static_cast<Index>(model.find(key)));
+            }
+            if (i % 16 != 0) continue;
+            ASSERT_NO_FATAL_FAILURE(expectSame(model)) << "operation " << i;
         }
-        if (i % 16 != 0) continue;
-        ASSERT_NO_FATAL_FAILURE(expectSame(model)) << "operation " << i;
-    }
-    ASSERT_NO_FATAL_FAILURE(expectSame(model));
-    finalize(table);
+        ASSERT_NO_FATAL_FAILURE(expectSame(model));
+        finalize(table);
+    });
 }
 
 } // namespace

@@ -3,10 +3,8 @@
 // storage and errors. Every message of sequenced collections is redefined in turn, of tables, items and texts
 // every guarded one.
 #include <algorithm>
-#include <cctype>
 #include <deque>
 #include <map>
-#include <sstream>
 
 #include "classes/collections/collection.h"
 #include "runtime/classes.h"
@@ -17,30 +15,31 @@ namespace {
 
 constexpr int mostParameters = 8;
 
-// The message that is redefined just now, and how it reached its receivers.
-struct Redefined {
+// A subclass that redefines one message, to pass it on.
+struct Redefinition {
+    std::string program, message;
+    int parameters;
     oops_super_site above{};
-    int parameters = 0;
-    std::string calls;
+    Ref ofClass{};
 };
-Redefined redefined;
+Redefinition *redefined = nullptr; // just now
+std::string calls;                 // of it, and of blocks
 
 void redefinition(const oops_ref *self, void *data, void *answer, void *a, void *b, void *c, void *d, void *e, void *f,
                   void *g) {
     void *arguments[mostParameters] = {answer, a, b, c, d, e, f, g};
-    redefined.calls += 'c';
-    for (int i = 1; i < redefined.parameters; ++i) redefined.calls += arguments[i] == nullptr ? '-' : '+';
-    oopsresolvetosuperlist(&redefined.above, self, data, redefined.parameters, arguments);
+    calls += 'c';
+    for (int i = 1; i < redefined->parameters; ++i) calls += arguments[i] == nullptr ? '-' : '+';
+    oopsresolvetosuperlist(&redefined->above, self, data, redefined->parameters, arguments);
 }
-
-Ref classRedefining(Ref superclass, const std::string &message, int parameters) {
-    static std::deque<std::string> names; // of classes and messages, for the run
-    const auto &selector = names.emplace_back(message),
-               &program = names.emplace_back("x" + std::to_string(names.size()));
-    redefined = {{{selector.c_str(), 0, 0}, program.c_str()}, parameters, {}};
-    return OutsideClass(program.c_str(), program.c_str(), superclass)
-        .method(selector.c_str(), asMethod(redefinition), parameters)
-        .registerIt();
+Redefinition &redefinitionOf(Ref superclass, const std::string &message, int parameters) {
+    static std::deque<Redefinition> made; // for the run
+    auto &one = made.emplace_back(Redefinition{"x" + std::to_string(made.size()), message, parameters, {}, {}});
+    one.above = {{one.message.c_str(), 0, 0}, one.program.c_str()};
+    one.ofClass = OutsideClass(one.program.c_str(), one.program.c_str(), superclass)
+                      .method(one.message.c_str(), asMethod(redefinition), parameters)
+                      .registerIt();
+    return one;
 }
 
 // The instance methods of a class and those above it, with their parameter counts.
@@ -80,18 +79,14 @@ constexpr char toCollections[] =
 class Usage {
 public:
     Usage(std::string_view program, Ref ofCollections, Ref items, Ref textClass)
-        : texts(textClass), noting([this](void **arguments) { return visit(arguments); }) {
-        const auto isArray = program == "array", isDictionary = program == "dictinry";
-        redefined.calls.clear();
-        auto elements = items;
-        if (isDictionary) elements = send<Ref>(SITE("newclass"), CLASS("associtn"), items, items);
-        auto &create = isDictionary ? SITE("ofassociations") : SITE("ofvalues");
-        list = send<Ref>(create, ofCollections, elements, Index{isArray ? 6 : 3});
-        other = send<Ref>(create, ofCollections, elements, Index{isArray ? 3 : 0});
-        fill(list, "123012", isDictionary);
-        fill(other, "123", isDictionary);
+        : texts(textClass), isDictionary(program == "dictinry"),
+          elements(isDictionary ? send<Ref>(SITE("newclass"), CLASS("associtn"), items, items) : items),
+          noting([this](void **arguments) { return visit(static_cast<const char *>(arguments[0])); }) {
+        calls.clear();
+        list = make(ofCollections, program == "array" ? 6 : 3, "123012");
+        other = make(ofCollections, program == "array" ? 3 : 0, "123");
         twin = send<Ref>(SITE("copy"), list);
-        for (const auto value : {'0', '2', '7'}) {
+        for (const auto value : {'2', '7'}) { // which is there, and which is not
             element = elementOf(value);
             performAll(toElements);
         }
@@ -108,62 +103,55 @@ private:
     // Bytes enough for whatever takes them for something else.
     std::string elementOf(char value) {
         if (!texts) return padded({&value, 1}, 32);
-        const char word[] = {value, 0};
-        objects.push_back(send<Ref>(SITE("withvalue"), texts, Bytes{word}));
-        return padded({reinterpret_cast<const char *>(&objects.back()), sizeof(Ref)}, 32);
+        objects.push_back(send<Ref>(SITE("withvalue"), texts, Bytes{std::string(1, value).c_str()}));
+        return padded(bytesOf(objects.back()), 32);
     }
-    void fill(Ref collection, std::string_view values, bool isDictionary) {
+    Ref make(Ref ofCollections, Index size, std::string_view values) {
+        auto &create = isDictionary ? SITE("ofassociations") : SITE("ofvalues");
+        const auto made = send<Ref>(create, ofCollections, elements, size);
         Index index = 0;
         for (const auto value : values) {
             const auto given = elementOf(value);
             ++index;
             if (isDictionary)
-                send(SITE("atput"), collection, area(given), area(elementOf('9')));
-            else if (sizeOf(collection) >= index)
-                send(SITE("atput"), collection, index, area(given));
+                send(SITE("atput"), made, area(given), area(elementOf('9')));
+            else if (sizeOf(made) >= index)
+                send(SITE("atput"), made, index, area(given));
             else
-                send(SITE("add"), collection, area(given));
+                send(SITE("add"), made, area(given));
         }
+        return made;
     }
     std::string argument(char kind) const {
-        const std::map<char, std::string> named{{'e', element},
-                                                {'d', {element.rbegin(), element.rend()}},
-                                                {'l', bytesOf(list)},
-                                                {'o', bytesOf(other)},
-                                                {'c', bytesOf(twin)},
-                                                {'x', bytesOf(noting.ref())},
-                                                {'n', bytesOf(Index{-2})},
-                                                {'m', bytesOf(Index{30})}};
-        const auto found = named.find(kind);
-        return found != named.end() ? found->second : bytesOf(Index{kind - '0'});
+        if (kind == 'e') return element;
+        if (kind == 'd') return {element.rbegin(), element.rend()};
+        if (kind >= '0' && kind <= '9') return bytesOf(Index{kind - '0'});
+        if (kind == 'n' || kind == 'm') return bytesOf(kind == 'n' ? Index{-2} : Index{30});
+        return bytesOf(kind == 'l' ? list : kind == 'o' ? other : kind == 'c' ? twin : noting.ref());
     }
-    void performAll(const char *steps) {
-        std::istringstream all(steps);
-        for (std::string step; std::getline(all >> std::ws, step, ';');) perform(step);
+    void performAll(std::string_view steps) {
+        for (std::size_t end = 0; !steps.empty(); steps.remove_prefix(std::min(end + 2, steps.size()))) {
+            end = std::min(steps.find(';'), steps.size());
+            perform(steps.substr(0, end));
+        }
     }
-    void perform(const std::string &step) {
-        static std::map<std::string, oops_site> sites;
-        const auto space = std::min(step.find(' '), step.size());
-        auto &[name, site] = *sites.emplace(step.substr(0, space), oops_site{}).first;
-        if (site.method == nullptr) site = OOPS_SITE(name.c_str());
+    void perform(std::string_view step) {
+        const auto name = step.substr(0, step.find(' '));
         std::vector<std::string> bytes{std::string(64, '\0')};
-        for (const auto kind : step.substr(std::min(space + 1, step.size()))) bytes.push_back(argument(kind));
+        for (auto i = name.size() + 1; i < step.size(); ++i) bytes.push_back(argument(step[i]));
         std::vector<void *> arguments;
         for (auto &each : bytes) arguments.push_back(each.data());
-        oocobol::send(list, site, arguments.data(), static_cast<std::uint32_t>(arguments.size()));
+        oocobol::send(list, siteOf(name), arguments.data(), static_cast<std::uint32_t>(arguments.size()));
         Ref answer;
         std::memcpy(&answer, bytes[0].data(), sizeof answer);
-        auto line = step + " = " + shown(bytes[0].data());
-        if (isMade(answer)) {
+        auto &line = seen.emplace_back(step) += " = " + shown(bytes[0].data());
+        if (isLive(answer) && fieldsOf<CollectionFields>(answer) != nullptr && answer != list && answer != other) {
             line += stored(answer);
             send<Ref>(name == "deepcopy" ? SITE("deepfinalize") : SITE("finalize"), answer);
         }
         line += stored(list) + stored(other);
         for (const auto number : errors.numbers()) line += " error " + std::to_string(number);
-        seen.push_back(line + " " + std::exchange(redefined.calls, {}));
-    }
-    bool isMade(Ref answer) const {
-        return isLive(answer) && fieldsOf<CollectionFields>(answer) != nullptr && answer != list && answer != other;
+        line += " " + std::exchange(calls, {});
     }
     // Of a value its first byte, of a reference what it refers to.
     std::string shown(const char *bytes) const {
@@ -171,31 +159,30 @@ private:
         std::memcpy(&object, bytes, sizeof object);
         const auto known = std::find(objects.begin(), objects.end(), object);
         if (known != objects.end()) return "<" + std::to_string(known - objects.begin()) + ">";
-        if (isLive(object)) return "<>";
-        const auto byte = static_cast<unsigned char>(*bytes);
-        return std::isgraph(byte) != 0 ? std::string(1, *bytes) : "#" + std::to_string(byte);
+        return isLive(object) ? "<>" : std::string(bytes, 1);
     }
     std::string stored(Ref collection) const {
         const auto *fields = fieldsOf<CollectionFields>(collection);
         if (fields == nullptr || fields->elementSize == 0) return " none";
         auto line = " " + std::to_string(fields->slotCount) + ":";
+        const auto *storage = reinterpret_cast<const char *>(fields->storage);
         Words slots;
-        for (Count at = 0; at + 8 <= fields->storageLength; at += 8)
-            slots.push_back(shown(reinterpret_cast<const char *>(fields->storage + at)));
+        for (Count at = 0; at + 8 <= fields->storageLength; at += 8) slots.push_back(shown(storage + at));
         // Where references lie in an identity set differs from run to run.
         if (classOf(collection) == CLASS("iset")) std::sort(slots.begin(), slots.end());
         for (const auto &slot : slots) line += slot;
         return line;
     }
-    std::int64_t visit(void **arguments) {
-        const auto *bytes = static_cast<const char *>(arguments[0]);
-        redefined.calls += shown(bytes);
+    std::int64_t visit(const char *bytes) {
+        calls += shown(bytes);
         Ref object;
         std::memcpy(&object, bytes, sizeof object);
         return std::find(objects.begin(), objects.end(), object) != objects.end() ? valueOf(object)[0] % 2 : *bytes % 2;
     }
 
     Ref texts; // the class of the objects that are referred to; null: there are none
+    bool isDictionary;
+    Ref elements;
     Block noting;
     RaisedErrors errors;
     Ref list, other, twin;
@@ -203,51 +190,56 @@ private:
     std::vector<Ref> objects;
 };
 
-class Redefining : public testing::TestWithParam<const char *> {
-protected:
-    // Of a family, message and program: what is used when the message is redefined there.
-    static void compare(const std::string &family, const std::string &message, int parameters,
-                        const std::string &program, bool ofReferences) {
-        SCOPED_TRACE(message + " of " + family + " in " + program + (ofReferences ? " of references" : " of values"));
-        const auto ofOwn = classRedefining(classForProgram(family.c_str()), message, parameters);
-        ASSERT_TRUE(ofOwn);
-        const auto classFor = [&](const std::string &wanted) {
-            return wanted == family ? ofOwn : classForProgram(wanted.c_str());
-        };
-        const auto used = [&] {
-            const auto items = ofReferences ? null : send<Ref>(SITE("newclass"), classFor("picx"), Index{8});
-            auto seen = Usage(program, classFor(program), items, ofReferences ? classFor("chararry") : null).seen;
-            if (items) finalize(items);
-            return seen;
-        };
-        const auto natively = used();
-        const OnlyMessages only;
-        const auto sent = used();
-        ASSERT_EQ(natively.size(), sent.size());
-        const auto [one, another] = std::mismatch(natively.begin(), natively.end(), sent.begin());
-        if (one != natively.end()) ADD_FAILURE() << "natively: " << *one << "\nby messages: " << *another;
-    }
-};
+class Redefining : public testing::TestWithParam<std::string> {};
 INSTANTIATE_TEST_SUITE_P(Classes, Redefining,
                          testing::Values("array", "ordrdcll", "srtdclln", "valueset", "bag", "dictinry", "picx",
                                          "chararry"),
-                         [](const auto &program) { return std::string(program.param); });
+                         [](const auto &program) { return program.param; });
 
 TEST_P(Redefining, IsNoticedByEveryMethod) {
-    const std::string family = GetParam();
+    const auto &family = GetParam();
     const auto ofItems = family == "picx", ofTexts = family == "chararry";
     const auto isSequenced = family == "array" || family == "ordrdcll" || family == "srtdclln";
-    for (const auto &[message, parameters] : messagesOf(classForProgram(GetParam()))) {
+    struct Case {
+        Redefinition *redefinition;
+        std::string program;
+        bool ofReferences;
+    };
+    std::vector<Case> cases;
+    for (const auto &[message, parameters] : messagesOf(classForProgram(family.c_str()))) {
         const auto isGuarded =
             std::find(std::begin(guardedMessages), std::end(guardedMessages), message) != std::end(guardedMessages);
         if (!isSequenced && !isGuarded) continue;
+        auto &one = redefinitionOf(classForProgram(family.c_str()), message, parameters);
+        ASSERT_TRUE(one.ofClass);
         for (const std::string program : {"array", "ordrdcll", "srtdclln", "valueset", "bag", "dictinry"}) {
             if (!ofItems && !ofTexts && program != family) continue;
-            if (!ofTexts) compare(family, message, parameters, program, false);
+            if (!ofTexts) cases.push_back({&one, program, false});
             // Of references, order and place in these are chance.
             if (!ofItems && isGuarded && program != "srtdclln" && program != "dictinry")
-                compare(family, message, parameters, program, true);
+                cases.push_back({&one, program, true});
         }
+    }
+    std::vector<Words> seen;
+    onBothRoads([&] {
+        for (const auto &[one, program, ofReferences] : cases) {
+            redefined = one;
+            const auto classFor = [&](const std::string &wanted) {
+                return wanted == family ? redefined->ofClass : classForProgram(wanted.c_str());
+            };
+            const auto items = ofReferences ? null : send<Ref>(SITE("newclass"), classFor("picx"), Index{8});
+            seen.push_back(Usage(program, classFor(program), items, ofReferences ? classFor("chararry") : null).seen);
+            if (items) finalize(items);
+        }
+    });
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        const auto &sent = seen[cases.size() + i];
+        ASSERT_EQ(seen[i].size(), sent.size());
+        const auto [one, another] = std::mismatch(seen[i].begin(), seen[i].end(), sent.begin());
+        if (one != seen[i].end())
+            ADD_FAILURE() << cases[i].redefinition->message << " in " << cases[i].program
+                          << (cases[i].ofReferences ? " of references" : " of values") << "\nnatively: " << *one
+                          << "\nby messages: " << *another;
     }
 }
 

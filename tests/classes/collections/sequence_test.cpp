@@ -104,8 +104,7 @@ TEST_P(Sequenced, VisitsWhatWasThereWhateverTheBlockDoes) {
         const auto own = make({"a", "b", "c"});
         auto done = false;
         const auto act = [&](const std::string &) {
-            oops_site site = OOPS_SITE(deed);
-            if (!std::exchange(done, true)) send<Ref>(site, own);
+            if (!std::exchange(done, true)) send<Ref>(siteOf(deed), own);
             return 1;
         };
         Noting hostile("w", act, width());
@@ -158,9 +157,7 @@ TEST_P(Sequenced, TakesOnlySizesThatCanBe) {
     // More bytes than a storage length can say.
     if (width() > 4) says(own.ref(), "growto 2147483647 -> error 32; * -> (a b)");
     if (OOCOBOL_CHECKED) { // only checked builds can make an allocation fail
-        AllocationFaults::failAt(1, true);
-        send(SITE("grow"), own.ref());
-        AllocationFaults::failAt(0, false);
+        fails(1, true, [&] { send(SITE("grow"), own.ref()); });
         EXPECT_EQ(errors.numbers(), std::vector<Count>{32});
         says(own.ref(), "* -> (a b)");
     }
@@ -170,8 +167,7 @@ TEST_P(Sequenced, AsksForTheStorageThatANegativeSizeWouldBe) {
     static Index asked;
     const auto greedy =
         OutsideClass("greedy", "greedy", ofProgram())
-            .method("basicgrow",
-                    asMethod(+[](const oops_ref *, void *, void *, const Index *bytes) { asked = *bytes; }), 2)
+            .method("basicgrow", [](const oops_ref *, void *, void *, const Index *bytes) { asked = *bytes; })
             .registerIt();
     const Temporary own(send<Ref>(SITE("ofvalues"), greedy, picX(GetParam().width), Index{1}));
     send<Ref>(SITE("growto"), own.ref(), Index{-3});
@@ -212,15 +208,12 @@ TEST_P(Sequenced, SurvivesEveryFailingAllocation) {
         [&] { return send<Ref>(SITE("assortedcollection"), own.ref()); },
     };
     for (const auto &scene : scenes) {
-        for (std::uint64_t at = 1;; ++at) {
-            AllocationFaults::failAt(at, false);
-            const auto made = scene();
-            const auto reached = AllocationFaults::count() >= at;
-            AllocationFaults::failAt(0, false);
+        Ref made;
+        for (std::uint64_t at = 1; fails(at, false, [&] { made = scene(); }); ++at) {
             if (isLive(made)) finalize(made);
             says(own.ref(), "* -> (b a c)");
-            if (!reached) break;
         }
+        finalize(made);
     }
     errors.all.clear();
 }

@@ -1,6 +1,4 @@
 // The two registries of named objects, and how each makes a key of a name.
-#include <thread>
-
 #include "tests/classes/collections/collections.h"
 
 namespace oocobol::test {
@@ -36,13 +34,9 @@ TEST_F(Registries, TheSystemDictionaryLeavesItOut) {
 TEST_F(Registries, TheSystemDictionaryServesThreads) {
     constexpr int threads = 4, names = 200;
     const auto name = [](int thread, int i) { return "thread " + std::to_string(thread) + " " + std::to_string(i); };
-    std::vector<std::thread> running;
-    for (int t = 0; t < threads; ++t) {
-        running.emplace_back([&, t] {
-            for (int i = 0; i < names; ++i) send(SITE("atzput"), registry, Bytes{name(t, i).c_str()}, one.ref());
-        });
-    }
-    for (auto &thread : running) thread.join();
+    onThreads(threads, [&](int t) {
+        for (int i = 0; i < names; ++i) send(SITE("atzput"), registry, Bytes{name(t, i).c_str()}, one.ref());
+    });
     for (int t = 0; t < threads; ++t) {
         for (int i = 0; i < names; ++i)
             says(registry, "atz '" + name(t, i) + "' -> $1; removekeyz '" + name(t, i) + "'", {one.ref()});

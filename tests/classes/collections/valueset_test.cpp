@@ -12,11 +12,7 @@ struct Kind {
 
 class Sets : public KindsTest<Kind> {
 protected:
-    Ref setOf(const Words &words, Index size = 0) const {
-        const auto set = newCollection(GetParam().program, 4, size);
-        for (const auto &word : words) add(set, word);
-        return set;
-    }
+    static Ref setOf(const Words &words, Index size = 0) { return hashedOf(GetParam().program, words, size); }
     // In the order of slots.
     static std::string slotsOf(Ref set) {
         std::string words;
@@ -98,13 +94,8 @@ TEST_P(Sets, RefuseWhatCannotBe) {
 TEST_P(Sets, StayAsTheyWereWhenTheyCannotGrow) {
     const Temporary set(setOf({"a", "b", "c", "d", "e", "f", "g"}, 10));
     const auto before = slotsOf(set.ref());
-    for (std::uint64_t n = 1;; ++n) {
-        AllocationFaults::failAt(n, true);
-        add(set.ref(), "h");
-        const auto reached = AllocationFaults::count() >= n;
-        AllocationFaults::failAt(0, false);
-        // What failed may have been but the memory to remember a lookup: then the element is in.
-        if (!reached || errors.numbers().empty()) break;
+    // What failed may have been but the memory to remember a lookup: then the element is in.
+    for (std::uint64_t n = 1; fails(n, true, [&] { add(set.ref(), "h"); }) && !errors.numbers().empty(); ++n) {
         ASSERT_EQ(slotsOf(set.ref()), before) << n;
         says(set.ref(), "size -> 7; capacity -> 10");
     }
