@@ -1,7 +1,6 @@
 // Conversations: messages to an object and what it must answer, several a line.
 //
-//     says(list, "add 'fig '; size -> 3; at 2 -> [fig ]; indexof 'fig ', 1 -> 2; at 0 -> error 3; sort; * -> (a fig
-//     z)");
+//     says(list, "add fig; size -> 3; at 2 -> fig; firstindexof fig -> 2; at 0 -> error 3; * -> (a fig z)");
 //
 // Messages are separated by semicolons, their arguments by commas. A message that raises an error it was not expected
 // to raise fails, whatever it answers. Areas for what no message can hold in full are tested with EXPECT_ in C++.
