@@ -51,15 +51,32 @@ bool stretchStorage(CollectionFields &fields, Count bytes) noexcept {
     return true;
 }
 
+namespace {
+// What a byte copy shares. User code that has run since may have given the receiver other storage: then it is the
+// copy's alone. There are no slots while this can run code of the program's own.
+Ref withoutStorage(Ref copy) noexcept {
+    auto *fields = changeableFields<CollectionFields>(copy);
+    if (fields == nullptr) return null;
+    const auto shared = *fields;
+    fields->storage = nullptr;
+    fields->slotCount = 0;
+    fields->storageLength = 0;
+    releaseStorage(Receiver(copy, fields), shared.storage);
+    fields = changeableFields<CollectionFields>(copy);
+    if (fields == nullptr) return null;
+    fields->slotCount = shared.slotCount;
+    fields->storageLength = shared.storageLength;
+    return copy;
+}
+} // namespace
+
 Ref copyForOwnStorage(const Receiver &self, oops_super_site &basicCopy) noexcept {
     static const auto &base = *rootFamilies().base->instances;
-    if (isPristine(base, {"basiccopy"}) && nativePath(self.ref(), {"resetcache"})) {
-        const auto copy = shallowCopy(self.ref());
-        if (copy) sendSelf(SITE("resetcache"), self);
-        return copy;
-    }
-    const auto copy = sendSuper<Ref>(basicCopy, self);
-    if (const auto *fields = fieldsOf<CollectionFields>(copy)) leaveToOthers(fields->storage);
+    if (!isPristine(base, {"basiccopy"}) || !nativePath(self.ref(), {"resetcache"}))
+        return withoutStorage(sendSuper<Ref>(basicCopy, self));
+    const auto copy = shallowCopy(self.ref());
+    if (auto *fields = changeableFields<CollectionFields>(copy)) fields->storage = nullptr;
+    if (copy) sendSelf(SITE("resetcache"), self);
     return copy;
 }
 

@@ -55,7 +55,8 @@ bool renewStorage(const Instance<SequencedFields> &self, Count bytes) noexcept;
 // block of many pages is stretched without being copied.
 bool stretchStorage(CollectionFields &fields, Count bytes) noexcept;
 
-// `basiccopy` for a method that gives the copy storage of its own: until then its fields name the receiver's.
+// `basiccopy` for a method that gives the copy storage of its own at once. Until then the copy has none, but tells its
+// lengths. Null when there is no memory.
 Ref copyForOwnStorage(const Receiver &self, oops_super_site &basicCopy) noexcept;
 
 // A number of slots as a size argument; one that no collection can have becomes -1, which every creation refuses.

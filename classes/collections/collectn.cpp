@@ -133,7 +133,6 @@ Answer<Ref> copy(Self self) {
     if (fields == nullptr) return raise(Error::noStorage);
     const auto slots = fields->slotCount;
     const auto bytes = fields->storageLength;
-    fields->storage = nullptr; // the receiver's
     fields->slotCount = 0;
     fields->storageLength = 0;
     auto *storage = allocateStorage(self, bytes);

@@ -80,7 +80,6 @@ std::byte *publish(HashedFields &fields, std::byte *storage, const TableShape &s
 Ref withOwnStorage(const Instance<HashedFields> &original, Ref copy) noexcept {
     auto *made = changeableFields<HashedFields>(copy);
     if (made == nullptr) return null;
-    made->storage = nullptr; // the original's
     if (made->capacity == 0 || original->storage == nullptr) return copy;
     const auto elements = made->slotCount;
     const TableShape shape{made->capacity, made->storageLength, made->bitmapLength};

@@ -113,7 +113,7 @@ std::byte *allocateTable(const Receiver &self, const TableShape &shape) noexcept
 // Makes this the storage of the table, with so many elements in it; answers the storage that it had.
 [[nodiscard]] std::byte *publish(HashedFields &fields, std::byte *storage, const TableShape &shape, Count elements);
 
-// Gives a byte copy of the table, whose storage is still the original's, storage of its own with the same contents.
+// Gives a byte copy of the table, which has no storage yet, storage of its own with the same contents.
 // Null, and the copy finalized, when there is no memory.
 Ref withOwnStorage(const Instance<HashedFields> &original, Ref copy) noexcept;
 

@@ -127,6 +127,14 @@ Ref allMethods(Self self) {
     return list;
 }
 
+// The eight bytes where an argument lies that may be a reference or a shorter name.
+[[gnu::no_sanitize_address]] Ref asReference(Name item) {
+    std::uint64_t bits = 0;
+    for (std::size_t i = 0; i < sizeof bits; ++i)
+        bits |= std::uint64_t{static_cast<unsigned char>(item.address[i])} << 8 * i;
+    return Ref{bits};
+}
+
 // Which message an argument of the two below names: a text object, or the name itself as messages carry it. No name
 // reads as a live reference, the bytes of which are no text; what lies behind a name in another page is not touched.
 SelectorId namedSelector(Name wanted) {
@@ -134,9 +142,8 @@ SelectorId namedSelector(Name wanted) {
     const auto name = wanted.view(sizeof(Ref));
     const auto room = pageSize - reinterpret_cast<std::uintptr_t>(wanted.address) % pageSize;
     const auto isElsewhere = room < sizeof(Ref) && name.size() < room;
-    Ref object;
-    if (name.size() == sizeof object || isElsewhere) return findSelector(wanted.view());
-    std::memcpy(&object, wanted.address, sizeof object);
+    if (name.size() == sizeof(Ref) || isElsewhere) return findSelector(wanted.view());
+    const auto object = asReference(wanted);
     if (!isLive(object)) return findSelector(wanted.view());
     auto text = textOf(object, longestName);
     text.erase(text.find_last_not_of(' ') + 1);

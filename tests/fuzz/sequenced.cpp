@@ -481,8 +481,10 @@ private:
         for (std::size_t i = 1; i < method.parameters; ++i) {
             if (decisions.oneIn(6)) continue; // left out
             const auto chosen = decisions.oneIn(3) ? static_cast<std::uint32_t>(number(8)) : anything().bits;
-            // The size that is just not refused would ask for all the memory there is.
-            areas[i] = ElementArea(bytesOf(static_cast<std::uint32_t>(chosen) == 538976287 ? 0 : chosen));
+            // What is just not refused would ask for all the memory there is.
+            const auto asked = static_cast<Index>(chosen);
+            const auto isHuge = asked == 538976287 || (asked > 1000000 && std::string_view(name) == "growto");
+            areas[i] = ElementArea(bytesOf(isHuge ? 0 : chosen));
             arguments[i] = areas[i].bytes;
         }
         const auto known = allObjects();

@@ -127,7 +127,8 @@ TEST_F(Callbacks, OnThreadsReturnBeforeTheMessageHasRun) {
     };
     const auto threaded = send<Ref>(SITE("new"), CLASS("mcallbck"), taker.ref(), Bytes{"sortbyname"}, s1);
     std::uint64_t answer = 9;
-    send(SITE("invoke"), threaded, Returning{{reinterpret_cast<std::byte *>(&answer)}}, std::uint64_t{103});
+    const std::uint64_t given = 103; // is the caller's until the message has run
+    send(SITE("invoke"), threaded, Returning{{reinterpret_cast<std::byte *>(&answer)}}, given);
     EXPECT_FALSE(hasRun);
     EXPECT_EQ(answer, 9u);
     finalize(threaded); // the message goes its way

@@ -81,7 +81,7 @@ public:
     Usage(std::string_view program, Ref ofCollections, Ref items, Ref textClass)
         : texts(textClass), isDictionary(program == "dictinry"),
           elements(isDictionary ? send<Ref>(SITE("newclass"), CLASS("associtn"), items, items) : items),
-          noting([this](void **arguments) { return visit(static_cast<const char *>(arguments[0])); }) {
+          noting([this](void **arguments) { return visit(arguments); }) {
         calls.clear();
         list = make(ofCollections, program == "array" ? 6 : 3, "123012");
         other = make(ofCollections, program == "array" ? 3 : 0, "123");
@@ -136,7 +136,7 @@ private:
         }
     }
     void perform(std::string_view step) {
-        const auto name = step.substr(0, step.find(' '));
+        const auto name = message = step.substr(0, step.find(' '));
         std::vector<std::string> bytes{std::string(64, '\0')};
         for (auto i = name.size() + 1; i < step.size(); ++i) bytes.push_back(argument(step[i]));
         std::vector<void *> arguments;
@@ -173,7 +173,10 @@ private:
         for (const auto &slot : slots) line += slot;
         return line;
     }
-    std::int64_t visit(const char *bytes) {
+    std::int64_t visit(void **arguments) {
+        const auto isIndex = message == "keysanddatado" && !isDictionary; // which is shorter than an element
+        if (isIndex) calls += std::to_string(numberIn(arguments));
+        const auto *bytes = static_cast<const char *>(arguments[isIndex ? 1 : 0]);
         calls += shown(bytes);
         Ref object;
         std::memcpy(&object, bytes, sizeof object);
@@ -186,6 +189,7 @@ private:
     Block noting;
     RaisedErrors errors;
     Ref list, other, twin;
+    std::string_view message; // that is being performed
     std::string element;
     std::vector<Ref> objects;
 };
