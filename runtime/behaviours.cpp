@@ -76,15 +76,21 @@ bool concerns(const Behaviour &behaviour, const ClassFamily &family) {
     return behaviour.classSide && (family.isRoot() || family.isBehavior());
 }
 
-std::uint64_t pristineMask(const Behaviour &behaviour) {
-    if (!nativeAllowed) return 0;
-    std::uint64_t mask = 0;
-    for (std::size_t i = 0; i < std::size(guardedMessages); ++i) {
-        const auto selector = findSelector(guardedMessages[i]);
-        const auto *method = selector == 0 ? nullptr : lookUp(behaviour, selector);
-        if (method == nullptr || method->library) mask |= std::uint64_t{1} << i;
+bool runsLibraryCode(const Behaviour &behaviour, std::string_view message) {
+    const auto selector = findSelector(message);
+    const auto *method = selector == 0 ? nullptr : lookUp(behaviour, selector);
+    return method == nullptr || method->library;
+}
+
+void findPristine(Behaviour &behaviour) {
+    for (std::size_t word = 0; word < maskWords; ++word) {
+        std::uint64_t mask = 0;
+        const auto first = word * 64, end = std::min(first + 64, std::size(guardedMessages));
+        for (auto i = first; nativeAllowed && i < end; ++i) {
+            if (runsLibraryCode(behaviour, guardedMessages[i])) mask |= std::uint64_t{1} << (i - first);
+        }
+        behaviour.pristine[word].store(mask, std::memory_order_release);
     }
-    return mask;
 }
 
 void refresh(Behaviour &behaviour) {
@@ -97,7 +103,7 @@ void refresh(Behaviour &behaviour) {
             if (method != cell.method.load(std::memory_order_relaxed)) link(cell, method);
         }
     }
-    behaviour.pristine.store(pristineMask(behaviour), std::memory_order_release);
+    findPristine(behaviour);
 }
 
 } // namespace
@@ -119,7 +125,7 @@ Behaviour *makeBehaviour(const ClassFamily *family, bool classSide) noexcept {
     behaviour->id = id;
     behaviour->family = family;
     behaviour->classSide = classSide;
-    behaviour->pristine = pristineMask(*behaviour);
+    findPristine(*behaviour);
     behaviourCount.store(id + 1, std::memory_order_release);
     return behaviour;
 }
@@ -167,9 +173,7 @@ void allowNativePaths(bool allowed) noexcept {
     const std::lock_guard guard(lock);
     nativeAllowed = allowed;
     const auto count = behaviourCount.load(std::memory_order_relaxed);
-    for (std::uint32_t id = nullBehaviour; id < count; ++id) {
-        behaviours[id].pristine.store(pristineMask(behaviours[id]), std::memory_order_release);
-    }
+    for (std::uint32_t id = nullBehaviour; id < count; ++id) findPristine(behaviours[id]);
 }
 
 } // namespace oocobol

@@ -7,6 +7,7 @@
 // concerned changed in place.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <initializer_list>
@@ -123,20 +124,31 @@ inline constexpr std::string_view guardedMessages[] = {"at",
                                                        "setdata",
                                                        "basiccopy",
                                                        "privateat",
-                                                       "withlengthvalue"};
-static_assert(std::size(guardedMessages) <= 64);
+                                                       "withlengthvalue",
+                                                       "includeskey",
+                                                       "addwithoccurrences",
+                                                       "associationsdowithoutcopy",
+                                                       "basiccopybm",
+                                                       "containscharacters",
+                                                       "containsdbcscharacters"};
+
+// One bit a message.
+inline constexpr std::size_t maskWords = (std::size(guardedMessages) + 63) / 64;
 
 class Needs {
 public:
     consteval Needs(std::initializer_list<std::string_view> names) {
-        for (const auto name : names) bits |= bitOf(name);
+        for (const auto name : names) {
+            const auto place = placeOf(name);
+            words[place / 64] |= std::uint64_t{1} << place % 64;
+        }
     }
-    std::uint64_t bits = 0;
+    std::array<std::uint64_t, maskWords> words{};
 
 private:
-    static consteval std::uint64_t bitOf(std::string_view name) {
+    static consteval std::size_t placeOf(std::string_view name) {
         for (std::size_t i = 0; i < std::size(guardedMessages); ++i) {
-            if (guardedMessages[i] == name) return std::uint64_t{1} << i;
+            if (guardedMessages[i] == name) return i;
         }
         throw "not among guardedMessages";
     }
@@ -163,7 +175,8 @@ struct CellTable {
 struct Behaviour {
     const ClassFamily *family = nullptr; // none for the behaviour of null
     std::atomic<CellTable *> cells{nullptr};
-    std::atomic<std::uint64_t> pristine{0}; // bit i: guardedMessages[i] resolves to the library's code, or to nothing
+    // Bit i: guardedMessages[i] resolves to the library's code, or to nothing.
+    std::array<std::atomic<std::uint64_t>, maskWords> pristine{};
     std::uint32_t id = 0;
     bool classSide = false;
     // On the class side, where instances need no more than a body of a pooled size: that pool, and their data's size.
@@ -205,7 +218,13 @@ void allowNativePaths(bool allowed) noexcept;
 
 // Whether every message in `needs`, sent to receivers of this behaviour, still runs library code.
 inline bool isPristine(const Behaviour &behaviour, Needs needs) noexcept {
-    return (behaviour.pristine.load(std::memory_order_acquire) & needs.bits) == needs.bits;
+    for (std::size_t word = 0; word < maskWords; ++word) {
+        // What is needed is known when this is compiled: most ask for one word, and for one message at least.
+        if (needs.words[word] == 0) continue;
+        if ((behaviour.pristine[word].load(std::memory_order_acquire) & needs.words[word]) != needs.words[word])
+            return false;
+    }
+    return true;
 }
 
 } // namespace oocobol

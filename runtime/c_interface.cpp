@@ -98,10 +98,34 @@ extern "C" {
 
 // ---- Sends ------------------------------------------------------------------------------------------------------
 
+#if defined(__x86_64__) && defined(__linux__)
+// Every message of a C or C++ program passes here. A variadic argument travels as a named one does, so the first two
+// are named: they are in registers then, while a list of variadic arguments writes all registers to memory first and
+// counts them off again. With fewer arguments they hold anything, and nobody looks at them.
+OOCOBOL_PUBLIC void resolveFromRegisters(oops_site *site, oops_ref receiver, int32_t count, void *returning,
+                                         void *first, void *second, ...) __asm__("oopsresolve");
+void resolveFromRegisters(oops_site *site, oops_ref receiver, int32_t count, void *returning, void *first, void *second,
+                          ...) {
+    void *addresses[maximumArguments];
+    addresses[0] = returning;
+    addresses[1] = first;
+    addresses[2] = second;
+    auto taken = static_cast<std::uint32_t>(count);
+    if (taken - 1 >= 3) [[unlikely]] {
+        taken = boundedCount(count);
+        va_list rest;
+        va_start(rest, second);
+        for (std::uint32_t i = 3; i < taken; ++i) addresses[i] = va_arg(rest, void *);
+        va_end(rest);
+    }
+    sendFast(Ref{receiver}, *site, addresses, taken);
+}
+#else
 void oopsresolve(oops_site *site, oops_ref receiver, int32_t count, void *returning, ...) {
     COLLECT(list, count, returning);
     sendFast(Ref{receiver}, *site, list.addresses, list.count);
 }
+#endif
 
 void oopsresolveself(oops_site *site, const oops_ref *self, void *data, int32_t count, void *returning, ...) {
     COLLECT(list, count, returning);

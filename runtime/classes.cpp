@@ -162,6 +162,7 @@ void inherit(ClassFamily &family, const ClassFamily *super) {
         family.anyInstanceInitialiser = super->anyInstanceInitialiser;
     }
     family.ancestors.push_back(&family);
+    family.depth = family.ancestors.size();
 }
 
 // The family's own data lies behind its superclass's, or takes the superclass's fields in.

@@ -105,12 +105,13 @@ struct ClassFamily {
     std::atomic<const MethodDictionary *> instanceMethods{nullptr};
     std::atomic<const MethodDictionary *> classMethods{nullptr};
     std::vector<const ClassFamily *> ancestors; // from the root to the family itself
+    std::size_t depth = 0;                      // how many these are
 
     const MethodDictionary &methods(bool onClass) const noexcept {
         return *(onClass ? classMethods : instanceMethods).load(std::memory_order_acquire);
     }
     bool isKindOf(const ClassFamily &other) const noexcept {
-        return other.ancestors.size() <= ancestors.size() && ancestors[other.ancestors.size() - 1] == &other;
+        return other.depth <= depth && ancestors[other.depth - 1] == &other;
     }
     bool isRoot() const noexcept { return super == nullptr; }
     bool isBehavior() const noexcept;

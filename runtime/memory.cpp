@@ -107,12 +107,17 @@ bool isPooled(std::size_t sizeClass) { return detail::hasBodyCaches && sizeClass
 constexpr std::size_t smallArea = 1024;
 
 void *allocate(std::size_t size) noexcept {
-    if (!mayAllocate()) return nullptr;
-    void *memory = nullptr;
-    if (size > smallArea)
-        memory = std::calloc(size, 1);
-    else if ((memory = std::malloc(size == 0 ? 1 : size)) != nullptr)
-        std::memset(memory, 0, size);
+    if (size <= smallArea) {
+        auto *memory = allocateUncleared(size);
+        return memory != nullptr ? std::memset(memory, 0, size) : nullptr;
+    }
+    auto *memory = mayAllocate() ? std::calloc(size, 1) : nullptr;
+    if (memory != nullptr) countAllocated(memory);
+    return memory;
+}
+
+void *allocateUncleared(std::size_t size) noexcept {
+    auto *memory = mayAllocate() ? std::malloc(size == 0 ? 1 : size) : nullptr;
     if (memory != nullptr) countAllocated(memory);
     return memory;
 }

@@ -18,6 +18,8 @@ struct ThreadStore;
 
 // Zero-filled, aligned to 16 bytes; null when it cannot be had. Size 0 gives an area too.
 void *allocate(std::size_t size) noexcept;
+// The same, but holding anything: for what is filled at once.
+void *allocateUncleared(std::size_t size) noexcept;
 // Resizes an area, which may move; what is new holds anything. Null, and the area stays, when it cannot be done.
 void *reallocate(void *memory, std::size_t size) noexcept;
 void release(void *memory) noexcept;

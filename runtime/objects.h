@@ -57,9 +57,13 @@ void tieClass(Ref classObject, Ref instance) noexcept;
 void keepForLibrary(Ref object) noexcept;
 
 // Notes that a registry has an entry for the object, so that it is told when the object is finalized: `finalize` of
-// `base` asks isWatched.
+// `base` asks isWatched, and before that whether anybody, component or registry, may know of the object.
 void watchObject(Ref object) noexcept;
 bool isWatched(Ref object) noexcept;
+inline bool isKnownToOthers(Ref object) noexcept {
+    auto *body = bodyOf(object);
+    return body != nullptr && isMarked(*headerOf(body), markWatched | markComponent);
+}
 
 // Calls visit(reference, class index, marks) for each live object, class objects included, in the order of indexes.
 template <class Visit> void forEachObject(Visit visit) {

@@ -255,9 +255,10 @@ void bags() {
     const char *words = load("words");
     oops_ref wordTemplate = picX(12);
     int32_t size = 10;
-    BENCH("W15", column, N, oops_ref bag = 0; SEND("ofvalues", classOf("bag"), &bag, &wordTemplate, &size),
-                                              for (int i = 0; i < N; i++) SEND("add", bag, nullptr, words + 12 * i);
-          oops_ref set = 0; SEND("asvalueset", bag, &set); check = sizeOf(set); finalize(set), finalize(bag));
+    BENCH("W15", column, N, oops_ref bag = 0;
+          SEND("ofvalues", classOf("bag"), &bag, &wordTemplate, &size),
+          for (int i = 0; i < N; i++) SEND("add", bag, nullptr, words + 12 * i), oops_ref set = 0;
+          SEND("asvalueset", bag, &set); check = sizeOf(set); finalize(set); finalize(bag));
 }
 
 // ---- Text ----------------------------------------------------------------------------------------------------------
@@ -334,6 +335,8 @@ void splits() {
 
 int main(int argc, char **argv) {
     if (argc > 1) data_dir = argv[1];
+    // As programs do before they show text; here it says that every byte is a character.
+    SEND("readyforapplicationstart", classOf("base"), nullptr);
     classes = makeClasses(std::make_integer_sequence<int, NCLASS>());
     lifecycle();
     ints = reinterpret_cast<const int32_t *>(load("ints"));

@@ -58,8 +58,7 @@ Count countOf(const Self &self, Element element) { return send<Count>(SITE("at")
 // The count of an element where it lies, as long as the dictionary is reached natively; null otherwise, or when the
 // element is absent. Good until the next message.
 std::byte *nativeCount(const Self &self, Element element) {
-    const auto found = nativeDatum(self->contents, element.address);
-    return found && self->associationClass ? *found : nullptr;
+    return self->associationClass ? nativeDatum(self->contents, element.address).address : nullptr;
 }
 Count read(const std::byte *count) {
     Count value;

@@ -7,6 +7,7 @@
 #include "classes/collections/dictionary.h"
 #include "classes/collections/shared_storage.h"
 #include "classes/intrinsics/native_element.h"
+#include "classes/object/ending.h"
 #include "host/host.h"
 
 #if OOCOBOL_CHECKED
@@ -123,7 +124,7 @@ Ref finalize(Self self) {
     self->slotCount = 0;
     self->storageLength = 0;
     releaseStorage(self, storage);
-    return sendSuper<Ref>(SUPER("finalize"), self);
+    return finalizeAtRoot(self, SUPER("finalize"), *layoutOf<CollectionFields>->super);
 }
 
 // copy () -> collection with the same elements and storage of its own. Raises 32 when there is no memory.

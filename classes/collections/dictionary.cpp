@@ -141,7 +141,7 @@ Index findKey(const Self &self, Element key, Area found, Matching matching) {
     return slot;
 }
 
-std::optional<std::byte *> nativeDatum(Ref dictionary, const std::byte *key) noexcept {
+NativeDatum nativeDatum(Ref dictionary, const std::byte *key) noexcept {
     constexpr Needs needs{"findkey", "isemptyat", "basickeyat", "basicdataat", "at", "atput", "privateat"};
     auto *fields = changeableFields<DictionaryFields>(dictionary);
     if (fields == nullptr || !nativePath(dictionary, needs)) return {};
@@ -149,9 +149,9 @@ std::optional<std::byte *> nativeDatum(Ref dictionary, const std::byte *key) noe
     if (!keys) return {};
     const auto slots = slotsOf(*fields);
     const auto slot = keys.find(slots, key);
-    if (!slot || !slots.has(*slot)) return {};
-    if (!slots.isOccupied(*slot)) return nullptr;
-    return const_cast<std::byte *>(nativePart(*fields, slots.at(*slot), Part::data));
+    if (!slots.has(slot)) return {}; // that is unknown, or there is none
+    if (!slots.isOccupied(slot)) return {nullptr, true};
+    return {const_cast<std::byte *>(nativePart(*fields, slots.at(slot), Part::data)), true};
 }
 
 } // namespace oocobol

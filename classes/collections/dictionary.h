@@ -36,9 +36,13 @@ enum class Matching { byEquality, byIdentity };
 // table has no such slot or does not stop changing; answers 0 then, and for keys that have no hash.
 Index findKey(const Instance<DictionaryFields> &self, Element key, Area found, Matching matching);
 
-// The datum of a key where it lies, null when the key is absent. None when it takes messages to find it. Good until the
-// next message.
-std::optional<std::byte *> nativeDatum(Ref dictionary, const std::byte *key) noexcept;
+// The datum of a key where it lies, null when the key is absent. Good until the next message.
+struct NativeDatum {
+    std::byte *address = nullptr;
+    bool isNative = false; // otherwise it takes messages to find it
+    explicit operator bool() const { return isNative; }
+};
+NativeDatum nativeDatum(Ref dictionary, const std::byte *key) noexcept;
 
 // ---- Parts of associations ----------------------------------------------------------------------------------------
 

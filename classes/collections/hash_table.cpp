@@ -157,7 +157,7 @@ const std::byte *NativeKeys::keyOfAssociation(const std::byte *slot) const {
     return nativeAssociation(referenceIn(slot), associationSize);
 }
 
-std::optional<Count> NativeKeys::findAmongObjects(const Slots &slots, const std::byte *key, Count hashed) const {
+Count NativeKeys::findAmongObjects(const Slots &slots, const std::byte *key, Count hashed) const {
     NativeAssociations associations(associationSize);
     auto isNative = true;
     const auto found = slots.find(hashed, [&](const std::byte *slot) {
@@ -165,7 +165,7 @@ std::optional<Count> NativeKeys::findAmongObjects(const Slots &slots, const std:
         isNative = stored != nullptr;
         return !isNative || equalKeys(stored, key, width);
     });
-    return isNative ? std::optional(found) : std::nullopt;
+    return isNative ? found : unknownPlace;
 }
 
 // ---- Adding and removing --------------------------------------------------------------------------------------------
@@ -290,10 +290,26 @@ bool placeAssociationObjects(const Slots &from, const Slots &to, const NativeKey
 } // namespace
 
 Rebuilt rebuildNatively(const Instance<HashedFields> &self, std::uint64_t capacity) {
-    constexpr Needs needs{"copy",       "finalize",   "replacecontentswith", "add",     "findelement",
-                          "isat",       "isemptyat",  "isoccuppiedat",       "basicat", "dowithoutcopy",
-                          "malloc",     "dealloc",    "basiccopy",           "species", "copyemptywithsize",
-                          "initialize", "setcollptr", "resetcache"}; // what a copy takes, too
+    constexpr Needs needs{"copy",
+                          "finalize",
+                          "replacecontentswith",
+                          "add",
+                          "findelement",
+                          "isat",
+                          "isemptyat",
+                          "isoccuppiedat",
+                          "basicat",
+                          "dowithoutcopy",
+                          "malloc",
+                          "dealloc",
+                          "basiccopy",
+                          "species",
+                          "copyemptywithsize",
+                          "initialize",
+                          "setcollptr",
+                          "resetcache",
+                          "associationsdowithoutcopy",
+                          "basiccopybm"}; // a copy's, too
     const NativeKeys keys(self.ref(), *self);
     const auto slots = slotsOf(*self);
     if (!keys || !nativePath(self.ref(), needs) || !NativeKeys::areElements(*self) || !allNative(slots, keys))

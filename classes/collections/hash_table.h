@@ -177,8 +177,10 @@ inline bool equalKeys(const std::byte *one, const std::byte *other, std::size_t 
     case 16:
         return std::memcmp(one, other, 16) == 0;
     default:
-        return std::memcmp(one, other, width) == 0;
+        break;
     }
+    if (width < 8 || width > 16) return std::memcmp(one, other, width) == 0;
+    return std::memcmp(one, other, 8) == 0 && std::memcmp(one + width - 8, other + width - 8, 8) == 0;
 }
 
 // Where a table's elements have their keys, and how these are hashed; keys are equal exactly when their bytes are.
@@ -210,8 +212,9 @@ public:
         if (keying == byBytes) return hashKeyBytes(key, width);
         return hashElement(static_cast<ElementHash>(keying - byItems), key, width);
     }
-    // The place of a key, see Slots::find. None when a key on the way must be asked for by message.
-    [[gnu::always_inline]] std::optional<Count> find(const Slots &slots, const std::byte *key) const {
+    // The place of a key, see Slots::find. `unknownPlace` when a key on the way must be asked for by message.
+    static constexpr Count unknownPlace = UINT32_MAX; // a table has fewer slots
+    [[gnu::always_inline]] Count find(const Slots &slots, const std::byte *key) const {
         const auto hashed = hash(key);
         if (associationSize != 0) return findAmongObjects(slots, key, hashed);
         return slots.find(hashed, [&](const std::byte *slot) { return equalKeys(slot, key, width); });
@@ -229,7 +232,7 @@ private:
     static std::size_t associationSizeOf(const HashedFields &fields) noexcept;
     static bool areAssociations(const HashedFields &fields) noexcept;
     const std::byte *keyOfAssociation(const std::byte *slot) const;
-    std::optional<Count> findAmongObjects(const Slots &slots, const std::byte *key, Count hashed) const;
+    Count findAmongObjects(const Slots &slots, const std::byte *key, Count hashed) const;
 
     Flag keying = byMessages;
     std::size_t width = 0;
@@ -250,9 +253,9 @@ struct NativePlace {
     if (!keys) return {};
     const auto slots = slotsOf(fields);
     const auto place = keys.find(slots, key);
-    if (!place) return {};
-    if (*place != 0) [[likely]]
-        return {static_cast<Index>(*place), slots.isOccupied(*place), true};
+    if (place == NativeKeys::unknownPlace) return {};
+    if (place != 0) [[likely]]
+        return {static_cast<Index>(place), slots.isOccupied(place), true};
     if (slots.capacity != 0) raiseUnsettled(self);
     return {0, false, true};
 }

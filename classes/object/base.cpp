@@ -5,6 +5,7 @@
 // sockets, spies and events are those of components.h.
 #include "classes/exceptions/message_text.h"
 #include "classes/object/components.h"
+#include "classes/object/ending.h"
 #include "classes/text/text_algorithms.h"
 #include "host/host.h"
 #include "runtime/module.h"
@@ -34,6 +35,7 @@ Ref deepCopy(Self self) { return sendSelf<Ref>(SITE("copy"), self); }
 
 // Lets everybody go who knows of the object: other components, and registries that have an entry for it.
 void leave(const Self &self) {
+    if (!isKnownToOthers(self.ref())) return;
     component::end(self);
     if (!isWatched(self.ref())) return;
     component::forgetEvents(self.ref());
@@ -321,4 +323,12 @@ constexpr ClassDef definition{.program = program, .name = "base", .super = "", .
 const Registered registered(definition);
 
 } // namespace
+
+Ref finalizeAtRoot(const Receiver &self, oops_super_site &finalize, const ClassFamily &above) noexcept {
+    if (!isPristine(*above.instances, {"finalize"}) || !isLive(self.ref())) return sendSuper<Ref>(finalize, self);
+    leave(self);
+    cancelObject(self.ref());
+    return null;
+}
+
 } // namespace oocobol

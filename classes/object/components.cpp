@@ -284,10 +284,10 @@ Ref objectAt(Ref table, const NameKey &name) noexcept {
         return referenceIn(slots.at(hint.slot) + NameKey::width);
     const auto datum = nativeDatum(table, name.element().address);
     if (!datum) return send<Ref>(SITE("atornil"), table, name.element());
-    if (*datum == nullptr) return null;
+    if (datum.address == nullptr) return null;
     if (slots.start != nullptr)
-        hint = {table, static_cast<Count>(static_cast<std::size_t>(*datum - slots.start) / slots.width + 1)};
-    return referenceIn(*datum);
+        hint = {table, static_cast<Count>(static_cast<std::size_t>(datum.address - slots.start) / slots.width + 1)};
+    return referenceIn(datum.address);
 }
 
 bool putObject(Ref table, const NameKey &name, Ref object) {

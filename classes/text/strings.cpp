@@ -24,14 +24,14 @@ bool makesNatively(Ref classObject) noexcept {
         !isPristine(*family->classSide, {"new", "withlengthvalue"}) ||
         !isPristine(*family->instances, {"initialize", "setvalue", "malloc"}))
         return false;
-    if (isLaidOutAs<ByteArrayFields>(*family)) return isPristine(*layoutOf<ByteArrayFields>->super->classSide, {"new"});
-    return isLaidOutAs<CharacterArrayFields>(*family) &&
-           isPristine(*layoutOf<CharacterArrayFields>->super->classSide, {"new"});
+    if (isLaidOutAs<CharacterArrayFields>(*family))
+        return isPristine(*layoutOf<CharacterArrayFields>->super->classSide, {"new"});
+    return isLaidOutAs<ByteArrayFields>(*family) && isPristine(*layoutOf<ByteArrayFields>->super->classSide, {"new"});
 }
 
-// The object and its storage in one go; null when there is no memory.
-Ref makeText(Ref classObject, std::size_t size) noexcept {
-    auto *storage = static_cast<std::byte *>(allocate(size + 1));
+// The object and its storage in one go; null when there is no memory. The characters are whatever `memory` left there.
+Ref makeText(Ref classObject, std::size_t size, void *(*memory)(std::size_t) noexcept) noexcept {
+    auto *storage = static_cast<std::byte *>(memory(size + 1));
     const auto made = storage != nullptr ? createInstance(classObject) : null;
     if (!made) {
         release(storage);
@@ -43,6 +43,7 @@ Ref makeText(Ref classObject, std::size_t size) noexcept {
     fields.elementTemplate = CLASS("picx");
     fields.slotCount = static_cast<Count>(size);
     fields.storageLength = static_cast<Count>(size);
+    storage[size] = std::byte{0};
     return made;
 }
 
@@ -62,7 +63,7 @@ bool yieldsToMixedText(Ref classObject) noexcept {
 
 NewText::NewText(Ref classObject, std::size_t wanted) noexcept : ofClass(classObject), size(wanted) {
     if (wanted > longestText) return;
-    if (makesNatively(classObject)) made = makeText(classObject, wanted);
+    if (makesNatively(classObject)) made = makeText(classObject, wanted, allocateUncleared);
     if (made)
         area = reinterpret_cast<char *>(fieldsOfMade(made).storage);
     else
@@ -91,8 +92,9 @@ Answer<Ref> NewText::finishMixed() noexcept {
 
 Answer<Ref> NewText::finish() noexcept {
     if (made) {
-        const auto isMixed = yieldsToMixedText(ofClass) && characters::anyDoubleByte({area, size});
-        return isMixed ? finishMixed() : made;
+        if (filled < size) std::memset(area + filled, 0, size - filled); // what was to be appended had become shorter
+        if (!characters::mayBeDoubleByte() || !yieldsToMixedText(ofClass)) return made;
+        return characters::anyDoubleByte({area, size}) ? finishMixed() : made;
     }
     if (!copy) return raise(Error::noInstance);
     if (!*copy) return raise(Error::noWorkArea);
@@ -123,7 +125,7 @@ bool isPosition(Index position, std::size_t size) noexcept {
 // ---- Class methods ------------------------------------------------------------------------------------------------
 
 Ref blank(Ref classObject, Index length) noexcept {
-    return makesNatively(classObject) ? makeText(classObject, static_cast<std::size_t>(length)) : null;
+    return makesNatively(classObject) ? makeText(classObject, static_cast<std::size_t>(length), allocate) : null;
 }
 
 Ref initialized(Ref made, Index length) {
@@ -143,8 +145,10 @@ namespace {
 
 // With a value that is known to be of single bytes; null where messages have to make it.
 Ref filled(const ClassSelf &self, Index length, Bytes value) noexcept {
-    const auto made = length >= 0 ? blank(self.ref(), length) : null;
-    if (made && length != 0) std::memcpy(fieldsOfMade(made).storage, value.address, static_cast<std::size_t>(length));
+    if (length < 0 || !makesNatively(self.ref())) return null;
+    const auto size = static_cast<std::size_t>(length);
+    const auto made = makeText(self.ref(), size, allocateUncleared);
+    if (made && size != 0) std::memcpy(fieldsOfMade(made).storage, value.address, size);
     return made;
 }
 
