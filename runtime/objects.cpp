@@ -211,6 +211,7 @@ Ref shallowCopy(Ref object) noexcept {
 
 bool (*contentsShared)(Ref original) = nullptr;
 void (*contentsReplaced)(Ref object) = nullptr;
+void (*contentsCopied)(Ref copy) = nullptr;
 
 Ref sharingCopy(Ref object) noexcept {
     const auto copy = shallowCopy(object);
@@ -218,6 +219,7 @@ Ref sharingCopy(Ref object) noexcept {
         cancelObject(copy);
         return null;
     }
+    if (copy && contentsCopied != nullptr) contentsCopied(copy);
     return copy;
 }
 
@@ -230,6 +232,7 @@ bool copyContents(Ref to, Ref from) noexcept {
     const auto *source = bodyOf(from);
     std::memmove(bodyOf(to), source, headerOf(const_cast<std::byte *>(source))->size);
     ++thread.epoch;
+    if (contentsCopied != nullptr) contentsCopied(to);
     return true;
 }
 

@@ -27,6 +27,9 @@ bool copyContents(Ref to, Ref from) noexcept;
 // when that cannot be noted); this object gives its area up, because its fields are about to be overwritten.
 extern bool (*contentsShared)(Ref original);
 extern void (*contentsReplaced)(Ref object);
+// Set by the module whose classes keep in their fields what is one object's alone: this one has been made, or
+// overwritten, by copying another.
+extern void (*contentsCopied)(Ref copy);
 
 // The two exchange bodies and classes. False, and nothing changed, for class objects and dead references.
 bool exchangeIdentities(Ref one, Ref other) noexcept;

@@ -3,8 +3,8 @@
 // It takes no lock: an invocation touches nothing of the callback but its counts and its cache, a cache word names a
 // cell that lives for ever, and a lock held around user code would let two threads wait for each other. What the
 // active count and the pending finalize promise holds without it.
-#include "classes/callbacks/callback.h"
-
+#include "classes/callbacks/use.h"
+#include "classes/text/characters.h"
 #include "host/host.h"
 #include "runtime/module.h"
 
@@ -29,7 +29,7 @@ Answer<Ref> create(ClassSelf self, Ref receiver, Name method, Area a, Area b, Ar
 // initialize (receiver, method name, up to 6 arguments). The name is kept in lower case; one of 80 characters and more
 // is replaced, so that the message is not understood later.
 void initialize(Self self, Ref receiver, Name method, Stored a, Stored b, Stored c, Stored d, Stored e, Stored f) {
-    auto name = method.view(callbackNameWidth);
+    auto name = upToSpaceOrNull(method);
     std::memset(self->name, name.size() > longestCallbackName ? ' ' : '\0', callbackNameWidth);
     if (name.size() > longestCallbackName) name = "callbackmethodnametoolong";
     std::memcpy(self->name, name.data(), name.size());
@@ -56,14 +56,13 @@ Answer<void> invoke(Self self, Returning answer, Brought brought) {
     }
     std::uint64_t standIn = 0;
     void *returning = answer ? static_cast<void *>(answer.address) : &standIn;
-    ++self->active;
+    Use use(self.ref(), &*self);
     std::uint32_t cache = self->methodCache;
     const auto before = cache;
     sendByName(receiver, self->name, nullptr, &cache, list.forSend(returning), maximumArguments);
     if (cache != before) self->methodCache = cache;
     list.storeBack(self);
-    --self->active;
-    if (self->finalizePending != 0 && self->active == 0) sendSelf<Ref>(SITE("finalize"), self);
+    if (const auto over = use.end()) send<Ref>(SITE("finalize"), over);
     return {};
 }
 
@@ -84,10 +83,7 @@ void resetCache(Self self) { self->methodCache = 0; }
 
 // finalize () -> null. At once when no invocation is active, else when the last one returns.
 Ref finalize(Self self) {
-    if (self->active != 0) {
-        self->finalizePending = 1;
-        return null;
-    }
+    if (!mayEnd(*self)) return null;
     self->methodCache = 0; // nothing to free: it names a cell
     return sendSuper<Ref>(SUPER("finalize"), self);
 }

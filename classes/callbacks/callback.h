@@ -18,10 +18,10 @@ struct [[gnu::packed]] EntryCallbackFields {
     char name[callbackNameWidth];
     std::uint64_t parameters[storedArguments];
     Count parameterCount;
-    Count active; // invocations in progress
+    Flag entryIsCobol, entryIsWide; // see `entry`; here they align what follows
+    Count active;                   // invocations in progress, see use.h
     // Where the entry was found the last time, for as long as no entry has been registered or withdrawn since.
     host_entry entry;
-    Flag entryIsCobol, entryIsWide;
     std::uint64_t entryVersion;
     Flag owned; // made by the library for the component that holds it
 };
@@ -35,6 +35,9 @@ struct [[gnu::packed]] CallbackFields : EntryCallbackFields {
 
 // The name fields take names of up to 79 characters; a longer one is replaced by a text that nothing is named.
 inline constexpr std::size_t longestCallbackName = 79;
+
+// What of the bytes there is the name: up to a space, of either width, or a null byte, and `callbackNameWidth` at most.
+std::string_view upToSpaceOrNull(Name name) noexcept;
 
 // Stores the 8-byte values behind the addresses, up to the first one left out.
 inline void storeParameters(EntryCallbackFields &fields, std::initializer_list<Optional<std::uint64_t>> given) {

@@ -3,6 +3,8 @@
 // The callback may be finalized by the very code that it runs: while an invocation is active, finalize only leaves a
 // note, and the last invocation to return carries it out. Invocations of one entry callback run one at a time.
 #include "classes/callbacks/native_invoke.h"
+#include "classes/callbacks/use.h"
+#include "classes/text/characters.h"
 #include "classes/text/text_values.h"
 #include "host/host.h"
 #include "runtime/module.h"
@@ -16,6 +18,17 @@ using Self = Instance<EntryCallbackFields>;
 using ClassSelf = Receiver;
 using Stored = Optional<std::uint64_t>;
 
+// A copy is not in use, and opens a mutex of its own.
+void startAnew(Ref copy) {
+    auto *fields = changeableFields<EntryCallbackFields>(copy);
+    if (fields == nullptr) return;
+    fields->lock = 0;
+    fields->finalizePending = 0;
+    fields->active = 0;
+    fields->owned = 0;
+}
+const bool noted = (contentsCopied = startAnew, true);
+
 // ---- Creation ---------------------------------------------------------------------------------------------------
 
 // new (name, up to 6 arguments) -> callback. A seventh argument raises 20.
@@ -28,12 +41,12 @@ Answer<Ref> create(ClassSelf self, Name name, Area a, Area b, Area c, Area d, Ar
 
 // The name up to its space or null byte; one that starts with a quote up to and including the closing quote.
 std::string_view entryName(Name name) {
-    if (name.address[0] != '"') return name.view(callbackNameWidth);
+    if (name.address[0] != '"') return upToSpaceOrNull(name);
     std::size_t length = 1;
     while (length < callbackNameWidth && name.address[length] != '\0') {
         const std::string_view rest(name.address + length, callbackNameWidth - length);
         if (name.address[length++] == '"') break;
-        if (length < callbackNameWidth && name.address[length] != '\0') length += host::characterLength(rest) - 1;
+        if (length < callbackNameWidth && name.address[length] != '\0') length += characters::lengthAt(rest) - 1;
     }
     return {name.address, length < callbackNameWidth ? length : callbackNameWidth};
 }
@@ -45,6 +58,7 @@ void initialize(Self self, Name name, Stored a, Stored b, Stored c, Stored d, St
     std::memset(self->name, ' ', callbackNameWidth);
     std::memcpy(self->name, stored.data(), stored.size());
     storeParameters(*self, {a, b, c, d, e, f});
+    self->entry = nullptr; // another one
     self->active = 0;
 }
 
@@ -106,16 +120,11 @@ void call(const Self &self, Returning answer, void *const *arguments) {
     answer.put(result);
 }
 
-void run(const Self &self, Returning answer, void *const *arguments) {
-    ++self->active;
-    call(self, answer, arguments);
-    --self->active;
-}
-
-void endUse(const Self &self, Hold &hold) {
-    if (self->active != 0 || self->finalizePending == 0) return;
+void endUse(Use &use, Hold &hold) {
+    const auto over = use.end();
+    if (!over) return;
     hold.release();
-    sendSelf<Ref>(SITE("finalize"), self);
+    send<Ref>(SITE("finalize"), over);
 }
 
 // invoke (up to 9 arguments) -> the entry's 8-byte answer. A tenth argument raises 21. An entry that does not exist
@@ -125,16 +134,17 @@ Answer<void> invoke(Self self, Returning answer, Brought brought) {
     Hold hold(self);
     ArgumentList list(*self);
     list.appendFrom(0, brought);
-    run(self, answer, list.forEntry());
+    Use use(self.ref(), &*self);
+    call(self, answer, list.forEntry());
     list.storeBack(self);
-    endUse(self, hold);
+    endUse(use, hold);
     return {};
 }
 
 // active () -> flag.
 bool isActive(Self self) {
     const Hold hold(self);
-    return self->active > 0;
+    return isInUse(*self);
 }
 
 // ---- Queries ----------------------------------------------------------------------------------------------------
@@ -178,10 +188,7 @@ Ref description(Self self) {
 Ref finalize(Self self) {
     {
         const Hold hold(self);
-        if (self->active != 0) {
-            self->finalizePending = 1;
-            return null;
-        }
+        if (!mayEnd(*self)) return null;
     }
     host::closeMutex(self->lock);
     self->lock = 0;
@@ -203,6 +210,16 @@ const Registered registered(definition);
 
 } // namespace
 
+std::string_view upToSpaceOrNull(Name name) noexcept {
+    const auto text = name.view(callbackNameWidth);
+    for (std::size_t at = 0; characters::mayBeDoubleByte() && at < text.size();) {
+        const auto rest = text.substr(at);
+        if (rest.starts_with(characters::doubleByteSpace)) return text.substr(0, at);
+        at += characters::lengthAt(rest);
+    }
+    return text;
+}
+
 bool invokeEntryNatively(Ref callback, const Entry &entry, void *const *list) noexcept {
     const auto *family = layoutOf<EntryCallbackFields>;
     if (family == nullptr || behaviourOf(entry.tag.load(std::memory_order_acquire)) != family->instances->id ||
@@ -211,8 +228,9 @@ bool invokeEntryNatively(Ref callback, const Entry &entry, void *const *list) no
     const Self self(callback, reinterpret_cast<EntryCallbackFields *>(entry.body.load(std::memory_order_relaxed)));
     if (self->parameterCount != 0) return false;
     Hold hold(self);
-    run(self, {{static_cast<std::byte *>(list[0])}}, list + 1);
-    endUse(self, hold);
+    Use use(callback, &*self);
+    call(self, {{static_cast<std::byte *>(list[0])}}, list + 1);
+    endUse(use, hold);
     return true;
 }
 

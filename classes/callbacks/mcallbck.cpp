@@ -39,7 +39,7 @@ void sendMessage(void *block) {
 
 // invoke (up to 9 arguments). A tenth argument raises 21.
 Answer<void> invoke(Self self, Brought brought) {
-    if (brought[invokeArguments]) return raise(Error::tooManyArguments);
+    if (brought[invokeArguments]) return raise(Error::tooManyArguments).answering(sizeof(std::uint64_t));
     Message message{};
     message.receiver = self->receiver;
     std::memcpy(message.name, self->name, callbackNameWidth);

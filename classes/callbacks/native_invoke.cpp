@@ -1,5 +1,6 @@
 #include "classes/callbacks/native_invoke.h"
 
+#include "classes/callbacks/use.h"
 #include "runtime/send_fast.h"
 
 namespace oocobol {
@@ -48,10 +49,9 @@ bool invokeMessage(Ref callback, CallbackFields &fields, void *const *list) {
     const auto *entry = findEntry(receiver);
     const auto *cell = entry != nullptr ? cellOfMessage(fields, *entry) : nullptr;
     if (cell == nullptr) return false;
-    ++fields.active;
+    Use use(callback, &fields);
     sendThrough(*cell, receiver, list);
-    auto *now = fieldsOfCallback(callback);
-    if (now != nullptr && --now->active == 0 && now->finalizePending != 0) send<Ref>(SITE("finalize"), callback);
+    if (const auto over = use.end()) send<Ref>(SITE("finalize"), over);
     return true;
 }
 

@@ -36,6 +36,12 @@ inline bool hasFixedLength(const ClassFamily &family) noexcept {
     return isPristine(*family.instances, needs) && isPristine(*family.classSide, needs) &&
            !isLaidOutAs<DoubleByteClassData>(family);
 }
+// The length that an instance's class has now: as a rule the instance has as many bytes.
+inline Count classLengthOf(const std::byte *instance) noexcept {
+    const auto *header = headerOf(const_cast<std::byte *>(instance));
+    const auto *data = bodyOf(referenceAt(header->classIndex));
+    return data != nullptr ? reinterpret_cast<const IntrinsicClassData *>(data)->length : header->size;
+}
 // Whether such an instance is made, read and set by the plain methods of `intrinsic`, as long as they are the
 // library's.
 inline bool isPlainItemFamily(const ClassFamily &family) noexcept {

@@ -18,7 +18,7 @@ Count itemLength(const Receiver &self) {
             if (const auto *data = classDataOf<IntrinsicClassData>(self.ref().withoutStatic())) return data->length;
         }
     } else if (const auto *behaviour = behaviourOfObject(self.ref())) {
-        if (!behaviour->classSide && hasFixedLength(*behaviour->family)) return headerOf(bodyOf(self.ref()))->size;
+        if (!behaviour->classSide && hasFixedLength(*behaviour->family)) return classLengthOf(bodyOf(self.ref()));
     }
     return sendSelf<Count>(SITE("sizeinbytes"), self);
 }
@@ -83,7 +83,9 @@ Ref nativeItemOfNewClass(Ref classObject, std::string_view value) noexcept {
 }
 
 Answer<Ref> itemOfNewClass(Ref classObject, std::string_view value) {
-    if (const auto made = nativeItemOfNewClass(classObject, value)) return made;
+    if (!characters::anyDoubleByte(value)) {
+        if (const auto made = nativeItemOfNewClass(classObject, value)) return made;
+    }
     const auto made = send<Ref>(SITE("newclass"), classObject, static_cast<Index>(value.size()));
     if (!made) return null;
     return itemOfClass(made, value);
@@ -213,12 +215,12 @@ Count size(Self self) {
     const auto *behaviour = behaviourOfObject(self.ref());
     if (behaviour != nullptr && hasFixedLength(*behaviour->family) &&
         isPristine(*behaviour->family->classSide, {"size"}))
-        return headerOf(bodyOf(self.ref()))->size;
+        return classLengthOf(bodyOf(self.ref()));
     return send<Count>(SITE("size"), self.classObject());
 }
 Count sizeInBytes(Self self) {
     const auto *behaviour = behaviourOfObject(self.ref());
-    if (behaviour != nullptr && hasFixedLength(*behaviour->family)) return headerOf(bodyOf(self.ref()))->size;
+    if (behaviour != nullptr && hasFixedLength(*behaviour->family)) return classLengthOf(bodyOf(self.ref()));
     return send<Count>(SITE("sizeinbytes"), self.classObject());
 }
 
@@ -264,7 +266,8 @@ enum class Length { ownKind, characters };
 Index comparedLength(const Self &self, Ref other, std::string_view value, Length kind) {
     const auto size = send<Count>(SITE("size"), other);
     const auto [count, endsInHalf] = characters::counted(value);
-    if (kind == Length::characters || countsCharacters(self.ref())) return static_cast<Index>(count - endsInHalf);
+    if (kind == Length::characters || countsCharacters(self.ref()))
+        return static_cast<Index>(std::min<std::size_t>(size, count - endsInHalf));
     const auto isMixed = isMixedText(other) || countsCharacters(other);
     return static_cast<Index>(isMixed ? value.size() : std::min<std::size_t>(size, value.size()));
 }

@@ -65,7 +65,9 @@ void initializeClass(ClassSelf self) {
 // characters, whichever class is asked.
 Ref nativeItem(Ref classObject, Index length, Bytes value) {
     const auto *family = familyOfClass(classObject);
-    if (family == nullptr || !copiesItemsNatively(*family) || !makesClassesNatively(*family)) return null;
+    if (length < 0 || length > longestItem || family == nullptr || !copiesItemsNatively(*family) ||
+        !makesClassesNatively(*family))
+        return null;
     const auto isMixed = countsCharacters(*family);
     if (!isMixed && !anyDoubleByte(length, value)) return nativeItemOfNewClass(classObject, textAt(length, value));
     const auto characterCount = static_cast<std::size_t>(length);
@@ -80,7 +82,7 @@ Answer<Ref> withLength(ClassSelf self, Index length) {
     return send<Ref>(SITE("new"), made);
 }
 Answer<Ref> withLengthValue(ClassSelf self, Index length, Bytes value) {
-    if (const auto made = length >= 0 ? nativeItem(self.ref(), length, value) : null) return made;
+    if (const auto made = nativeItem(self.ref(), length, value)) return made;
     const auto made = sendSelf<Ref>(SITE("newclass"), self, length);
     if (!made) return null;
     return send<Ref>(SITE("withvalue"), made, value);
@@ -135,8 +137,9 @@ Answer<bool> equalsIgnoreCase(Self self, Ref other) {
 // equalsignorecasebylengthvalue (length, value) -> flag.
 Answer<bool> equalsIgnoreCaseByLengthValue(Self self, Index length, Bytes value) {
     const auto *family = familyOf(self);
-    if (family != nullptr && isPlainItemFamily(*family) && isPristine(*family->classSide, {"newclass", "withvalue"}) &&
-        isLibraryMessage(*family->instances, "equalsignorecase") && !anyDoubleByte(length, value)) {
+    if (length >= 0 && length <= longestItem && family != nullptr && makesItemsNatively(*family) &&
+        makesClassesNatively(*family) && isLibraryMessage(*family->instances, "equalsignorecase") &&
+        !anyDoubleByte(length, value)) {
         return equalIgnoringCase(textOfItem(self), textAt(length, value));
     }
     CopiedText own(textOfItem(self));
@@ -146,7 +149,7 @@ Answer<bool> equalsIgnoreCaseByLengthValue(Self self, Index length, Bytes value)
     const auto otherClass = send<Ref>(SITE("newclass"), ownClass, length);
     if (!otherClass) return false;
     const Temporary other(send<Ref>(SITE("withvalue"), otherClass, value));
-    return send<bool>(SITE("equalsignorecase"), one.ref(), other.ref());
+    return one && other && send<bool>(SITE("equalsignorecase"), one.ref(), other.ref());
 }
 
 // hash () -> count.

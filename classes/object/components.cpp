@@ -381,17 +381,6 @@ Ref receiverOf(Ref callback) {
     return fields != nullptr && method->library ? fields->receiver : send<Ref>(SITE("getreceiver"), callback);
 }
 
-Ref copyOfCallback(Ref callback) {
-    const auto copy = send<Ref>(SITE("copy"), callback);
-    if (auto *fields = changeableFields<EntryCallbackFields>(copy)) {
-        fields->lock = 0;
-        fields->finalizePending = 0;
-        fields->active = 0;
-        fields->owned = 0;
-    }
-    return copy;
-}
-
 void finalizeCallback(Ref owner, Ref callback) {
     const Hold hold(owner);
     finalizeLive(callback);

@@ -172,8 +172,6 @@ template <class Visit> void forEachOutput(Ref outputs, Visit visit) {
 
 // A callback's receiver; null for one that has none, as those on entries.
 Ref receiverOf(Ref callback);
-// A copy that starts as a callback of its own: not in use, and nobody's. Null when memory is short.
-Ref copyOfCallback(Ref callback);
 // Finalizes a callback that others may be about to invoke: under the mutex of the component that it belongs to.
 void finalizeCallback(Ref owner, Ref callback);
 

@@ -58,7 +58,7 @@ Ref copyOfHandler(Ref target, Ref socket, const NameKey &signal, bool &wanted) {
     const auto *record = hold.record();
     const auto handler = record != nullptr && record->sockets ? objectAt(socket, signal) : null;
     wanted = !handler.isNull();
-    return handler ? copyOfCallback(handler) : null;
+    return handler ? send<Ref>(SITE("copy"), handler) : null;
 }
 
 bool haveSameMessage(const CallbackFields &one, const CallbackFields &other) {

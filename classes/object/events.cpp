@@ -112,7 +112,7 @@ Answer<void> refuseDead(Ref object) { return raise(object.isNull() ? Error::inva
 Answer<void> setEvent(const Self &self, Count number, Ref callback) {
     if (!isLive(callback)) return refuseDead(callback);
     if (!isLive(self.ref())) return raise(Error::invalidParameter);
-    const auto copy = copyOfCallback(callback);
+    const auto copy = send<Ref>(SITE("copy"), callback);
     if (!copy) return raise(Error::noStorage);
     Ref former{};
     {

@@ -3,6 +3,7 @@
 // The mutex is let go of while a receiver runs, which may do anything to the list: so the list is looked at again
 // before each turn. Those who have been connected meanwhile follow, once, unless they were served already.
 #include "classes/callbacks/native_invoke.h"
+#include "classes/callbacks/use.h"
 #include "classes/object/components.h"
 #include "classes/text/text_values.h"
 #include "runtime/send_fast.h"
@@ -48,21 +49,15 @@ private:
 
 // ---- One receiver --------------------------------------------------------------------------------------------------
 
-// A callback in use is not finalized before the last use ends. Both under the mutex of the sender; ending a use answers
-// whether it is to be finalized now.
-void beginUse(Ref callback) {
-    if (auto *fields = fieldsOfCallback(callback)) ++fields->active;
-}
-template <class After> bool endUse(Ref callback, After after) {
-    auto *fields = fieldsOfCallback(callback);
-    if (fields == nullptr) return false;
-    after(*fields);
-    return fields->active != 0 && --fields->active == 0 && fields->finalizePending != 0;
+// After an invocation of a callback, under the mutex of the sender. What is to be finalized now, or null.
+template <class After> Ref endUse(Use &use, Ref callback, After after) {
+    if (auto *fields = fieldsOfCallback(callback)) after(*fields);
+    return use.end();
 }
 // The same when the sender has gone meanwhile: then only those who use the callback can still get at it.
-template <class After> bool endUseOfOrphan(Ref callback, After after) {
+template <class After> Ref endUseOfOrphan(Use &use, Ref callback, After after) {
     const SlotGuard guard(callback);
-    return endUse(callback, after);
+    return endUse(use, callback, after);
 }
 
 // ---- The walk ------------------------------------------------------------------------------------------------------
@@ -189,11 +184,11 @@ private:
         outside(callback, action, [](CallbackFields &) {});
     }
     template <class Action, class After> void outside(Ref callback, Action action, After after) {
-        beginUse(callback);
+        Use use(callback, fieldsOfCallback(callback));
         hold.release();
         action();
-        const auto isOver = comeBack() != nullptr ? endUse(callback, after) : endUseOfOrphan(callback, after);
-        if (isOver) send<Ref>(SITE("finalize"), callback);
+        const auto over = comeBack() != nullptr ? endUse(use, callback, after) : endUseOfOrphan(use, callback, after);
+        if (over) send<Ref>(SITE("finalize"), over);
     }
 
     void traceSending(Ref callback) {

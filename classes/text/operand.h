@@ -2,6 +2,7 @@
 // `sizeinbytes` and `getvalue`.
 #pragma once
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 
@@ -21,7 +22,8 @@ inline std::string_view nativeValue(Ref object) noexcept {
     auto *data = entry->body.load(std::memory_order_relaxed);
     if (isLaidOutAs<MixedTextFields>(*behaviour.family)) return mixedBytesOf(object);
     if (isTextFamily(*behaviour.family)) return charactersOf(*reinterpret_cast<CollectionFields *>(data));
-    if (isPlainItemFamily(*behaviour.family)) return {reinterpret_cast<const char *>(data), headerOf(data)->size};
+    if (isPlainItemFamily(*behaviour.family))
+        return {reinterpret_cast<const char *>(data), std::min(headerOf(data)->size, classLengthOf(data))};
     return {};
 }
 

@@ -208,7 +208,7 @@ bool greaterThanByLengthValue(const Self &self, Index length, Bytes value) {
 // ---- Reading and writing --------------------------------------------------------------------------------------------
 
 void setValue(const Self &self, Bytes value) {
-    if (self->slotCount != 0) std::memmove(self->storage, value.address, self->slotCount);
+    if (const auto size = charactersOf(self).size(); size != 0) std::memmove(self->storage, value.address, size);
 }
 
 Answer<void> moveValue(const Self &self, Ref other) {
@@ -223,13 +223,13 @@ Answer<void> moveValue(const Self &self, Ref other) {
 }
 
 Answer<void> atPut(const Self &self, Index position, Bytes character) {
-    if (!isPosition(position, self->slotCount)) return pass(SITE("errorinbounds"));
+    if (!isPosition(position, charactersOf(self).size())) return pass(SITE("errorinbounds"));
     std::memcpy(slotOf(*self, static_cast<Count>(position)), character.address, 1);
     return {};
 }
 
 void asParameter(const Self &self, Returning value) {
-    if (self->storage != nullptr) value.store(self->storage, std::size_t{self->slotCount} + 1);
+    if (self->storage != nullptr) value.store(self->storage, charactersOf(self).size() + 1);
 }
 
 namespace {

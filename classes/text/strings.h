@@ -20,10 +20,12 @@ inline bool isTextFamily(const ClassFamily &family) noexcept {
     return isLaidOutAs<CharacterArrayFields>(family) || isLaidOutAs<ByteArrayFields>(family);
 }
 
-// The characters of a text; good until the next message.
+// The characters of a text, no more than there is storage for: whoever initializes one says how wide elements are. Good
+// until the next message.
 inline std::string_view charactersOf(const CollectionFields &fields) noexcept {
     if (fields.storage == nullptr) return {};
-    return {reinterpret_cast<const char *>(fields.storage), fields.slotCount};
+    const auto size = fields.slotCount < fields.storageLength ? fields.slotCount : fields.storageLength;
+    return {reinterpret_cast<const char *>(fields.storage), size};
 }
 
 inline constexpr std::size_t longestText = 0x7FFFFFFE;
