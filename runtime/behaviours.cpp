@@ -12,6 +12,7 @@ namespace oocobol {
 
 constinit Cell *cells = nullptr;
 constinit Behaviour *behaviours = nullptr;
+constinit std::atomic<std::uint32_t> maskChanges{2};
 
 namespace {
 
@@ -167,6 +168,7 @@ void methodsChanged(const ClassFamily &family) noexcept {
     for (std::uint32_t id = nullBehaviour; id < count; ++id) {
         if (concerns(behaviours[id], family)) refresh(behaviours[id]);
     }
+    maskChanges += 2;
 }
 
 void allowNativePaths(bool allowed) noexcept {
@@ -174,6 +176,7 @@ void allowNativePaths(bool allowed) noexcept {
     nativeAllowed = allowed;
     const auto count = behaviourCount.load(std::memory_order_relaxed);
     for (std::uint32_t id = nullBehaviour; id < count; ++id) findPristine(behaviours[id]);
+    maskChanges += 2;
 }
 
 } // namespace oocobol

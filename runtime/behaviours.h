@@ -213,6 +213,10 @@ inline CellNumber numberOf(const Cell *cell) {
 // Brings cells and masks up to date after `family` gained methods.
 void methodsChanged(const ClassFamily &family) noexcept;
 
+// Rises by 2, from 2 on, whenever the mask of a behaviour may have changed: what was found out about behaviours may be
+// kept with this number, and holds as long as it is the same.
+OOCOBOL_LOCAL extern constinit std::atomic<std::uint32_t> maskChanges;
+
 // Forces the dispatched road everywhere (and back): a test switch, and what message tracing sets.
 void allowNativePaths(bool allowed) noexcept;
 

@@ -144,11 +144,11 @@ Index findKey(const Self &self, Element key, Area found, Matching matching) {
 NativeDatum nativeDatum(Ref dictionary, const std::byte *key) noexcept {
     constexpr Needs needs{"findkey", "isemptyat", "basickeyat", "basicdataat", "at", "atput", "privateat"};
     auto *fields = changeableFields<DictionaryFields>(dictionary);
-    if (fields == nullptr || !nativePath(dictionary, needs)) return {};
+    if (fields == nullptr || !(isProven(dictionary, *fields) || nativePath(dictionary, needs))) return {};
     const NativeKeys keys(dictionary, *fields);
     if (!keys) return {};
     const auto slots = slotsOf(*fields);
-    const auto slot = keys.find(slots, key);
+    const auto slot = keys.find(*fields, key);
     if (!slots.has(slot)) return {}; // that is unknown, or there is none
     if (!slots.isOccupied(slot)) return {nullptr, true};
     return {const_cast<std::byte *>(nativePart(*fields, slots.at(slot), Part::data)), true};

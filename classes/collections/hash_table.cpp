@@ -71,7 +71,6 @@ std::byte *publish(HashedFields &fields, std::byte *storage, const TableShape &s
     fields.storageLength = shape.slotBytes;
     fields.bitmapLength = shape.bitmapBytes;
     fields.slotCount = elements;
-    fields.divisor = shape.capacity;
     fields.magic = magicOf(shape.capacity);
     ++fields.changes;
     return old;
@@ -145,6 +144,15 @@ void NativeKeys::learn(Ref table, HashedFields &fields) noexcept {
     if (isOfDictionary && holdsObjects(asDictionary(fields))) fields.keying |= throughObjects;
 }
 
+bool proveKeys(Ref table, HashedFields &fields, Count changes) noexcept {
+    constexpr Needs needs{"findelement", "isemptyat",   "isat", "isoccuppiedat", "findkey",
+                          "basickeyat",  "basicdataat", "at",   "atput",         "privateat"};
+    fields.proven = changes; // until it is: making the keys asks, too
+    const auto proven = nativePath(table, needs) && NativeKeys(table, fields) && NativeKeys::areElements(fields);
+    if (proven) fields.proven = changes + 1;
+    return proven;
+}
+
 std::size_t NativeKeys::associationSizeOf(const HashedFields &fields) noexcept {
     return std::size_t{asDictionary(fields).keySize} + asDictionary(fields).dataSize;
 }
@@ -157,13 +165,13 @@ const std::byte *NativeKeys::keyOfAssociation(const std::byte *slot) const {
     return nativeAssociation(referenceIn(slot), associationSize);
 }
 
-Count NativeKeys::findAmongObjects(const Slots &slots, const std::byte *key, Count hashed) const {
-    NativeAssociations associations(associationSize);
+Count NativeKeys::findAmongObjects(const HashedFields &table, NativeKeys keys, const std::byte *key) noexcept {
+    NativeAssociations associations(keys.associationSize);
     auto isNative = true;
-    const auto found = slots.find(hashed, [&](const std::byte *slot) {
+    const auto found = slotsOf(table).find(keys.hash(key), [&](const std::byte *slot) {
         const auto *stored = associations.at(referenceIn(slot));
         isNative = stored != nullptr;
-        return !isNative || equalKeys(stored, key, width);
+        return !isNative || equalKeys(stored, key, keys.width);
     });
     return isNative ? found : unknownPlace;
 }

@@ -22,8 +22,8 @@ struct [[gnu::packed]] HashedFields : CollectionFields {
     Count capacity;
     // For the library only:
     Count changes;       // rises with every change of the table
-    Count divisor;       // the capacity that `magic` belongs to
-    std::uint64_t magic; // finds the remainder of a division by it
+    std::uint64_t magic; // finds the remainder of a division by the capacity
+    Count proven;        // see isProven
     Flag lacking;        // an element could not be added for want of memory or of a settled table
     Flag keying;         // how keys are found natively, see NativeKeys; 0 until that is asked for
     Count keyWidth;
@@ -62,7 +62,7 @@ struct Slots {
 
     // The slot where an element of that hash is, or where it would go: the first one that is empty or matches. 0 when
     // there is no such slot.
-    template <class Matches> Count find(Count hash, Matches matches) const {
+    template <class Matches> [[gnu::always_inline]] Count find(Count hash, Matches matches) const {
         if (capacity == 0) return 0;
         auto slot = home(hash);
         for (Count probed = 0; probed < capacity; ++probed, slot = after(slot)) {
@@ -77,9 +77,7 @@ private:
 
 inline Slots slotsOf(const HashedFields &fields) {
     if (fields.storage == nullptr || fields.capacity == 0) return {};
-    const auto known = fields.divisor == fields.capacity;
-    return {fields.storage, fields.storage + fields.storageLength, fields.elementSize, fields.capacity,
-            known ? std::uint64_t{fields.magic} : magicOf(fields.capacity)};
+    return {fields.storage, fields.storage + fields.storageLength, fields.elementSize, fields.capacity, fields.magic};
 }
 
 // Puts an element into an empty slot; empties an occupied one. Neither looks at what lies behind.
@@ -160,12 +158,13 @@ Index findPlace(const Self &self, Count hash, IsEmpty isEmpty, Matches matches) 
 
 // The hash of a value key that is matched by its bytes: h x 47 + byte from the first byte to the last, made positive.
 Count hashKeyBytes(const std::byte *key, std::size_t width) noexcept;
-// The hash of a reference that is matched by identity: its low half.
-inline Count hashReference(const std::byte *reference) {
-    Count low;
-    std::memcpy(&low, reference, sizeof low);
-    return low;
+inline std::uint64_t loadReference(const std::byte *address) {
+    std::uint64_t reference;
+    std::memcpy(&reference, address, sizeof reference);
+    return reference;
 }
+// The hash of a reference that is matched by identity: its low half.
+inline Count hashReference(const std::byte *reference) { return static_cast<Count>(loadReference(reference)); }
 
 // Whether two keys are the same; without a call for the common widths.
 inline bool equalKeys(const std::byte *one, const std::byte *other, std::size_t width) noexcept {
@@ -183,15 +182,23 @@ inline bool equalKeys(const std::byte *one, const std::byte *other, std::size_t 
     return std::memcmp(one, other, 8) == 0 && std::memcmp(one + width - 8, other + width - 8, 8) == 0;
 }
 
+// Whether no message on the way to a key, from those to the table down to those to its keys, has code other than the
+// library's. The fields are the table's. Looked into when behaviours have changed; the table keeps what came out.
+bool proveKeys(Ref table, HashedFields &fields, Count changes) noexcept;
+inline bool isProven(Ref table, HashedFields &fields) noexcept {
+    const auto changes = maskChanges.load(std::memory_order_acquire);
+    if (fields.proven == changes + 1) [[likely]]
+        return true;
+    return fields.proven != changes && proveKeys(table, fields, changes);
+}
+
 // Where a table's elements have their keys, and how these are hashed; keys are equal exactly when their bytes are.
 // A template's items count as long as they were when the table was first looked at.
 class NativeKeys {
 public:
     // None when finding a key takes messages other than those that the caller answers for. The fields are the table's.
     NativeKeys(Ref table, HashedFields &fields) noexcept {
-        if (fields.keying == unknown) [[unlikely]]
-            learn(table, fields);
-        if (fields.keyItems != nullptr && !areNativeElements(*fields.keyItems)) return;
+        if (!isProven(table, fields) && !areItemsNative(table, fields)) return;
         keying = fields.keying & ~(ofDictionary | throughObjects);
         width = fields.keyWidth;
         if ((fields.keying & throughObjects) != 0) associationSize = associationSizeOf(fields);
@@ -212,18 +219,31 @@ public:
         if (keying == byBytes) return hashKeyBytes(key, width);
         return hashElement(static_cast<ElementHash>(keying - byItems), key, width);
     }
-    // The place of a key, see Slots::find. `unknownPlace` when a key on the way must be asked for by message.
+    // The place of a key in the table, see Slots::find. `unknownPlace` when a key on the way must be asked for by
+    // message.
     static constexpr Count unknownPlace = UINT32_MAX; // a table has fewer slots
-    [[gnu::always_inline]] Count find(const Slots &slots, const std::byte *key) const {
-        const auto hashed = hash(key);
-        if (associationSize != 0) return findAmongObjects(slots, key, hashed);
-        return slots.find(hashed, [&](const std::byte *slot) { return equalKeys(slot, key, width); });
+    [[gnu::always_inline]] Count find(const HashedFields &table, const std::byte *key) const {
+        if (associationSize != 0) return findAmongObjects(table, *this, key);
+        const auto slots = slotsOf(table);
+        if (keying != byReference)
+            return slots.find(hash(key), [&](const std::byte *slot) { return equalKeys(slot, key, width); });
+        const auto wanted = loadReference(key);
+        return slots.find(static_cast<Count>(wanted),
+                          [&](const std::byte *slot) { return loadReference(slot) == wanted; });
     }
 
     // For a table whose elements are made of something else now.
-    static void forget(HashedFields &fields) { fields.keying = unknown; }
+    static void forget(HashedFields &fields) {
+        fields.keying = unknown;
+        fields.proven = 0;
+    }
 
 private:
+    static bool areItemsNative(Ref table, HashedFields &fields) noexcept {
+        if (fields.keying == unknown) [[unlikely]]
+            learn(table, fields);
+        return fields.keyItems == nullptr || areNativeElements(*fields.keyItems);
+    }
     // Those above `byItems` are its sum with an ElementHash.
     static constexpr Flag unknown = 0, byMessages = 1, byReference = 2, byBytes = 3, byItems = 4;
     static constexpr Flag ofDictionary = 0x40, throughObjects = 0x80;
@@ -232,7 +252,8 @@ private:
     static std::size_t associationSizeOf(const HashedFields &fields) noexcept;
     static bool areAssociations(const HashedFields &fields) noexcept;
     const std::byte *keyOfAssociation(const std::byte *slot) const;
-    Count findAmongObjects(const Slots &slots, const std::byte *key, Count hashed) const;
+    // Takes the keys as a copy: those of the caller stay in registers.
+    static Count findAmongObjects(const HashedFields &table, NativeKeys keys, const std::byte *key) noexcept;
 
     Flag keying = byMessages;
     std::size_t width = 0;
@@ -246,24 +267,30 @@ struct NativePlace {
     bool isNative = false; // otherwise it takes messages: some of those named, or others
     explicit operator bool() const { return isNative; }
 };
-[[gnu::always_inline]] inline NativePlace findKeyNatively(const Receiver &self, HashedFields &fields,
-                                                          const std::byte *key, Needs messages) {
-    if (!nativePath(self.ref(), messages)) return {};
-    const NativeKeys keys(self.ref(), fields);
-    if (!keys) return {};
+[[gnu::always_inline]] inline NativePlace findByKeys(const Receiver &self, const HashedFields &fields,
+                                                     const NativeKeys &keys, const std::byte *key) {
     const auto slots = slotsOf(fields);
-    const auto place = keys.find(slots, key);
+    const auto place = keys.find(fields, key);
     if (place == NativeKeys::unknownPlace) return {};
     if (place != 0) [[likely]]
         return {static_cast<Index>(place), slots.isOccupied(place), true};
     if (slots.capacity != 0) raiseUnsettled(self);
     return {0, false, true};
 }
+[[gnu::always_inline]] inline NativePlace findKeyNatively(const Receiver &self, HashedFields &fields,
+                                                          const std::byte *key, Needs messages) {
+    if (!isProven(self.ref(), fields) && !nativePath(self.ref(), messages)) return {};
+    const NativeKeys keys(self.ref(), fields);
+    return keys ? findByKeys(self, fields, keys, key) : NativePlace{};
+}
 // The same for an element as it would lie in a slot.
 [[gnu::always_inline]] inline NativePlace findElementNatively(const Receiver &self, HashedFields &fields,
                                                               const std::byte *element, Needs messages) {
-    const auto *key = NativeKeys::areElements(fields) ? NativeKeys(self.ref(), fields).of(element) : nullptr;
-    return key != nullptr ? findKeyNatively(self, fields, key, messages) : NativePlace{};
+    const auto proven = isProven(self.ref(), fields);
+    if (!proven && !nativePath(self.ref(), messages)) return {};
+    const NativeKeys keys(self.ref(), fields);
+    const auto *key = keys && (proven || NativeKeys::areElements(fields)) ? keys.of(element) : nullptr;
+    return key != nullptr ? findByKeys(self, fields, keys, key) : NativePlace{};
 }
 
 // ---- Growing and removing -------------------------------------------------------------------------------------------
