@@ -75,12 +75,6 @@ bool reserveObjectTable() noexcept {
     return false;
 }
 
-Ref referenceAt(std::uint32_t index) noexcept {
-    if (index >= objects.limit.load(std::memory_order_acquire)) return null;
-    const auto generation = static_cast<std::uint32_t>(objects.entries[index].tag.load(std::memory_order_acquire));
-    return (generation & 1) != 0 ? Ref{index | std::uint64_t{generation} << 32} : null;
-}
-
 void closeGate(bool closed) noexcept {
     const std::lock_guard guard(tableLock);
     gateClosed = closed;

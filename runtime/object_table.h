@@ -102,7 +102,11 @@ std::byte *endObject(Ref ref, Entry &entry) noexcept;
 std::byte *removeObject(Ref ref, Entry &entry) noexcept;
 
 // The reference that reaches the object at an index now; null when it is free.
-Ref referenceAt(std::uint32_t index) noexcept;
+inline Ref referenceAt(std::uint32_t index) noexcept {
+    if (index >= objects.limit.load(std::memory_order_acquire)) return null;
+    const auto generation = static_cast<std::uint32_t>(objects.entries[index].tag.load(std::memory_order_acquire));
+    return (generation & 1) != 0 ? Ref{index | std::uint64_t{generation} << 32} : null;
+}
 
 // All sends take the slow road while closed.
 void closeGate(bool closed) noexcept;

@@ -267,7 +267,7 @@ bool exchangeIdentities(Ref one, Ref other) noexcept {
 
 Ref peekClass(Ref object) noexcept { return findClass(object).classObject; }
 
-Ref classOf(Ref object) noexcept {
+Ref classOfSlowly(Ref object) noexcept {
     const auto found = findClass(object);
     if (found.instance != nullptr && isMarked(*found.instance, markTied)) [[unlikely]]
         untie(found.classObject);

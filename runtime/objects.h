@@ -39,7 +39,13 @@ bool cancelObject(Ref object) noexcept;
 
 // The class of an object: `behavior` for class objects, `nilobject` for null, the class named by a static self; null
 // for a dead reference.
-Ref classOf(Ref object) noexcept;
+Ref classOfSlowly(Ref object) noexcept;
+inline Ref classOf(Ref object) noexcept {
+    auto *body = bodyOf(object);
+    if (body == nullptr || isMarked(*headerOf(body), markClass | markTied)) [[unlikely]]
+        return classOfSlowly(object);
+    return referenceAt(headerOf(body)->classIndex);
+}
 
 // The same for the library's own use: a class that it made for one item does not count as handed out, and goes with its
 // last instance all the same. The answer must not reach user code.

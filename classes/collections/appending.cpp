@@ -55,6 +55,16 @@ bool appendNatively(const Receiver &receiver, Ref source) noexcept {
     return true;
 }
 
+bool appendReference(Ref list, Ref object) noexcept {
+    const auto *entry = findEntry(list);
+    static const auto &ordered = *familyOfClass(CLASS("ordrdcll"))->instances;
+    if (entry == nullptr || behaviourOf(entry->tag.load(std::memory_order_acquire)) != ordered.id) return false;
+    auto &fields = *reinterpret_cast<DynamicFields *>(entry->body.load(std::memory_order_relaxed));
+    if (fields.last >= fields.slotCount || !holdsReferences(fields) || !isPristine(ordered, {"add"})) return false;
+    std::memcpy(slotOf(fields, ++fields.last), &object, sizeof object);
+    return true;
+}
+
 bool fillNatively(Ref made, Ref source) noexcept {
     if (!walksNatively(source) || !nativePath(made, {"atput"})) return false;
     NativeElements elements(source, {"at"});

@@ -35,7 +35,6 @@ Ref deepCopy(Self self) { return sendSelf<Ref>(SITE("copy"), self); }
 
 // Lets everybody go who knows of the object: other components, and registries that have an entry for it.
 void leave(const Self &self) {
-    if (!isKnownToOthers(self.ref())) return;
     component::end(self);
     if (!isWatched(self.ref())) return;
     component::forgetEvents(self.ref());
@@ -46,7 +45,7 @@ void leave(const Self &self) {
 // finalize () -> null. A null receiver raises 27; a reference that is no longer live never gets here.
 Answer<Ref> finalize(Self self) {
     if (self.isNull()) return raise(Error::nullReceiver);
-    leave(self);
+    if (isKnownToOthers(self.ref())) leave(self);
     cancelObject(self.ref());
     return null;
 }
@@ -326,7 +325,7 @@ const Registered registered(definition);
 
 Ref finalizeAtRoot(const Receiver &self, oops_super_site &finalize, const ClassFamily &above) noexcept {
     if (!isPristine(*above.instances, {"finalize"}) || !isLive(self.ref())) return sendSuper<Ref>(finalize, self);
-    leave(self);
+    if (isKnownToOthers(self.ref())) leave(self);
     cancelObject(self.ref());
     return null;
 }

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "runtime/module.h"
+#include "classes/collections/appending.h"
 
 namespace oocobol {
 
@@ -15,8 +15,10 @@ template <class Make, class Next> Answer<Ref> listOfPieces(Index capacity, Make 
     Count size = 0;
     for (std::string_view piece = next(); !piece.empty(); piece = next()) {
         const Answer<Ref> made = make(piece);
+        ++size;
+        if (made.value && appendReference(list, made.value)) continue;
         if (made.value) send(SITE("add"), list, made.value);
-        if (made.value && send<Count>(SITE("size"), list) == ++size) continue;
+        if (made.value && send<Count>(SITE("size"), list) == size) continue;
         if (made.value) send<Ref>(SITE("finalize"), made.value);
         send<Ref>(SITE("deepfinalize"), list);
         if (made.failure) return made.failure;

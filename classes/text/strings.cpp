@@ -1,6 +1,7 @@
 #include "classes/text/strings.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "classes/intrinsics/intrinsic.h"
 #include "classes/text/operand.h"
@@ -17,16 +18,27 @@ namespace {
 // The fields of an instance that has been made here.
 SequencedFields &fieldsOfMade(Ref made) noexcept { return *reinterpret_cast<SequencedFields *>(bodyOf(made)); }
 
+bool makesNatively(const ClassFamily &family) noexcept {
+    if (family.anyInstanceInitialiser || !isPristine(*family.classSide, {"new", "withlengthvalue"}) ||
+        !isPristine(*family.instances, {"initialize", "setvalue", "malloc"}))
+        return false;
+    if (isLaidOutAs<CharacterArrayFields>(family))
+        return isPristine(*layoutOf<CharacterArrayFields>->super->classSide, {"new"});
+    return isLaidOutAs<ByteArrayFields>(family) && isPristine(*layoutOf<ByteArrayFields>->super->classSide, {"new"});
+}
+
+// The class side that was last found to make its texts natively, above the number of changes until then.
+constinit std::atomic<std::uint64_t> nativeMaker{0};
+
 // Whether a text of the class may be made without running code from outside.
 bool makesNatively(Ref classObject) noexcept {
-    const auto *family = familyOfClass(classObject);
-    if (family == nullptr || family->anyInstanceInitialiser ||
-        !isPristine(*family->classSide, {"new", "withlengthvalue"}) ||
-        !isPristine(*family->instances, {"initialize", "setvalue", "malloc"}))
-        return false;
-    if (isLaidOutAs<CharacterArrayFields>(*family))
-        return isPristine(*layoutOf<CharacterArrayFields>->super->classSide, {"new"});
-    return isLaidOutAs<ByteArrayFields>(*family) && isPristine(*layoutOf<ByteArrayFields>->super->classSide, {"new"});
+    const auto *behaviour = behaviourOfObject(classObject);
+    if (behaviour == nullptr) return false;
+    const auto asked = std::uint64_t{behaviour->id} << 32 | maskChanges.load(std::memory_order_acquire);
+    if (nativeMaker.load(std::memory_order_relaxed) == asked) return true;
+    if (!behaviour->classSide || !makesNatively(*behaviour->family)) return false;
+    nativeMaker.store(asked, std::memory_order_relaxed);
+    return true;
 }
 
 // The object and its storage in one go; null when there is no memory. The characters are whatever `memory` left there.
@@ -102,7 +114,26 @@ Answer<Ref> NewText::finish() noexcept {
     return send<Ref>(SITE("withlengthvalue"), ofClass, static_cast<Index>(size), copy->text());
 }
 
+namespace {
+
+// Of bytes that are known to be single characters. Null where messages have to make it.
+Ref nativeText(Ref classObject, std::string_view bytes, std::string_view more = {}) noexcept {
+    const auto size = bytes.size() + more.size();
+    if (size > longestText || !makesNatively(classObject)) return null;
+    const auto made = makeText(classObject, size, allocateUncleared);
+    if (!made) return null;
+    auto *storage = fieldsOfMade(made).storage;
+    if (!bytes.empty()) std::memcpy(storage, bytes.data(), bytes.size());
+    if (!more.empty()) std::memcpy(storage + bytes.size(), more.data(), more.size());
+    return made;
+}
+
+} // namespace
+
 Answer<Ref> textOfClass(Ref classObject, std::string_view bytes) noexcept {
+    if (!characters::mayBeDoubleByte()) {
+        if (const auto made = nativeText(classObject, bytes)) return made;
+    }
     return NewText(classObject, bytes.size()).append(bytes).finish();
 }
 
@@ -141,22 +172,9 @@ Ref ofValues(const ClassSelf &self, Ref, Index count) { return sendSelf<Ref>(SIT
 Answer<Ref> ofReferences(const ClassSelf &, Index) { return pass(SITE("shouldnotimplement")); }
 Ref withAll(const ClassSelf &, Ref other) { return send<Ref>(SITE("copy"), other); }
 
-namespace {
-
-// With a value that is known to be of single bytes; null where messages have to make it.
-Ref filled(const ClassSelf &self, Index length, Bytes value) noexcept {
-    if (length < 0 || !makesNatively(self.ref())) return null;
-    const auto size = static_cast<std::size_t>(length);
-    const auto made = makeText(self.ref(), size, allocateUncleared);
-    if (made && size != 0) std::memcpy(fieldsOfMade(made).storage, value.address, size);
-    return made;
-}
-
-} // namespace
-
 Answer<Ref> withLengthValue(const ClassSelf &self, Index length, Bytes value) {
     if (!yieldsToMixedText(self.ref()) || !characters::anyDoubleByte(textAt(length, value))) {
-        if (const auto made = filled(self, length, value)) return made;
+        if (const auto made = length >= 0 ? nativeText(self.ref(), textAt(length, value)) : null) return made;
     }
     const auto made = sendSelf<Ref>(SITE("new"), self, length);
     if (made) send(SITE("setvalue"), made, value);
@@ -164,7 +182,7 @@ Answer<Ref> withLengthValue(const ClassSelf &self, Index length, Bytes value) {
 }
 
 Answer<Ref> withByteLengthValue(const ClassSelf &self, Index length, Bytes value) {
-    if (const auto made = filled(self, length, value)) return made;
+    if (const auto made = length >= 0 ? nativeText(self.ref(), textAt(length, value)) : null) return made;
     return sendSelf<Ref>(SITE("withlengthvalue"), self, length, value);
 }
 
@@ -266,6 +284,11 @@ Count sizeInBytes(const Self &self) { return self->slotCount; }
 // ---- Other texts made of it -----------------------------------------------------------------------------------------
 
 Answer<Ref> concat(const Self &self, Ref other) {
+    if (!characters::mayBeDoubleByte()) {
+        const auto added = nativeValue(other);
+        const auto made = added.data() != nullptr ? nativeText(self.classObject(), charactersOf(self), added) : null;
+        if (made) return made;
+    }
     const Operand value(other);
     if (value.failure()) return value.failure();
     const auto size = charactersOf(self).size();
