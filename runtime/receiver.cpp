@@ -15,6 +15,11 @@ namespace {
 }
 } // namespace
 
+void *resolveAgain(Ref self, void *data, const ClassFamily *layout, bool classSide) noexcept {
+    auto *body = bodyOf(self);
+    return body != nullptr && body == data ? body : resolveData(self, data, layout, classSide);
+}
+
 void *resolveData(Ref self, void *data, const ClassFamily *layout, bool classSide) noexcept {
     if (!isLive(self)) return standInFor(self, data);
     const auto &entry = objects.entries[self.index()];

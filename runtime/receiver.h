@@ -58,6 +58,8 @@ protected:
 
 // The object's data if it still is of that layout, else the zeroed stand-in.
 void *resolveData(Ref self, void *data, const ClassFamily *layout, bool classSide) noexcept;
+// The same for data that once came from it: a live object with the same body still is what it was.
+void *resolveAgain(Ref self, void *data, const ClassFamily *layout, bool classSide) noexcept;
 
 namespace detail {
 template <class Fields, bool classSide> class ReceiverOf : public Receiver {
@@ -67,7 +69,7 @@ public:
 
     Fields *operator->() const noexcept {
         if (seen != thread.epoch) [[unlikely]] {
-            body = resolveData(reference, body, layoutOf<Fields>, classSide);
+            body = resolveAgain(reference, body, layoutOf<Fields>, classSide);
             seen = thread.epoch;
         }
         return static_cast<Fields *>(body);

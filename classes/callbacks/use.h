@@ -2,6 +2,10 @@
 // whichever thread that is.
 #pragma once
 
+#include <atomic>
+#include <cstddef>
+#include <sys/single_threaded.h>
+
 #include "classes/callbacks/callback.h"
 
 namespace oocobol {
@@ -10,18 +14,48 @@ namespace oocobol {
 class Use {
 public:
     // The fields are the callback's; null for what is none, where nothing is counted.
-    Use(Ref callback, EntryCallbackFields *fields) noexcept;
+    Use(Ref used, EntryCallbackFields *fields) noexcept
+        : callback(fields != nullptr ? used : null), body(reinterpret_cast<std::byte *>(fields)) {
+        if (fields != nullptr) add(activeOf(*fields), 1);
+    }
     Use(const Use &) = delete;
     Use &operator=(const Use &) = delete;
     // To be called once. The callback when it is to be finalized now, mostly null. It goes by another reference when
     // it has changed places with another object meanwhile.
-    [[nodiscard]] Ref end() noexcept;
+    [[nodiscard]] Ref end() noexcept {
+        auto *now = bodyOf(callback);
+        if (now != body) [[unlikely]]
+            now = findAgain();
+        return now != nullptr ? leave(*reinterpret_cast<EntryCallbackFields *>(now)) : null;
+    }
 
 private:
-    EntryCallbackFields *fieldsNow() noexcept;
+    // The fields are packed, but this one is aligned all the same: several threads may count in it.
+    static std::atomic_ref<Count> activeOf(EntryCallbackFields &fields) noexcept {
+        constexpr auto offset = offsetof(EntryCallbackFields, active);
+        static_assert(offset % std::atomic_ref<Count>::required_alignment == 0);
+        return std::atomic_ref(*reinterpret_cast<Count *>(reinterpret_cast<std::byte *>(&fields) + offset));
+    }
+    static void add(std::atomic_ref<Count> count, Count change) noexcept {
+        if (__libc_single_threaded != 0)
+            count.store(count.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
+        else
+            count += change;
+    }
+    Ref leave(EntryCallbackFields &fields) const noexcept {
+        const auto active = activeOf(fields);
+        if (active == 0) return null; // it was initialized anew
+        add(active, static_cast<Count>(-1));
+        return active == 0 && fields.finalizePending != 0 && takePending(fields) ? callback : null;
+    }
+    std::byte *findAgain() noexcept;
+    static bool takePending(EntryCallbackFields &fields) noexcept;
+
+    friend bool isInUse(const EntryCallbackFields &fields) noexcept;
+    friend bool mayEnd(EntryCallbackFields &fields) noexcept;
 
     Ref callback;
-    const std::byte *body; // never read: it tells where the callback is now
+    const std::byte *body; // tells where the callback is now; never read
 };
 
 bool isInUse(const EntryCallbackFields &fields) noexcept;
