@@ -66,9 +66,6 @@ Count read(const std::byte *count) {
     return value;
 }
 
-// add (element).
-void add(Self self, Element element) { sendSelf(SITE("addwithoccurrences"), self, element, Count{1}); }
-
 // addwithoccurrences (element, count).
 void addWithOccurrences(Self self, Element element, Count count) {
     if (auto *stored = nativeCount(self, element)) {
@@ -83,6 +80,12 @@ void addWithOccurrences(Self self, Element element, Count count) {
     send(SITE("atput"), self->contents, element, sum);
     // A new element that could not be stored has raised why.
     if (!isNew || send<Count>(SITE("size"), self->contents) != before) self->slotCount += count;
+}
+
+// add (element).
+void add(Self self, Element element) {
+    if (nativePath(self.ref(), {"addwithoccurrences"})) return addWithOccurrences(self, element, 1);
+    sendSelf(SITE("addwithoccurrences"), self, element, Count{1});
 }
 
 // occurrencesof (element) -> count. includes (element) -> flag.

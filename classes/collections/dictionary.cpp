@@ -141,17 +141,35 @@ Index findKey(const Self &self, Element key, Area found, Matching matching) {
     return slot;
 }
 
+namespace {
+
+// The fields of a dictionary, mostly one of the class itself.
+DictionaryFields *fieldsOfDictionary(Ref dictionary) noexcept {
+    const auto *entry = findEntry(dictionary);
+    const auto *family = layoutOf<DictionaryFields>;
+    if (entry == nullptr || family == nullptr) return nullptr;
+    if (behaviourOf(entry->tag.load(std::memory_order_acquire)) != family->instances->id)
+        return changeableFields<DictionaryFields>(dictionary);
+    return reinterpret_cast<DictionaryFields *>(entry->body.load(std::memory_order_relaxed));
+}
+
+} // namespace
+
 NativeDatum nativeDatum(Ref dictionary, const std::byte *key) noexcept {
     constexpr Needs needs{"findkey", "isemptyat", "basickeyat", "basicdataat", "at", "atput", "privateat"};
-    auto *fields = changeableFields<DictionaryFields>(dictionary);
+    auto *fields = fieldsOfDictionary(dictionary);
     if (fields == nullptr || !(isProven(dictionary, *fields) || nativePath(dictionary, needs))) return {};
     const NativeKeys keys(dictionary, *fields);
     if (!keys) return {};
+    if (keys.leadThroughObjects()) {
+        const auto found = NativeKeys::findAmongObjects(*fields, keys, key);
+        if (!slotsOf(*fields).has(static_cast<Count>(found.slot))) return {}; // that is unknown, or there is none
+        return {found.association != nullptr ? found.association + fields->keySize : nullptr, true};
+    }
     const auto slots = slotsOf(*fields);
     const auto slot = keys.find(*fields, key);
-    if (!slots.has(slot)) return {}; // that is unknown, or there is none
-    if (!slots.isOccupied(slot)) return {nullptr, true};
-    return {const_cast<std::byte *>(nativePart(*fields, slots.at(slot), Part::data)), true};
+    if (!slots.has(slot)) return {};
+    return {slots.isOccupied(slot) ? slots.at(slot) + fields->keySize : nullptr, true};
 }
 
 } // namespace oocobol

@@ -165,15 +165,19 @@ const std::byte *NativeKeys::keyOfAssociation(const std::byte *slot) const {
     return nativeAssociation(referenceIn(slot), associationSize);
 }
 
-Count NativeKeys::findAmongObjects(const HashedFields &table, NativeKeys keys, const std::byte *key) noexcept {
+NativeKeys::FoundAssociation NativeKeys::findAmongObjects(const HashedFields &table, NativeKeys keys,
+                                                          const std::byte *key) noexcept {
     NativeAssociations associations(keys.associationSize);
     auto isNative = true;
-    const auto found = slotsOf(table).find(keys.hash(key), [&](const std::byte *slot) {
-        const auto *stored = associations.at(referenceIn(slot));
+    std::byte *found = nullptr;
+    const auto slot = slotsOf(table).find(keys.hash(key), [&](const std::byte *probed) {
+        auto *stored = associations.at(referenceIn(probed));
         isNative = stored != nullptr;
-        return !isNative || equalKeys(stored, key, keys.width);
+        if (isNative && !equalKeys(stored, key, keys.width)) return false;
+        found = stored;
+        return true;
     });
-    return isNative ? found : unknownPlace;
+    return {isNative ? slot : unknownPlace, found};
 }
 
 // ---- Adding and removing --------------------------------------------------------------------------------------------

@@ -223,7 +223,7 @@ public:
     // message.
     static constexpr Count unknownPlace = UINT32_MAX; // a table has fewer slots
     [[gnu::always_inline]] Count find(const HashedFields &table, const std::byte *key) const {
-        if (associationSize != 0) return findAmongObjects(table, *this, key);
+        if (associationSize != 0) return findAmongObjects(table, *this, key).slot;
         const auto slots = slotsOf(table);
         if (keying != byReference)
             return slots.find(hash(key), [&](const std::byte *slot) { return equalKeys(slot, key, width); });
@@ -231,6 +231,16 @@ public:
         return slots.find(static_cast<Count>(wanted),
                           [&](const std::byte *slot) { return loadReference(slot) == wanted; });
     }
+
+    // Whether elements are association objects. Among these: the place of a key, and the association that has it, if
+    // any.
+    bool leadThroughObjects() const { return associationSize != 0; }
+    struct FoundAssociation {
+        std::uint64_t slot; // as wide as what is answered with it: then both travel in registers
+        std::byte *association;
+    };
+    // Takes the keys as a copy: those of the caller stay in registers.
+    static FoundAssociation findAmongObjects(const HashedFields &table, NativeKeys keys, const std::byte *key) noexcept;
 
     // For a table whose elements are made of something else now.
     static void forget(HashedFields &fields) {
@@ -252,8 +262,6 @@ private:
     static std::size_t associationSizeOf(const HashedFields &fields) noexcept;
     static bool areAssociations(const HashedFields &fields) noexcept;
     const std::byte *keyOfAssociation(const std::byte *slot) const;
-    // Takes the keys as a copy: those of the caller stay in registers.
-    static Count findAmongObjects(const HashedFields &table, NativeKeys keys, const std::byte *key) noexcept;
 
     Flag keying = byMessages;
     std::size_t width = 0;

@@ -19,11 +19,15 @@ void setTypes(const ClassSide<AssociationClassData> &self, Ref keyTemplate, Ref 
 // Whether the library's own methods reach, compare, copy and finalize the associations of this family.
 bool isPlainAssociation(const ClassFamily &family) noexcept;
 
-// Reaches association objects natively. Most of those met are of one class: what it found out about that one stands
-// until the next message.
+// Reaches association objects natively. Most of those met are of one class: what was found out about that one stands
+// until behaviours change.
 class NativeAssociations {
 public:
-    explicit NativeAssociations(std::size_t size) noexcept : neededSize(size) {}
+    explicit NativeAssociations(std::size_t size) noexcept : neededSize(size) {
+        const auto latest = known.load(std::memory_order_relaxed);
+        if (static_cast<std::uint32_t>(latest) == maskChanges.load(std::memory_order_acquire))
+            plain = static_cast<std::uint32_t>(latest >> 32);
+    }
 
     // The bytes of an association, key then datum, when it is a plain one of at least the needed size; else null.
     std::byte *at(Ref object) noexcept {
@@ -38,6 +42,8 @@ public:
 private:
     bool learn(std::uint32_t behaviour) noexcept;
 
+    // The behaviour that was last found to be plain, above the number of changes until then.
+    static inline constinit std::atomic<std::uint64_t> known{0};
     std::size_t neededSize;
     std::uint32_t plain = 0; // a behaviour whose objects are plain associations
 };

@@ -338,9 +338,11 @@ bool isPlainAssociation(const ClassFamily &family) noexcept {
 }
 
 bool NativeAssociations::learn(std::uint32_t behaviour) noexcept {
+    const auto changes = maskChanges.load(std::memory_order_acquire);
     const auto &learnt = behaviourAt(behaviour);
     if (learnt.classSide || learnt.family == nullptr || !isPlainAssociation(*learnt.family)) return false;
     plain = behaviour;
+    known.store(std::uint64_t{behaviour} << 32 | changes, std::memory_order_relaxed);
     return true;
 }
 

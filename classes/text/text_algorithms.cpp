@@ -1,6 +1,7 @@
 #include "classes/text/text_algorithms.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 #include <emmintrin.h>
@@ -186,10 +187,29 @@ std::uint32_t polynomial(std::string_view text) {
     return chain[0].value();
 }
 
+// The first `kept` bytes of a block, zeros behind them.
+__m128i firstBytes(__m128i block, std::size_t kept) {
+    static constexpr auto masks = [] {
+        std::array<char, 2 * blockSize> bytes{};
+        std::fill_n(bytes.begin(), blockSize, '\xFF');
+        return bytes;
+    }();
+    return _mm_and_si128(block, loadBlock(masks.data() + blockSize - kept));
+}
+
+// Most keys are short: their spaces are found and left out in one look.
+std::uint32_t polynomialOfBlock(std::string_view text) {
+    const auto block = text.size() == blockSize ? loadBlock(text.data()) : loadPart(text.data(), text.size());
+    const auto bits = othersThanSpace(block) & ((1U << text.size()) - 1);
+    Sum sum;
+    sum.add(lanesOf(firstBytes(block, static_cast<std::size_t>(std::bit_width(bits)))));
+    return sum.value();
+}
+
 } // namespace
 
 Count hashText(std::string_view text) noexcept {
-    const auto hash = polynomial(withoutTrailingSpaces(text));
+    const auto hash = text.size() <= blockSize ? polynomialOfBlock(text) : polynomial(withoutTrailingSpaces(text));
     return static_cast<std::int32_t>(hash) < 0 ? 0 - hash : hash;
 }
 
