@@ -103,21 +103,37 @@ bool isPooled(std::size_t sizeClass) { return detail::hasBodyCaches && sizeClass
 
 } // namespace
 
+namespace {
+
 // The C library hands small areas that were released out again at once to malloc, not to calloc.
 constexpr std::size_t smallArea = 1024;
+
+// Large areas are tables that are looked into at random, or long lists. In pages of 2 MiB their addresses are found
+// without a walk through the page tables, and a first touch costs a fraction of what 512 small pages take. Only whole
+// large pages are asked for, so that an area holds no more memory than it would have.
+void *inLargePages(void *memory, std::size_t size) noexcept {
+    constexpr std::size_t largePage = std::size_t{2} << 20;
+    if (detail::isSanitized || memory == nullptr || size < 2 * largePage) return memory;
+    const auto start = (reinterpret_cast<std::uintptr_t>(memory) + largePage - 1) / largePage * largePage;
+    const auto end = (reinterpret_cast<std::uintptr_t>(memory) + size) / largePage * largePage;
+    madvise(reinterpret_cast<void *>(start), end - start, MADV_HUGEPAGE); // a wish: nothing depends on it
+    return memory;
+}
+
+} // namespace
 
 void *allocate(std::size_t size) noexcept {
     if (size <= smallArea) {
         auto *memory = allocateUncleared(size);
         return memory != nullptr ? std::memset(memory, 0, size) : nullptr;
     }
-    auto *memory = mayAllocate() ? std::calloc(size, 1) : nullptr;
+    auto *memory = mayAllocate() ? inLargePages(std::calloc(size, 1), size) : nullptr;
     if (memory != nullptr) countAllocated(memory);
     return memory;
 }
 
 void *allocateUncleared(std::size_t size) noexcept {
-    auto *memory = mayAllocate() ? std::malloc(size == 0 ? 1 : size) : nullptr;
+    auto *memory = mayAllocate() ? inLargePages(std::malloc(size == 0 ? 1 : size), size) : nullptr;
     if (memory != nullptr) countAllocated(memory);
     return memory;
 }
@@ -125,7 +141,7 @@ void *allocateUncleared(std::size_t size) noexcept {
 void *reallocate(void *memory, std::size_t size) noexcept {
     if (!mayAllocate()) return nullptr;
     if (memory != nullptr) countReleased(memory);
-    auto *resized = std::realloc(memory, size == 0 ? 1 : size);
+    auto *resized = inLargePages(std::realloc(memory, size == 0 ? 1 : size), size);
     if (resized != nullptr || memory != nullptr) countAllocated(resized != nullptr ? resized : memory);
     return resized;
 }

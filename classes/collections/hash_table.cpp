@@ -9,18 +9,18 @@ namespace oocobol {
 // ---- Slots --------------------------------------------------------------------------------------------------------
 
 Count Slots::nextOccupied(Count slot) const {
+    constexpr Count inWord = 64;
     while (has(slot)) {
-        if (slot % 64 == 0 && slot + 63 <= capacity) {
-            std::uint64_t bits;
-            std::memcpy(&bits, bitmap + slot / 8, sizeof bits);
-            if (bits == 0) {
-                slot += 64;
-                continue;
-            }
-            return slot + static_cast<Count>(std::countr_zero(bits));
+        const auto first = slot / inWord * inWord;
+        if (capacity - first < inWord) { // the last bits do not fill a word
+            if (isOccupied(slot)) return slot;
+            ++slot;
+            continue;
         }
-        if (isOccupied(slot)) return slot;
-        ++slot;
+        std::uint64_t bits;
+        std::memcpy(&bits, bitmap + first / 8, sizeof bits);
+        if (bits >>= slot % inWord; bits != 0) return slot + static_cast<Count>(std::countr_zero(bits));
+        slot = first + inWord;
     }
     return 0;
 }
@@ -237,6 +237,7 @@ void removeSlot(const Instance<HashedFields> &self, Count slot) {
 namespace {
 
 bool allNative(const Slots &slots, const NativeKeys &keys) {
+    if (!keys.leadThroughObjects()) return true;
     for (auto slot = slots.nextOccupied(1); slot != 0; slot = slots.nextOccupied(slot + 1)) {
         if (keys.of(slots.at(slot)) == nullptr) return false;
     }
@@ -244,6 +245,7 @@ bool allNative(const Slots &slots, const NativeKeys &keys) {
 }
 
 bool clusterIsNative(const Slots &slots, const NativeKeys &keys, Count hole) {
+    if (!keys.leadThroughObjects()) return true;
     for (auto slot = slots.after(hole); slot != hole && slots.isOccupied(slot); slot = slots.after(slot)) {
         if (keys.of(slots.at(slot)) == nullptr) return false;
     }
