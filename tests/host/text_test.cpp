@@ -29,16 +29,6 @@ TEST(Text, onlyAsciiLettersChangeAtEveryAlignmentAndLength) {
         }
 }
 
-TEST(Text, leadBytesAreThoseOfShiftJis) {
-    for (int byte = 0; byte < 256; ++byte) {
-        const std::string text{static_cast<char>(byte), 'x'};
-        const bool lead = (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
-        EXPECT_EQ(characterLength(text), lead ? 2U : 1U) << byte;
-        EXPECT_EQ(characterLength(text.substr(0, 1)), 1U) << byte;
-    }
-    EXPECT_EQ(characterLength(""), 1U);
-}
-
 TEST(System, switchDecidesOverTheLocale) {
     const Environment locale("LC_ALL", "C");
     EXPECT_EQ(systemInfo().type, 128);

@@ -44,6 +44,9 @@ public:
 void says(Named receiver, std::string_view conversation, std::initializer_list<Named> named = {},
           const char *file = __builtin_FILE(), int line = __builtin_LINE());
 
+// The elements of a collection, sorted where it has no order.
+std::string wordsIn(Ref collection);
+
 // The site of a message whose name only the test knows: one per name, kept for the run.
 oops_site &siteOf(std::string_view name);
 

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "host/host.h"
+#include "tests/support/says.h"
 
 namespace oocobol::test {
 
@@ -30,9 +31,12 @@ void installHandler() {
         const auto recorder = OutsideClass("testrec", "testrecorder", classForProgram("base"))
                                   .classMethod("record", recordMethod)
                                   .registerIt();
-        const auto handler = send<Ref>(SITE("new"), CLASS("callback"), recorder, Bytes{"record"});
-        keepForLibrary(handler);
-        send<Ref>(SITE("setsystemhandler"), CLASS("exptnmgr"), handler);
+        // One for each error that is raised while others are being handled.
+        for (int depth = 0; depth < 16; ++depth) {
+            const auto handler = send<Ref>(SITE("new"), CLASS("callback"), recorder, Bytes{"record"});
+            keepForLibrary(handler);
+            send<Ref>(SITE("setsystemhandler"), CLASS("exptnmgr"), handler);
+        }
     });
 }
 
@@ -75,6 +79,12 @@ std::string padded(std::string_view text, std::size_t length) {
     return bytes;
 }
 
+void sendAreas(Ref receiver, std::string_view message, std::vector<std::string> &areas) {
+    void *arguments[maximumArguments] = {};
+    for (std::size_t i = 0; i < areas.size(); ++i) arguments[i] = areas[i].empty() ? nullptr : areas[i].data();
+    send(receiver, siteOf(message), arguments, static_cast<std::uint32_t>(areas.size()));
+}
+
 Ref text(std::string_view value) {
     return send<Ref>(SITE("withbytelengthvalue"), CLASS("chararry"), static_cast<Index>(value.size()),
                      Bytes{value.data()});
@@ -112,6 +122,46 @@ LeakCheck::LeakCheck() {
     before = countInstances(null);
 }
 LeakCheck::~LeakCheck() { EXPECT_EQ(countInstances(null), before) << "live objects"; }
+
+std::set<std::uint64_t> Sweep::objects() {
+    std::set<std::uint64_t> found;
+    forEachObject([&](Ref object, std::uint32_t, std::uint32_t marks) {
+        if ((marks & (markLibrary | markClass)) == 0) found.insert(object.bits);
+    });
+    return found;
+}
+Sweep::~Sweep() {
+    for (const auto bits : objects()) {
+        if (!before.contains(bits) && isLive(Ref{bits})) finalize(Ref{bits});
+    }
+}
+
+namespace {
+struct Outcome {
+    std::string held, made;
+    bool raised;
+};
+} // namespace
+void allOrNothing(Ref receiver, const std::function<std::string(Ref)> &show, const std::function<Ref()> &deed) {
+    for (const auto andAllBehind : {true, false}) {
+        std::vector<Outcome> outcomes{{show(receiver), "", true}};
+        for (auto reached = true; reached;) {
+            const auto before = countInstances(null);
+            const RaisedErrors errors;
+            Ref made;
+            reached = fails(outcomes.size(), andAllBehind, [&] { made = deed(); });
+            outcomes.push_back({show(receiver), made ? show(made) : "", !errors.all.empty()});
+            if (made) send<Ref>(SITE("deepfinalize"), made);
+            ASSERT_TRUE(countInstances(null) == before || !reached) << "allocation " << outcomes.size() - 1;
+        }
+        const auto &first = outcomes.front(), &last = outcomes.back();
+        for (const auto &[held, made, raised] : outcomes) {
+            EXPECT_TRUE(held == last.held || (raised && held == first.held)) << held;
+            EXPECT_TRUE(made == last.made || (raised && made.empty())) << made;
+        }
+        EXPECT_FALSE(last.raised);
+    }
+}
 
 std::string entryNamed(std::function<std::int64_t(void **)> function, std::string name) {
     const auto slot = nextSlot++ % slots;

@@ -1,11 +1,14 @@
 // What the tests share: elements and templates, recorded errors, leak checks, and classes written outside the library.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
+#include <sys/mman.h>
 #include <thread>
 #include <vector>
 
@@ -27,6 +30,22 @@ Ref comp5();
 std::string padded(std::string_view text, std::size_t length);
 inline Element area(const std::string &bytes) { return {reinterpret_cast<const std::byte *>(bytes.data())}; }
 template <class T> Element area(const T &value) { return {reinterpret_cast<const std::byte *>(&value)}; }
+template <class T> std::string bytesOf(const T &value) {
+    return {reinterpret_cast<const char *>(&value), sizeof value};
+}
+template <class T> T valueIn(const void *bytes) {
+    T value;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+}
+// The bytes that a message about an index or slot answers; '?' where it wrote nothing.
+inline std::string answered(oops_site &message, Ref object, std::size_t width, Index index) {
+    std::string bytes(width, '?');
+    send(message, object, Returning{{reinterpret_cast<std::byte *>(bytes.data())}}, index);
+    return bytes;
+}
+// Sends a message over areas, the one for its answer first; an empty one is left out.
+void sendAreas(Ref receiver, std::string_view message, std::vector<std::string> &areas);
 
 // A new character array; what a text object holds.
 Ref text(std::string_view value);
@@ -59,6 +78,22 @@ public:
 
 private:
     std::unique_ptr<char[]> bytes;
+};
+
+// Texts whose last byte is the last one that may be read.
+class GuardedText {
+public:
+    GuardedText() { mprotect(end, page, PROT_NONE); }
+    ~GuardedText() { munmap(end - page, 2 * page); }
+    std::string_view hold(const std::string &text) const {
+        std::copy(text.begin(), text.end(), end - text.size());
+        return {end - text.size(), text.size()};
+    }
+
+private:
+    static constexpr std::size_t page = 4096;
+    char *end =
+        page + static_cast<char *>(mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
 };
 
 // ---- Errors -----------------------------------------------------------------------------------------------------
@@ -99,6 +134,16 @@ private:
     Count before;
 };
 
+// Finalizes what has been made while it lives and is still there, but for classes.
+class Sweep {
+public:
+    ~Sweep();
+
+private:
+    static std::set<std::uint64_t> objects();
+    const std::set<std::uint64_t> before = objects();
+};
+
 // ---- Memory that fails --------------------------------------------------------------------------------------------
 
 // Does something while the allocation of this number fails, and perhaps all behind it; answers whether it got that far.
@@ -121,6 +166,11 @@ template <class Action, class Check> void whileMemoryFails(bool persistently, Ac
         ASSERT_TRUE(countInstances(null) == before || reached == 0) << "allocation " << n;
     }
 }
+
+// Does something to a receiver, and makes perhaps something, over and over, each time with another allocation that
+// fails, that one or all behind it too, until none does. Whatever failed, what was made is whole or nothing, the
+// receiver is shown as it was or as it is in the end, what is not done is raised, and nothing else is left.
+void allOrNothing(Ref receiver, const std::function<std::string(Ref)> &show, const std::function<Ref()> &deed);
 
 // ---- Code from outside -------------------------------------------------------------------------------------------
 

@@ -66,27 +66,11 @@ inline Ref referencesOf(const char *program, const std::vector<Ref> &objects) {
 }
 inline Ref referenceAt(Ref collection, Index index) { return send<Ref>(SITE("at"), collection, index); }
 
-template <class T> std::string bytesOf(const T &value) {
-    std::string bytes(sizeof value, '\0');
-    std::memcpy(bytes.data(), &value, sizeof value);
-    return bytes;
-}
-// The bytes that a message about an index or slot answers; '?' where it wrote nothing.
-inline std::string answered(oops_site &message, Ref object, std::size_t width, Index index) {
-    std::string bytes(width, '?');
-    send(message, object, Returning{{reinterpret_cast<std::byte *>(bytes.data())}}, index);
-    return bytes;
-}
-
 // What a block gets as its first argument, as a word.
 inline std::string wordIn(void **arguments, std::size_t width = 4, std::size_t which = 0) {
     return trimmed(std::string(static_cast<const char *>(arguments[which]), width));
 }
-inline Index numberIn(void **arguments, std::size_t which = 0) {
-    Index number;
-    std::memcpy(&number, arguments[which], sizeof number);
-    return number;
-}
+inline Index numberIn(void **arguments, std::size_t which = 0) { return valueIn<Index>(arguments[which]); }
 // A callback on an entry, finalized with the test.
 struct Block : Temporary {
     explicit Block(std::function<std::int64_t(void **)> function) : Temporary(block(std::move(function))) {}

@@ -141,31 +141,13 @@ TEST_F(Collections, StopWhenTheyEndWhileElementsAreCompared) {
     errors.all.clear();
 }
 
-TEST_F(Collections, AskSubclassesForTheirElements) {
-    static std::string asked;
-    const auto mirror = OutsideClass("mirrored", "mirroredlist", CLASS("ordrdcll"))
-                            .method("at",
-                                    [](const oops_ref *, void *, void *element, void *index) {
-                                        asked += std::to_string(*static_cast<Index *>(index));
-                                        if (element != nullptr) std::memcpy(element, "same", 4);
-                                    })
-                            .registerIt();
-    const Temporary list(send<Ref>(SITE("ofvalues"), mirror, picX(4), Index{2}));
-    asked.clear();
-    says(list.ref(), "add a; add b; includes same -> 1");
-    EXPECT_EQ(asked, "1");
-    Noting collect;
-    says(list.ref(), "do $1; reverse -> (same same)", {collect.ref()});
-    EXPECT_EQ(collect.seen(), "same same");
-}
-
 TEST_F(Collections, NoticeAMethodThatAppearsInTheMiddle) {
     static int asked;
-    const auto late = OutsideClass("latelist", "latelist", CLASS("array")).registerIt();
+    const auto late = OutsideClass("latelist", "latelist", CLASS("ordrdcll")).registerIt();
     const Temporary list(send<Ref>(SITE("ofvalues"), late, picX(4), Index{4}));
     const Block extending([&](void **) {
         if (asked++ == 0) {
-            OutsideClass("latelist", "latelist", CLASS("array"))
+            OutsideClass("latelist", "latelist", CLASS("ordrdcll"))
                 .method("at",
                         [](const oops_ref *, void *, void *element, void *) {
                             asked += 100;
@@ -175,8 +157,10 @@ TEST_F(Collections, NoticeAMethodThatAppearsInTheMiddle) {
         }
         return 0;
     });
-    send(SITE("do"), list.ref(), extending.ref());
+    says(list.ref(), "add a; add b; add c; add d; do $1", {extending.ref()});
     EXPECT_EQ(asked, 304); // four blocks, and three elements by the new method
+    says(list.ref(), "includes llll -> 1; reverse -> (llll llll llll llll)");
+    EXPECT_EQ(asked, 1204); // the first, all, and all of what is answered
 }
 
 TEST_F(Collections, FinalizeDeeply) {

@@ -30,32 +30,27 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Sequenced,
                                          Kind{"ordrdcll", 4, true}, Kind{"ordrdcll", 300, true},
                                          Kind{"ordrdcll", 10, false}));
 
-TEST_P(Sequenced, AnswersAndFindsItsElements) {
+// What is read, replaced, removed and copied at every place is compared with a model by the fuzzer.
+TEST_P(Sequenced, FindsReplacesAndCopies) {
     const Temporary own(make({"a", "b", "a", "c", "a"})), subs(make({"a", "a", "b", "a", "b"})),
-        same(make({"a", "a", "a"})), none(make({}));
-    says(own.ref(), "size -> 5; issequenced -> 1; isindexed -> 1; isempty -> 0; hash -> 5; first -> a; last -> a; "
-                    "firstindexof a, 2, 5 -> 3; firstindexof a, 4, 2147483647 -> 5; firstindexof a, 4, 4 -> 0; "
-                    "firstindexof a, 6, 9 -> 0; lastindexof a, 1, 4 -> 3; firstindexofidentity c, 1, 9 -> 4; "
-                    "occurrencesof a -> 3; indexof c -> 4; includes b -> 1; includes x -> 0; "
-                    "replaceall a, q, 2, 4; * -> (a b q c a); atallput z; * -> (z z z z z)");
+        same(make({"a", "a", "a"})), none(make({})), other(make({"x", "y"})),
+        foreign(isArray() ? listOf({"x", "y"}, GetParam().width) : arrayOf({"x", "y"}, GetParam().width));
+    says(own.ref(),
+         "issequenced -> 1; isindexed -> 1; isempty -> 0; hash -> 5; first -> a; last -> a; "
+         "firstindexof a, 2, 5 -> 3; firstindexof a, 4, 2147483647 -> 5; firstindexof a, 4, 4 -> 0; "
+         "firstindexof a, 6, 9 -> 0; lastindexof a, 1, 4 -> 3; firstindexofidentity c, 1, 9 -> 4; includes x -> 0; "
+         "copyfromto 3, 2 -> (); copywith z -> (a b a c a z); copyreplace 2, 1, $1 -> (a x y b a c a); "
+         "$1 concat $2 -> (x y a b a c a); $1 concat $1 -> (x y x y); equal $2 -> 1; equal (a b a c a) -> 1; "
+         "equal (a b a c c) -> 0; equal - -> 0; $1 equal $3 -> 0; "
+         "replaceall a, q, 2, 4; * -> (a b q c a); atallput z; * -> (z z z z z)",
+         {other.ref(), own.ref(), foreign.ref()});
     says(subs.ref(),
          "indexofsubcollection (a b), 1 -> 2; indexofsubcollection (a b), 3 -> 4; indexofsubcollection (a b), 5 -> 0; "
          "indexofsubcollection $1, 1 -> 1; indexofsubcollection (), 1 -> error 11; "
          "copyreplaceall (a b), (b) -> (a b b); copyreplaceall (a b), () -> (a); "
          "$2 copyreplaceall (a a), (b) -> (b a); $3 copyreplaceall $3, (b) -> error 11 -> ()",
          {subs.ref(), same.ref(), none.ref()});
-}
-
-TEST_P(Sequenced, AnswersChangedCopies) {
-    const Temporary own(make({"a", "b", "c", "b"})), other(make({"x", "y"}));
-    says(own.ref(),
-         "copyfromto 2, 3 -> (b c); copyfromto 3, 2 -> (); copywith z -> (a b c b z); copywithout b -> (a c); "
-         "copyreplace 2, 3, $1 -> (a x y b); copyreplace 2, 1, $1 -> (a x y b c b); reverse -> (b c b a); "
-         "$1 concat $2 -> (x y a b c b); $1 concat $1 -> (x y x y); insertallafter 4, $2 -> (a b c b a b c b); "
-         "* -> (a b c b); equal $2 -> 1; equal (a b c b) -> 1; equal (a b c c) -> 0; equal - -> 0",
-         {other.ref(), own.ref()});
-    const Temporary foreign(isArray() ? listOf({"x", "y"}, GetParam().width) : arrayOf({"x", "y"}, GetParam().width));
-    says(other.ref(), "equal $1 -> 0", {foreign.ref()});
+    EXPECT_EQ(send<Count>(SITE("getstoragerequirements"), same.ref()), 3 * width());
 }
 
 TEST_P(Sequenced, MovesOverlappingRanges) {
@@ -124,14 +119,6 @@ TEST_P(Sequenced, CopiesObjectsDeeply) {
     for (const auto made : {own, deep}) send<Ref>(SITE("deepfinalize"), made);
 }
 
-TEST_P(Sequenced, GrowsWithSpaces) {
-    const Temporary own(make({"a", "b", "c"}));
-    says(own.ref(), "capacity -> 3; grow; capacity -> 26; at 3 -> c; growto 2 -> $1; * -> (a b)", {own.ref()});
-    EXPECT_EQ(send<Count>(SITE("getstoragerequirements"), own.ref()), 2 * width());
-    says(own.ref(), "growto 0 -> $1; size -> 0; growto 4 -> $1; capacity -> 4", {own.ref()});
-    if (isArray()) says(own.ref(), "at 4 -> [" + std::string(width(), ' ') + "]");
-}
-
 TEST_P(Sequenced, RefusesIndexesOutside) {
     const Temporary own(make({"a", "b"}));
     for (const Index index : {0, -1, 3, INT32_MAX, INT32_MIN}) {
@@ -156,23 +143,6 @@ TEST_P(Sequenced, TakesOnlySizesThatCanBe) {
     says(own.ref(), "growto -1 -> error 33 32 -> nil; * -> (a b)");
     // More bytes than a storage length can say.
     if (width() > 4) says(own.ref(), "growto 2147483647 -> error 32; * -> (a b)");
-    if (OOCOBOL_CHECKED) { // only checked builds can make an allocation fail
-        fails(1, true, [&] { send(SITE("grow"), own.ref()); });
-        EXPECT_EQ(errors.numbers(), std::vector<Count>{32});
-        says(own.ref(), "* -> (a b)");
-    }
-}
-
-TEST_P(Sequenced, AsksForTheStorageThatANegativeSizeWouldBe) {
-    static Index asked;
-    const auto greedy =
-        OutsideClass("greedy", "greedy", ofProgram())
-            .method("basicgrow", [](const oops_ref *, void *, void *, const Index *bytes) { asked = *bytes; })
-            .registerIt();
-    const Temporary own(send<Ref>(SITE("ofvalues"), greedy, picX(GetParam().width), Index{1}));
-    send<Ref>(SITE("growto"), own.ref(), Index{-3});
-    EXPECT_EQ(asked, -3 * GetParam().width);
-    errors.all.clear();
 }
 
 TEST_P(Sequenced, RefusesCollectionsThatDoNotFit) {
@@ -196,26 +166,35 @@ TEST_P(Sequenced, TriesABlockThatIsGoneOnce) {
 }
 
 TEST_P(Sequenced, SurvivesEveryFailingAllocation) {
-    if (!OOCOBOL_CHECKED) GTEST_SKIP() << "allocations fail in checked builds only";
     const Temporary own(make({"b", "a", "c"}));
     const Block yes([](void **) { return 1; });
-    const std::function<Ref()> scenes[] = {
-        [&] { return send<Ref>(SITE("copy"), own.ref()); },
-        [&] { return send<Ref>(SITE("reverse"), own.ref()); },
-        [&] { return send<Ref>(SITE("select"), own.ref(), yes.ref()); },
-        [&] { return send<Ref>(SITE("insertallafter"), own.ref(), Index{1}, own.ref()); },
-        [&] { return send<Ref>(SITE("asarray"), own.ref()); },
-        [&] { return send<Ref>(SITE("assortedcollection"), own.ref()); },
-    };
-    for (const auto &scene : scenes) {
-        Ref made;
-        for (std::uint64_t at = 1; fails(at, false, [&] { made = scene(); }); ++at) {
-            if (isLive(made)) finalize(made);
-            says(own.ref(), "* -> (b a c)");
-        }
-        finalize(made);
-    }
-    errors.all.clear();
+    for (const std::string made : {"copy", "reverse", "select", "asarray", "assortedcollection", "grow"})
+        allOrNothing(own.ref(), wordsIn, [&] { return send<Ref>(siteOf(made), own.ref(), yes.ref()); });
+    allOrNothing(own.ref(), wordsIn, [&] { return send<Ref>(SITE("insertallafter"), own.ref(), Index{1}, own.ref()); });
+}
+
+// ---- Only arrays ----------------------------------------------------------------------------------------------------
+
+class Array : public CollectionTest {};
+
+TEST_F(Array, IsMadeOfAnotherCollectionAndDoesNotGrowByElements) {
+    const Temporary list(listOf({"c", "a", "b"})), array(send<Ref>(SITE("asarray"), list.ref())),
+        copied(send<Ref>(SITE("asarray"), array.ref())), zeros(newCollection("array", 10, 3));
+    says(array.ref(), "class -> $1; $2 atput 1, z; * -> (c a b); add b -> error 1; remove a -> error 5; * -> (c a b)",
+         {CLASS("array"), copied.ref()});
+    says(zeros.ref(), "at 3 -> zeros; size -> 3");
+    const Temporary none(listOf({}));
+    says(CLASS("array"), "withall $1 -> ()", {none.ref()});
+}
+
+TEST_F(Array, AnswersWhatAHandlerAnswersForAnIndexOutside) {
+    const Temporary narrow(arrayOf({"a"}, 3)), wide(arrayOf({"a"}, 20)), objects(referencesOf("array", {null}));
+    errors.answers = true;
+    errors.answer = 0x4141414141414141;
+    EXPECT_EQ(answered(SITE("at"), narrow.ref(), 4, 2), "AAA?");
+    EXPECT_EQ(referenceAt(objects.ref(), 2).bits, errors.answer);
+    EXPECT_EQ(answered(SITE("at"), wide.ref(), 20, 2), std::string(20, '?'));
+    EXPECT_EQ(errors.numbers(), (std::vector<Count>{3, 3, 3}));
 }
 
 } // namespace

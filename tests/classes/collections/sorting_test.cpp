@@ -52,14 +52,5 @@ TEST(Sorting, OrdersWithoutMemory) {
     AllocationFaults::failAt(0, false);
 }
 
-TEST(Sorting, ComparesNumbersAsTheyAre) {
-    const auto compare = [](std::int32_t one, std::int32_t other, Order order) {
-        return compareInOrder(reinterpret_cast<std::byte *>(&one), reinterpret_cast<std::byte *>(&other), 4, order);
-    };
-    EXPECT_LT(compare(-1, 1, Order::littleSigned), 0);
-    EXPECT_GT(compare(-1, 1, Order::littleUnsigned), 0);
-    EXPECT_EQ(compare(7, 7, Order::littleSigned), 0);
-}
-
 } // namespace
 } // namespace oocobol::test

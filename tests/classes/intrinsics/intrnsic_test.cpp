@@ -59,6 +59,10 @@ TEST(IntrinsicClass, RefusesWhatItCannotHold) {
          "$1 equalbylengthvalue 3, {abc} -> error 7; $1 lessthanbylengthvalue 3, {abc} -> error 7",
          {bare.ref()});
     RaisedErrors errors;
+    Ref unset{42};
+    send(SITE("getclassfromname"), CLASS("intrnsic"), Returning{{reinterpret_cast<std::byte *>(&unset)}},
+         Bytes{"cobolcomp3"}, Bytes{"nosuchpg"}, Index{3});
+    EXPECT_EQ(unset, Ref{42});
     EXPECT_FALSE(send<Ref>(SITE("new"), negative));
     ASSERT_FALSE(errors.all.empty());
     EXPECT_EQ(errors.all.front().number, 23U);
@@ -73,31 +77,6 @@ TEST(IntrinsicClass, ElementsAreAllocatedZeroFilled) {
         send(SITE("dealloc"), item.ref(), address);
     }
     says(item.ref(), "allocateelements -1 -> error 33 -> nil");
-}
-
-struct LengthAndDigits {
-    Count length, digits;
-} described;
-void notePictures(const oops_ref *self, void *data, void *returning, void *length) {
-    static oops_super_site super = OOPS_SUPER_SITE("pic9disp", "newclass");
-    std::memcpy(&described, length, sizeof described);
-    oopsresolvetosuper(&super, self, data, 2, returning, length);
-}
-
-// Classes that programs bring along for numeric display items get the digit count behind the length.
-TEST(IntrinsicClass, NumericDisplayIsTheProgramsOwnClass) {
-    const auto pic9 = OutsideClass("pic9disp", "pic9display", CLASS("picx"))
-                          .classMethod("newclass", asMethod(notePictures), 2)
-                          .registerIt();
-    const auto made = send<Ref>(SITE("getclassfromdatadescription"), CLASS("intrnsic"), Bytes{"\x87\x04"}, Flag{1});
-    EXPECT_EQ(familyOfClass(made), familyOfClass(pic9));
-    EXPECT_EQ(sizeOf(made), 8U);
-    EXPECT_EQ(described.length, 8U);
-    EXPECT_EQ(described.digits, 5U);
-    Ref unset{42};
-    send(SITE("getclassfromname"), CLASS("intrnsic"), Returning{{reinterpret_cast<std::byte *>(&unset)}},
-         Bytes{"cobolcomp3"}, Bytes{"nosuchpg"}, Index{3});
-    EXPECT_EQ(unset, Ref{42});
 }
 
 Count classObjects() {
@@ -123,6 +102,10 @@ TEST(IntrinsicClass, MadeForOneItemGoesWithIt) {
     EXPECT_EQ(classObjects(), before + 4); // `upper` is of the same class
     EXPECT_EQ(valueOf(upper), " ABC ");
     for (const auto object : {upper, trimmed, joined, digits, number}) finalize(object);
+    // An error report does not keep it, nor the name of its class.
+    says(CLASS("picx"), "withlengthvalue 3, 'abc' -> it; it raiseexception 12 -> error 12; "
+                        "it nosuchmessage -> error 24; it istypeof $intrnsic -> 1; it classname -> 'cobolpicx'; "
+                        "it finalize");
     EXPECT_EQ(classObjects(), before);
 
     const auto asked = send<Ref>(SITE("aspicx"), padded.ref());

@@ -68,12 +68,14 @@ TEST(NumberClass, FourBytesAreTheClassItself) {
 
 TEST(NumberClass, ConvertsBetweenItsForms) {
     const LeakCheck leaks;
-    const Temporary native(comp5Kind.make(0x010203, 3)), bigEndian(compXKind.make(0x010203, 3));
+    const Temporary native(comp5Kind.make(0x010203, 3)), bigEndian(compXKind.make(0x010203, 3)),
+        zero(comp5Kind.make(0, 1)), narrow(comp5Kind.make(15, 2)), wide(comp5Kind.make(1'000'000'000'000'000'005, 8));
     testing::internal::CaptureStdout();
     says(native,
          "ascomp5 -> $1; $2 ascompx -> $2; ascompx -> '\1\2\3'; $2 ascomp5 -> '\3\2\1'; ashex -> '010203'; "
-         "aspicx -> '66051'; $2 iscompx -> 1; display",
-         {native, bigEndian});
+         "aspicx -> '66051'; $2 iscompx -> 1; $3 ashex -> '0'; "
+         "$4 ashex -> '0F'; $5 ashex -> '0DE0B6B3A7640005'; $5 aspicx -> '5'; display",
+         {native, bigEndian, zero, narrow, wide});
     const Index negative = -42;
     sendOver(SITE("display"), CLASS("scomp5"), &negative);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "66051-42");

@@ -1,6 +1,3 @@
-#include <cstring>
-#include <sys/mman.h>
-
 #include "tests/support/says.h"
 #include "tests/support/support.h"
 
@@ -25,17 +22,11 @@ TEST(Behavior, TellsItsOwnMethodsFromInheritedOnes) {
 }
 
 TEST(Behavior, ReadsNoFurtherThanANamesEnd) {
-    constexpr std::size_t page = 4096;
-    auto *memory =
-        static_cast<char *>(mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    ASSERT_NE(memory, MAP_FAILED);
-    mprotect(memory + page, page, PROT_NONE);
-    for (const char *name : {"", "x", "equal", "addfirst"}) {
-        auto *start = memory + page - std::strlen(name) - 1;
-        std::memcpy(start, name, std::strlen(name) + 1);
-        EXPECT_EQ(send<bool>(SITE("respondsto"), CLASS("ordrdcll"), Bytes{start}), std::strlen(name) > 4) << name;
-    }
-    munmap(memory, 2 * page);
+    const GuardedText guarded;
+    for (const std::string name : {"", "x", "equal", "addfirst"})
+        EXPECT_EQ(send<bool>(SITE("respondsto"), CLASS("ordrdcll"), Bytes{guarded.hold(name + '\0').data()}),
+                  name.size() > 4)
+            << name;
 }
 
 TEST(Behavior, ListsDirectInstancesWithoutTheListItself) {

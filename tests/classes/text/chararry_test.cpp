@@ -1,4 +1,4 @@
-// Texts of both classes: what their methods answer, how they fail, and that redefined messages are still sent.
+// Texts of all classes: what their methods answer, how they fail, and that redefined messages are still sent.
 #include "tests/classes/text/texts.h"
 
 namespace oocobol::test {
@@ -11,7 +11,9 @@ protected:
     Ref make(std::string_view value) const { return madeOf(ofClass, static_cast<Index>(value.size()), value); }
     const Temporary abc{make("abc")}, number{send<Ref>(SITE("withvalue"), comp5(), Bytes{"abc "})};
 };
-INSTANTIATE_TEST_SUITE_P(Classes, Text, onBothRoads("chararry", "bytearry"), nameOfRoad);
+class TextOfBytes : public Text {};
+INSTANTIATE_TEST_SUITE_P(Classes, Text, onBothRoads("chararry", "bytearry", "dbcsarry"), nameOfRoad);
+INSTANTIATE_TEST_SUITE_P(Classes, TextOfBytes, onBothRoads("chararry", "bytearry"), nameOfRoad);
 
 TEST_P(Text, FactoriesTakeWhatTheirTerminatorSays) {
     says(ofClass,
@@ -24,15 +26,12 @@ TEST_P(Text, FactoriesTakeWhatTheirTerminatorSays) {
 }
 
 TEST_P(Text, ComparesPaddedWithTextsAndItems) {
-    says(abc,
-         "hash -> 223394; `abc  ` hash -> 223394; equal `abc  ` -> 1; equal picx`abc  ` -> 1; equal 0 -> 0; "
-         "equal $1 -> 0; " // a number contains no characters
-         "compareto `abc  ` -> 0; compareto `abd` -> -1; `abd` compareto `abc` -> 1; greaterthan `abc\x1F` -> 1; "
-         "`abc\x1F` lessthan `abc` -> 1; lessthanorequal `abc  ` -> 1; greaterthanorequal `abc  ` -> 1; "
-         "equalbylengthvalue 4, {abc } -> 1; lessthanbylengthvalue 3, {abd} -> 1; "
-         "greaterthanbylengthvalue -1, {zzz} -> 1; equal `ABC ` -> 0; equalsignorecase `ABC ` -> 1; "
-         "equalsignorecasebylengthvalue 3, {aBc} -> 1; equalsignorecasebylengthvalue 3, {aBd} -> 0",
-         {number});
+    says(abc, "hash -> 223394; `abc  ` hash -> 223394; equal `abc  ` -> 1; equal picx`abc  ` -> 1; equal 0 -> 0; "
+              "compareto `abc  ` -> 0; compareto `abd` -> -1; `abd` compareto `abc` -> 1; greaterthan `abc\x1F` -> 1; "
+              "`abc\x1F` lessthan `abc` -> 1; lessthanorequal `abc  ` -> 1; greaterthanorequal `abc  ` -> 1; "
+              "equalbylengthvalue 4, {abc } -> 1; lessthanbylengthvalue 3, {abd} -> 1; "
+              "greaterthanbylengthvalue -1, {zzz} -> 1; equal `ABC ` -> 0; equalsignorecase `ABC ` -> 1; "
+              "equalsignorecasebylengthvalue 3, {aBc} -> 1; equalsignorecasebylengthvalue 3, {aBd} -> 0");
 }
 
 TEST_P(Text, ValuesAreCopiedToTheSizeAskedFor) {
@@ -53,20 +52,26 @@ TEST_P(Text, ValuesAreSetMovedReplacedAndGrown) {
          {longer, abc});
 }
 
-TEST_P(Text, NewTextsAreOfItsOwnClass) {
-    const Temporary text(make("  A b ")), other(make("cd"));
+TEST_P(Text, NewTextsAreTrimmedJoinedAndConverted) {
+    const Temporary text(make("  A b "));
     says(text,
          "concat `cd` -> '  A b cd'; concat $1 -> '  A b   A b '; concatz 'z!' -> '  A b z!'; "
-         "copyfromto 3, 5 -> 'A b'; copyfromto 3, 3 -> 'A'; copyfromto 2, 1 -> error 3 -> nil; "
-         "copyfromto 0, 1 -> error 3 -> nil; copyfromto 2, 7 -> error 3 -> nil; trimblanks -> 'A b'; "
+         "copyfromto 3, 5 -> 'A b'; copyfromto 3, 3 -> 'A'; trimblanks -> 'A b'; "
          "`` trimblanks -> ''; `   ` trimblanks -> ''; asuppercase -> '  A B '; aslowercase -> '  a b '; "
-         "`cd` description -> '\"cd\"'; `cd` concat picx`abc  ` -> 'cdabc  '; "
+         "`cd` description -> '\"cd\"'; `cd` concat picx`abc  ` -> 'cdabc  '",
+         {text});
+}
+
+TEST_P(TextOfBytes, AnswersItsOwnClassAndRefusesPartsOutside) {
+    says(abc,
+         "equal $1 -> 0; " // a number contains no characters
+         "copyfromto 2, 1 -> error 3 -> nil; copyfromto 0, 1 -> error 3 -> nil; copyfromto 2, 4 -> error 3 -> nil; "
          "concat `cd` -> it; it class -> $2; it finalize",
-         {text, ofClass});
+         {number, ofClass});
     RaisedErrors errors; // what their handler answers instead is answered
     errors.answers = true;
-    errors.answer = other.ref().bits;
-    EXPECT_EQ(send<Ref>(SITE("copyfromto"), text.ref(), Index{2}, Index{1}), other.ref());
+    errors.answer = number.ref().bits;
+    EXPECT_EQ(send<Ref>(SITE("copyfromto"), abc.ref(), Index{2}, Index{1}), number.ref());
 }
 
 TEST_P(Text, FindsTextsInIt) {
@@ -79,7 +84,7 @@ TEST_P(Text, FindsTextsInIt) {
          {number});
 }
 
-TEST_P(Text, SplitsIntoLinesAndWords) {
+TEST_P(TextOfBytes, SplitsIntoLinesAndWords) {
     const auto pieces = [&](oops_site &message, std::string_view value) {
         return valuesOfMade(send<Ref>(message, Temporary(make(value)).ref()));
     };
@@ -95,7 +100,8 @@ TEST_P(Text, SplitsIntoLinesAndWords) {
 TEST_P(Text, ConvertsToNumbersItemsAndNames) {
     testing::internal::CaptureStdout();
     says(Temporary(make("0042")),
-         "`1f` ashex -> 31; ascomp5 -> 42; ascomp5object -> '\x2A\0\0\0'; aspicx -> '0042'; display; "
+         "`1f` ashex -> 31; `99DEADbeef` ashex -> -559038737; `2 ` ashex -> 32; ascomp5 -> 42; "
+         "`42 ` ascomp5 -> 420; `4294967297` ascomp5 -> 1; ascomp5object -> '\x2A\0\0\0'; aspicx -> '0042'; display; "
          "`\"a b.txt\"  ` asinternalfilename -> 'a b.txt'"sv);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "0042");
 }
