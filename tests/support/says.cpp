@@ -41,27 +41,6 @@ bool isWord(std::string_view text) {
 }
 std::string_view inside(std::string_view text) { return text.substr(1, text.size() - 2); }
 
-std::size_t widthIn(Ref collection) {
-    const auto elementTemplate = send<Ref>(SITE("template"), collection);
-    return elementTemplate ? send<Count>(SITE("sizeinbytes"), elementTemplate) : sizeof(Ref);
-}
-// A collection of the class and template of another.
-Ref collectionLike(Ref collection, std::string_view words) {
-    std::vector<std::string> elements;
-    const auto width = widthIn(collection);
-    while (!words.empty()) elements.push_back(padded(cut(words, " "), width));
-    const auto ofClass = classOf(collection), elementTemplate = send<Ref>(SITE("template"), collection);
-    const auto made = send<Ref>(SITE("ofvalues"), ofClass, elementTemplate, static_cast<Index>(elements.size()));
-    Index index = 0;
-    for (const auto &element : elements) {
-        ++index;
-        if (ofClass == CLASS("array"))
-            send(SITE("atput"), made, index, area(element));
-        else
-            send(SITE("add"), made, area(element));
-    }
-    return made;
-}
 // A text or an item, of the class of the program in front of the quotes or as the object is one.
 Ref textLike(Ref object, std::string_view item) {
     const std::string program(item.substr(0, item.find('`')));
@@ -152,7 +131,7 @@ private:
         if (item.ends_with('`')) return exactly(bytesOf(lent.emplace_back(textLike(object, item))));
         if (isWord(item)) return exactly(padded(item, widthIn(object)));
         if (item.starts_with('(')) {
-            lent.push_back(collectionLike(object, inside(item)));
+            lent.push_back(collectionOf(classOf(object), send<Ref>(SITE("template"), object), inside(item)));
             return exactly(bytesOf(lent.back()));
         }
         if (item.starts_with('\'')) return exactly(std::string(inside(item)) + '\0');
@@ -210,6 +189,26 @@ void hold(Conversation &&talk, std::string_view conversation, const char *file, 
 }
 
 } // namespace
+
+std::size_t widthIn(Ref collection) {
+    const auto elementTemplate = send<Ref>(SITE("template"), collection);
+    return elementTemplate ? send<Count>(SITE("sizeinbytes"), elementTemplate) : sizeof(Ref);
+}
+
+Ref collectionOf(Ref ofClass, Ref elementTemplate, std::string_view words, Index size) {
+    std::vector<std::string> elements;
+    while (!words.empty()) elements.emplace_back(cut(words, " "));
+    const auto count = static_cast<Index>(elements.size());
+    const auto made = send<Ref>(SITE("ofvalues"), ofClass, elementTemplate, size < 0 ? count : size);
+    for (Index i = 1; i <= count; ++i) {
+        const auto element = padded(elements[static_cast<std::size_t>(i - 1)], widthIn(made));
+        if (ofClass == CLASS("array"))
+            send(SITE("atput"), made, i, area(element));
+        else
+            send(SITE("add"), made, area(element));
+    }
+    return made;
+}
 
 std::string wordsIn(Ref collection) {
     std::vector<std::string> words;

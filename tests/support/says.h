@@ -44,6 +44,9 @@ public:
 void says(Named receiver, std::string_view conversation, std::initializer_list<Named> named = {},
           const char *file = __builtin_FILE(), int line = __builtin_LINE());
 
+// How wide the elements of a collection are, and one of these words, padded, made with so many slots, or one per word.
+std::size_t widthIn(Ref collection);
+Ref collectionOf(Ref ofClass, Ref elementTemplate, std::string_view words, Index size = -1);
 // The elements of a collection, sorted where it has no order.
 std::string wordsIn(Ref collection);
 

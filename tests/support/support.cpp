@@ -96,6 +96,14 @@ std::string valueOf(Ref textObject) {
     return value;
 }
 
+std::vector<std::string> valuesOfMade(Ref collection) {
+    std::vector<std::string> values;
+    const auto size = send<Index>(SITE("size"), collection);
+    for (Index i = 1; i <= size; ++i) values.push_back(valueOf(send<Ref>(SITE("at"), collection, i)));
+    send<Ref>(SITE("deepfinalize"), collection);
+    return values;
+}
+
 void finalize(Ref object) { send<Ref>(SITE("finalize"), object); }
 
 InEnvironment::InEnvironment(std::uint8_t status) : before(*host::externalByte("DBCSENVIRONMENTSTATUS")) {

@@ -51,6 +51,9 @@ void sendAreas(Ref receiver, std::string_view message, std::vector<std::string> 
 Ref text(std::string_view value);
 std::string valueOf(Ref textObject);
 
+// The values of the objects in a sequence that a message has answered; all end.
+std::vector<std::string> valuesOfMade(Ref collection);
+
 // Sends finalize.
 void finalize(Ref object);
 
@@ -155,22 +158,27 @@ template <class Deed> bool fails(std::uint64_t at, bool andAllBehind, Deed deed)
     return reached;
 }
 
-// Runs an action whose n-th allocation fails, that one only or all from there on, and then the check, which is told n:
-// for every n until the action needs no more. Whatever failed, the two together must leave as many objects as there
-// were. Where no allocation can be made to fail, both run once.
-template <class Action, class Check> void whileMemoryFails(bool persistently, Action action, Check check) {
-    for (std::uint64_t n = 1, reached = 1; reached != 0; ++n) {
-        const auto before = countInstances(null);
-        reached = fails(n, persistently, action) ? 1 : 0;
-        check(n);
-        ASSERT_TRUE(countInstances(null) == before || reached == 0) << "allocation " << n;
-    }
-}
-
 // Does something to a receiver, and makes perhaps something, over and over, each time with another allocation that
 // fails, that one or all behind it too, until none does. Whatever failed, what was made is whole or nothing, the
 // receiver is shown as it was or as it is in the end, what is not done is raised, and nothing else is left.
 void allOrNothing(Ref receiver, const std::function<std::string(Ref)> &show, const std::function<Ref()> &deed);
+
+// ---- Roads ---------------------------------------------------------------------------------------------------------
+
+// Native paths are taken while it lives, or nothing but messages are sent.
+class Road {
+public:
+    explicit Road(bool isNative) { allowNativePaths(isNative); }
+    ~Road() { allowNativePaths(true); }
+    Road(const Road &) = delete;
+    Road &operator=(const Road &) = delete;
+};
+// Does something natively, then by messages.
+template <class Deed> void onBothRoads(Deed deed) {
+    deed();
+    const Road sent(false);
+    deed();
+}
 
 // ---- Code from outside -------------------------------------------------------------------------------------------
 

@@ -53,8 +53,8 @@ TEST_F(Callbacks, AreEqualByNameAndReceiver) {
          "equal $1 -> 1; equal $2 -> 0; equal $3 -> 0; equal nil -> 0; "
          "$4 equal $5 -> 1; $4 equal $6 -> 0; $4 equal $7 -> 0",
          {same, other, elsewhere, entry, twin, capitals, one});
-    const auto told = valueOf(Temporary(send<Ref>(SITE("description"), entry.ref())).ref());
-    EXPECT_EQ(told.substr(told.size() - 160), padded(" for code entitled go", 160));
+    const auto described = valueOf(Temporary(send<Ref>(SITE("description"), entry.ref())).ref());
+    EXPECT_EQ(described.substr(described.size() - 160), padded(" for code entitled go", 160));
 }
 
 TEST_F(Callbacks, KeepNamesAsTheyMustBe) {
@@ -123,6 +123,55 @@ TEST_F(Callbacks, RefuseTooManyArgumentsAndWhatIsNotThere) {
          "$4 invoke -> error 110; $5 invoke -> error 24",
          {taker, onMessage, onBlock, nowhere, unknown});
     EXPECT_TRUE(told.told.empty());
+}
+
+// ---- Dependents: who is told of a change, in chains and circles and while the list changes -------------------------
+
+class Dependents : public Listening {
+protected:
+    static Ref newModel() { return send<Ref>(SITE("new"), CLASS("dependnt")); }
+    const Temporary model{newModel()};
+};
+
+TEST_F(Dependents, AreToldOfChangeAndDeletionUntilTheyAreRemoved) {
+    const auto first = newListener(), second = newListener();
+    says(
+        model,
+        "changed 1; getdependents -> nil; removedependent $1; removedependencies; adddependent $1; adddependent $2; "
+        "adddependent $2; changed 2; getdependents -> it; it size -> 2; it finalize; removedependent $1; "
+        "removedependent nil; deleted 3; adddependent $1; removedependencies; changed 4; adddependent nil -> error 33; "
+        "$2 finalize; adddependent $2 -> error 106",
+        {first, second});
+    EXPECT_EQ(told.told, (std::vector<Told>{{first, "changed", 2}, {second, "changed", 2}, {second, "deleted", 3}}));
+}
+
+TEST_F(Dependents, PassNotificationsOnInChainsAndOnceRoundACircle) {
+    const Temporary middle(newModel()), last(newListener());
+    const auto end = last.ref();
+    told.action = [&](const Told &entry) { // a change of its own within a change gets through
+        if (entry.argument == 7) send(SITE("changed"), middle.ref(), std::int64_t{8});
+    };
+    says(model,
+         "adddependent $1; $1 adddependent $2; changed 5; $1 adddependent $3; adddependent $3; $1 changed 6; "
+         "$1 changed 7",
+         {middle, end, model});
+    EXPECT_EQ(told.told,
+              (std::vector<Told>{{end, "changed", 5}, {end, "changed", 6}, {end, "changed", 7}, {end, "changed", 8}}));
+}
+
+TEST_F(Dependents, MayBeRemovedWhileTheyAreTold) {
+    std::vector<Ref> dependents(10);
+    for (auto &dependent : dependents) dependent = newListener();
+    told.action = [&](const Told &entry) {
+        if (entry.argument == 1) send(SITE("removedependent"), model.ref(), entry.object);
+        if (entry.argument == 2) send(SITE("removedependencies"), model.ref());
+    };
+    for (const auto &[change, expected] : {std::pair{"changed 1", dependents}, {"changed 2", {dependents[0]}}}) {
+        for (const auto dependent : dependents) send(SITE("adddependent"), model.ref(), dependent);
+        says(model, change);
+        EXPECT_EQ(told.receivers(), expected);
+        told.told.clear();
+    }
 }
 
 } // namespace

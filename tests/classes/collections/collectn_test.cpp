@@ -16,7 +16,7 @@ protected:
 };
 
 TEST_F(Collections, ShowThemselvesOnOneLine) {
-    const Temporary none(listOf({})), words(listOf({"a", "bb"}, 2)), array(arrayOf({"x"}, 1)), one(text("one"));
+    const Temporary none(listOf("")), words(listOf("a bb", 2)), array(arrayOf("x", 1)), one(text("one"));
     const Temporary objects(referencesOf("ordrdcll", {one.ref(), one.ref()}));
     auto &withKeys = SITE("displaykeysanddata");
     EXPECT_EQ(shown(none.ref()) + shown(words.ref()) + shown(objects.ref()), "()(a  bb )(one one )");
@@ -52,7 +52,7 @@ TEST_F(Collections, SurviveATemplateThatBecomesLonger) {
 // A byte copy shares the storage, whichever of the two ends or grows first.
 TEST_F(Collections, ShareStorageUntilTheLastIsGone) {
     for (const auto originalEndsFirst : {true, false}) {
-        const auto original = listOf({"a", "b", "c"}, 1), other = listOf({"z"}, 1);
+        const auto original = listOf("a b c", 1), other = listOf("z", 1);
         const auto copy = send<Ref>(SITE("basiccopy"), original);
         says(other, "copycontents $1 -> 1; $1 copycontents $1 -> 1", {original});
         finalize(originalEndsFirst ? original : copy);
@@ -67,7 +67,7 @@ TEST_F(Collections, ShareStorageUntilTheLastIsGone) {
 }
 
 TEST_F(Collections, KeepTheirStorageWhateverIsSentToThem) {
-    const Temporary list(listOf({"a", "b"})), bare(send<Ref>(SITE("new"), CLASS("ordrdcll"))),
+    const Temporary list(listOf("a b")), bare(send<Ref>(SITE("new"), CLASS("ordrdcll"))),
         abstract(send<Ref>(SITE("new"), CLASS("collectn")));
     // The slots remain: no shorter than they are.
     says(list.ref(), "basicgrow 100 -> 1; basicgrow 1 -> 1; at 1 -> a; at 2 -> [    ]; basicgrow -1 -> error 33 -> 0");
@@ -178,7 +178,7 @@ TEST_F(Collections, FinalizeDeeply) {
 }
 
 TEST_F(Collections, RefuseSourcesThatAreNone) {
-    const auto gone = listOf({"a"});
+    const auto gone = listOf("a");
     finalize(gone);
     for (const auto *program : {"array", "ordrdcll", "srtdclln"})
         says(classForProgram(program), "withall $1 -> error 106 -> nil", {gone});

@@ -1,5 +1,6 @@
 // What every sequenced collection does, for arrays and lists, for narrow and wide elements, with native loops and
 // without.
+#include "classes/collections/collection.h"
 #include "tests/classes/collections/collections.h"
 
 namespace oocobol::test {
@@ -17,7 +18,7 @@ struct Kind {
 
 class Sequenced : public KindsTest<Kind> {
 protected:
-    Ref make(const Words &words) const {
+    Ref make(std::string_view words) const {
         return isArray() ? arrayOf(words, GetParam().width) : listOf(words, GetParam().width);
     }
     bool isArray() const { return std::string_view(GetParam().program) == "array"; }
@@ -32,9 +33,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Sequenced,
 
 // What is read, replaced, removed and copied at every place is compared with a model by the fuzzer.
 TEST_P(Sequenced, FindsReplacesAndCopies) {
-    const Temporary own(make({"a", "b", "a", "c", "a"})), subs(make({"a", "a", "b", "a", "b"})),
-        same(make({"a", "a", "a"})), none(make({})), other(make({"x", "y"})),
-        foreign(isArray() ? listOf({"x", "y"}, GetParam().width) : arrayOf({"x", "y"}, GetParam().width));
+    const Temporary own(make("a b a c a")), subs(make("a a b a b")), same(make("a a a")), none(make("")),
+        other(make("x y")), foreign(isArray() ? listOf("x y", GetParam().width) : arrayOf("x y", GetParam().width));
     says(own.ref(),
          "issequenced -> 1; isindexed -> 1; isempty -> 0; hash -> 5; first -> a; last -> a; "
          "firstindexof a, 2, 5 -> 3; firstindexof a, 4, 2147483647 -> 5; firstindexof a, 4, 4 -> 0; "
@@ -55,7 +55,7 @@ TEST_P(Sequenced, FindsReplacesAndCopies) {
 
 TEST_P(Sequenced, MovesOverlappingRanges) {
     const auto replaced = [&](const char *range, const char *result) {
-        const Temporary own(make({"a", "b", "c", "d"}));
+        const Temporary own(make("a b c d"));
         says(own.ref(), "replacesubcollection " + std::string(range) + "; * -> " + result, {own.ref()});
     };
     replaced("2, 4, $1, 1", "(a a b c)");
@@ -65,7 +65,7 @@ TEST_P(Sequenced, MovesOverlappingRanges) {
 }
 
 TEST_P(Sequenced, WalksInEveryDirectionUntilItIsToldToStop) {
-    const Temporary own(make({"a", "b", "c"}));
+    const Temporary own(make("a b c"));
     Noting words("w", {}, width()), keyed("nw", {}, width()), both("ww", {}, width());
     says(own.ref(), "do $1; reversedo $1; dowithoutcopy $1; keysanddatado $2; withdo (x y z), $3",
          {words.ref(), keyed.ref(), both.ref()});
@@ -80,7 +80,7 @@ TEST_P(Sequenced, WalksInEveryDirectionUntilItIsToldToStop) {
 }
 
 TEST_P(Sequenced, ChoosesAndFinds) {
-    const Temporary own(make({"a", "b", "c", "b"}));
+    const Temporary own(make("a b c b"));
     const Block isB([&](void **arguments) { return wordIn(arguments, width()) == "b" ? 1 : 0; });
     const Block never([](void **) { return 0; });
     says(own.ref(),
@@ -96,7 +96,7 @@ TEST_P(Sequenced, ChoosesAndFinds) {
 
 TEST_P(Sequenced, VisitsWhatWasThereWhateverTheBlockDoes) {
     for (const auto *deed : {"clear", "finalize", "grow"}) {
-        const auto own = make({"a", "b", "c"});
+        const auto own = make("a b c");
         auto done = false;
         const auto act = [&](const std::string &) {
             if (!std::exchange(done, true)) send<Ref>(siteOf(deed), own);
@@ -120,7 +120,7 @@ TEST_P(Sequenced, CopiesObjectsDeeply) {
 }
 
 TEST_P(Sequenced, RefusesIndexesOutside) {
-    const Temporary own(make({"a", "b"}));
+    const Temporary own(make("a b"));
     for (const Index index : {0, -1, 3, INT32_MAX, INT32_MIN}) {
         says(own.ref(), about("at # -> error 3 -> untouched; atput #, z -> error 3; isat [], # -> error 3 -> 0; "
                               "isatidentity a, # -> 0; atnogc # -> untouched",
@@ -139,14 +139,14 @@ TEST_P(Sequenced, TakesOnlySizesThatCanBe) {
     if (width() > 8) says(ofProgram(), "ofvalues $1, 538976287 -> error 32 -> nil", {picture});
     says(ofProgram(), "ofvalues $1, 0 -> ()", {picture});
 
-    const Temporary own(make({"a", "b"}));
+    const Temporary own(make("a b"));
     says(own.ref(), "growto -1 -> error 33 32 -> nil; * -> (a b)");
     // More bytes than a storage length can say.
     if (width() > 4) says(own.ref(), "growto 2147483647 -> error 32; * -> (a b)");
 }
 
 TEST_P(Sequenced, RefusesCollectionsThatDoNotFit) {
-    const Temporary own(make({"a", "b"})), other(listOf({"x", "y"}, GetParam().width + 1));
+    const Temporary own(make("a b")), other(listOf("x y", GetParam().width + 1));
     says(own.ref(),
          "iscompatible $1 -> 0; concat $1 -> error 10; insertallafter 0, $1 -> error 10; copyreplace 1, 1, $1 -> error "
          "10; indexofsubcollection $1, 1 -> error 10; replacesubcollection 1, 1, $1, 1 -> error 10; addall $1 -> error "
@@ -155,7 +155,7 @@ TEST_P(Sequenced, RefusesCollectionsThatDoNotFit) {
 }
 
 TEST_P(Sequenced, TriesABlockThatIsGoneOnce) {
-    const Temporary own(make({"a", "b", "c"}));
+    const Temporary own(make("a b c"));
     const auto gone = block([](void **) { return 0; });
     finalize(gone);
     says(own.ref(),
@@ -166,7 +166,7 @@ TEST_P(Sequenced, TriesABlockThatIsGoneOnce) {
 }
 
 TEST_P(Sequenced, SurvivesEveryFailingAllocation) {
-    const Temporary own(make({"b", "a", "c"}));
+    const Temporary own(make("b a c"));
     const Block yes([](void **) { return 1; });
     for (const std::string made : {"copy", "reverse", "select", "asarray", "assortedcollection", "grow"})
         allOrNothing(own.ref(), wordsIn, [&] { return send<Ref>(siteOf(made), own.ref(), yes.ref()); });
@@ -178,23 +178,123 @@ TEST_P(Sequenced, SurvivesEveryFailingAllocation) {
 class Array : public CollectionTest {};
 
 TEST_F(Array, IsMadeOfAnotherCollectionAndDoesNotGrowByElements) {
-    const Temporary list(listOf({"c", "a", "b"})), array(send<Ref>(SITE("asarray"), list.ref())),
+    const Temporary list(listOf("c a b")), array(send<Ref>(SITE("asarray"), list.ref())),
         copied(send<Ref>(SITE("asarray"), array.ref())), zeros(newCollection("array", 10, 3));
     says(array.ref(), "class -> $1; $2 atput 1, z; * -> (c a b); add b -> error 1; remove a -> error 5; * -> (c a b)",
          {CLASS("array"), copied.ref()});
     says(zeros.ref(), "at 3 -> zeros; size -> 3");
-    const Temporary none(listOf({}));
+    const Temporary none(listOf(""));
     says(CLASS("array"), "withall $1 -> ()", {none.ref()});
 }
 
 TEST_F(Array, AnswersWhatAHandlerAnswersForAnIndexOutside) {
-    const Temporary narrow(arrayOf({"a"}, 3)), wide(arrayOf({"a"}, 20)), objects(referencesOf("array", {null}));
+    const Temporary narrow(arrayOf("a", 3)), wide(arrayOf("a", 20)), objects(referencesOf("array", {null}));
     errors.answers = true;
     errors.answer = 0x4141414141414141;
     EXPECT_EQ(answered(SITE("at"), narrow.ref(), 4, 2), "AAA?");
     EXPECT_EQ(referenceAt(objects.ref(), 2).bits, errors.answer);
     EXPECT_EQ(answered(SITE("at"), wide.ref(), 20, 2), std::string(20, '?'));
     EXPECT_EQ(errors.numbers(), (std::vector<Count>{3, 3, 3}));
+}
+
+// ---- Where elements lie in the storage of what grows, ends and ranges ----------------------------------------------
+
+class Growing : public CollectionTest {
+protected:
+    // The bytes of all slots, occupied or not: a letter, '_' for zeros, '.' for spaces.
+    static std::string slotsOf(const Temporary &list) {
+        std::string slots;
+        for (Count slot = 1; slot <= send<Count>(SITE("capacity"), list.ref()); ++slot) {
+            const auto first = answered(SITE("privateat"), list.ref(), 4, static_cast<Index>(slot))[0];
+            slots += first == '\0' ? '_' : first == ' ' ? '.' : first;
+        }
+        return slots;
+    }
+};
+
+TEST_F(Growing, GrowsWhereItIsFullAndSlidesWhereItIsNot) {
+    const Temporary none(newCollection("dynarray", 4, 0)), three(listOf("a b c")),
+        start(newCollection("ordrdcll", 4, 0)), four(listOf("a b c d"));
+    add(none.ref(), "a");
+    EXPECT_EQ(slotsOf(none), "a...................");
+    add(three.ref(), "d");
+    EXPECT_EQ(slotsOf(three), "abcd......................");
+    says(start.ref(), "addfirst a");
+    EXPECT_EQ(slotsOf(start), "_________a.........."); // grown to 20, half of it before
+    says(start.ref(), "addfirst b; addlast c; * -> (b a c)");
+    says(four.ref(), "removefirst 3; add e; * -> (d e)");
+    EXPECT_EQ(slotsOf(four), "aded"); // half of the room at the start is now behind
+    says(four.ref(), "addfirst x; addfirst y; * -> (y x d e)");
+}
+
+TEST_F(Growing, MovesTheNearerPart) {
+    const Temporary list(newCollection("ordrdcll", 4, 6)), one(listOf("a"));
+    says(list.ref(), "add a; add c; insertbeforeindex b, 1");
+    EXPECT_EQ(slotsOf(list), "_bac__");
+    says(list.ref(), "insertbeforeindex e, 4; insertbeforeindex d, 2");
+    EXPECT_EQ(slotsOf(list), "bdace_");
+    says(list.ref(), "* -> (b d a c e); removeatindex 2 -> d");
+    EXPECT_EQ(slotsOf(list), "bace__");
+    says(one.ref(), "removeatindex 1 -> a");
+    EXPECT_EQ(slotsOf(one), "_");
+    says(one.ref(), "add b; clear; size -> 0");
+    EXPECT_EQ(slotsOf(one), "b");
+}
+
+TEST_F(Growing, RemovesAtBothEnds) {
+    const Temporary list(listOf("a b c d"));
+    says(list.ref(), "removefirst 0; removefirst 1; removelast 1; * -> (b c)");
+    for (const Index count : {3, -1, INT32_MIN, INT32_MAX})
+        says(list.ref(), about("removefirstandfinalize # -> error 33; removelastandfinalize # -> error 33", count));
+    says(list.ref(), "* -> (b c); removefirst 2; * -> ()");
+
+    const auto a = text("a"), b = text("b"), c = text("c");
+    const auto objects = referencesOf("ordrdcll", {a, b, c});
+    says(objects, "removefirstandfinalize 1; removelastandfinalize 1; size -> 1; at 1 -> $1", {b});
+    EXPECT_TRUE(!isLive(a) && isLive(b) && !isLive(c));
+    send<Ref>(SITE("deepfinalize"), objects);
+    EXPECT_FALSE(isLive(b));
+}
+
+TEST_F(Growing, RemovesWhatABlockChooses) {
+    const Temporary list(listOf("a b b c"));
+    const Block isB([](void **arguments) { return wordIn(arguments) == "b" ? 1 : 0; });
+    const Block any([](void **) { return 1; });
+    const Block adding([&](void **) {
+        add(list.ref(), "z");
+        return 0;
+    });
+    // Ends although there is always one more.
+    says(list.ref(),
+         "removeallsuchthat $1; * -> (a c); removeallsuchthat $2; * -> (a c z z); removeallsuchthat $3; * -> ()",
+         {isB.ref(), adding.ref(), any.ref()});
+}
+
+TEST_F(Growing, InsertsAndLooksBesideElementsAndIndexes) {
+    const Temporary list(listOf("a b c")), other(listOf("b d b"));
+    says(list.ref(), "after a -> b; before c -> b; after c -> error 13; before a -> error 14; after x -> error 12; "
+                     "before x -> error 12; remove x -> error 12; remove b; * -> (a c)");
+    says(other.ref(), "addbefore a, b; addafter c, b; * -> (a b c d b); addafterindex x, 0; addafterindex y, 6; "
+                      "addbeforeindex z, 2; * -> (x z a b c d b y); addafter q, nope -> error 12");
+    for (const Index index : {-1, 9, INT32_MAX, INT32_MIN})
+        says(other.ref(), about("addafterindex q, # -> error 3", index));
+    for (const Index index : {0, 10, INT32_MAX, INT32_MIN})
+        says(other.ref(), about("addbeforeindex q, # -> error 3", index));
+    says(other.ref(), "size -> 8");
+}
+
+TEST_F(Growing, TakesWholeCollectionsAndRangesItsOwnToo) {
+    const Temporary list(listOf("a")), source(listOf("p q r s"));
+    says(list.ref(),
+         "addsubcollectionfirst $2, 2, 3; * -> (q r a); addsubcollectionlast $2, 4, 4; addsubcollectionlast $2, 3, 2; "
+         "addallfirst $1; * -> (q r a s q r a s); clear; addalllast $2; addsubcollectionfirst $1, 1, 2; "
+         "addsubcollectionlast $1, 1, 3; * -> (p q p q r s p q p); clear; "
+         "addsubcollectionlast $2, 3, 2147483647 -> error 3; * -> (r s)", // up to the first index outside
+         {list.ref(), source.ref()});
+    const Temporary full(listOf("a b"));
+    const auto *fields = fieldsOf<DynamicFields>(full.ref());
+    send(SITE("add"), full.ref(), Element{fields->storage}); // grows, so the storage with the element moves
+    says(full.ref(), "* -> (a b a)");
 }
 
 } // namespace

@@ -26,11 +26,7 @@ Texts expand(Ref ofClass, std::string_view pattern) {
     const Temporary given(text(pattern));
     const auto list = send<Ref>(SITE("expandwildcards"), ofClass, given.ref());
     EXPECT_EQ(classOf(list), CLASS("ordrdcll"));
-    Texts names;
-    const auto size = send<Index>(SITE("size"), list);
-    for (Index i = 1; i <= size; ++i) names.push_back(valueOf(send<Ref>(SITE("at"), list, i)));
-    send<Ref>(SITE("deepfinalize"), list);
-    return names;
+    return valuesOfMade(list);
 }
 
 // ---- Forms and parts ------------------------------------------------------------------------------------------------
@@ -93,12 +89,9 @@ TEST(FileName, AsksTheDirectory) {
 
 class FileSearch : public testing::TestWithParam<bool> {
 protected:
-    FileSearch() { allowNativePaths(GetParam()); }
-    ~FileSearch() override {
-        std::filesystem::current_path(before);
-        allowNativePaths(true);
-    }
+    ~FileSearch() override { std::filesystem::current_path(before); }
     std::string at(const std::string &name) const { return folder.path / name; }
+    const Road road{GetParam()};
     LeakCheck leaks;
     TemporaryFolder folder;
     std::filesystem::path before = std::filesystem::current_path();

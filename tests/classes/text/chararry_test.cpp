@@ -12,8 +12,8 @@ protected:
     const Temporary abc{make("abc")}, number{send<Ref>(SITE("withvalue"), comp5(), Bytes{"abc "})};
 };
 class TextOfBytes : public Text {};
-INSTANTIATE_TEST_SUITE_P(Classes, Text, onBothRoads("chararry", "bytearry", "dbcsarry"), nameOfRoad);
-INSTANTIATE_TEST_SUITE_P(Classes, TextOfBytes, onBothRoads("chararry", "bytearry"), nameOfRoad);
+INSTANTIATE_TEST_SUITE_P(Classes, Text, classesOnBothRoads("chararry", "bytearry", "dbcsarry"), nameOfRoad);
+INSTANTIATE_TEST_SUITE_P(Classes, TextOfBytes, classesOnBothRoads("chararry", "bytearry"), nameOfRoad);
 
 TEST_P(Text, FactoriesTakeWhatTheirTerminatorSays) {
     says(ofClass,
@@ -136,6 +136,66 @@ TEST(TextSubclass, ItsOwnMethodsAreSent) {
     EXPECT_EQ(settingsSeen, 2);
     EXPECT_EQ(valueOf(upper.ref()), "A B");
     EXPECT_EQ(classOf(upper.ref()), loud);
+}
+
+// ---- Texts and items of every class --------------------------------------------------------------------------------
+
+class AnyText : public OfMixedClasses {};
+INSTANTIATE_TEST_SUITE_P(Classes, AnyText, classesOnBothRoads("chararry", "bytearry", "dbcsarry", "picx", "dbcspicx"),
+                         nameOfRoad);
+
+TEST_P(AnyText, ArgumentsOfEveryKindAreSurvived) {
+    const Temporary text(madeOf(ofClass, 3, "a" HA "b"));
+    RaisedErrors errors;
+    const Ref dead = madeOf(ofClass, 1, "x");
+    finalize(dead);
+    for (const auto argument : {null, dead, Ref{0x2020202020202020}, CLASS("picx"), CLASS("base"), ofClass}) {
+        for (auto *site : {&SITE("equal"), &SITE("lessthan"), &SITE("compareto"), &SITE("equalsignorecase")})
+            send<Index>(*site, text.ref(), argument);
+        send<Index>(SITE("indexofsubcollection"), text.ref(), argument, Index{1});
+        send(SITE("movevalue"), text.ref(), argument);
+        finalize(send<Ref>(SITE("concat"), text.ref(), argument));
+        finalize(send<Ref>(SITE("copyreplaceall"), text.ref(), argument, argument));
+    }
+    EXPECT_EQ(send<Count>(SITE("size"), text.ref()), 3U);
+}
+
+TEST_P(AnyText, EveryFailingAllocationIsSurvived) {
+    const auto isMixed = ofClass == CLASS("dbcsarry") || ofClass == CLASS("dbcspicx");
+    const auto value = std::string(300, 'a') + (isMixed ? KA : "A") + "\n " + std::string(298, 'b') + "\n c";
+    const Temporary text(madeOf(ofClass, 604, value));
+    const auto show = [](Ref object) {
+        const auto isList = familyOfClass(classOf(object))->isKindOf(*familyOfClass(classForProgram("dynarray")));
+        return isList || classOf(object) == CLASS("array") ? wordsIn(object) : valueOf(object);
+    };
+    allOrNothing(text.ref(), show, [&] { return madeOf(ofClass, 1, KA); });
+    allOrNothing(text.ref(), show, [&] { return send<Ref>(SITE("concat"), text.ref(), text.ref()); });
+    for (const std::string made : {"copyfromto", "asuppercase", "description", "aspicx", "trimblanks", "copy",
+                                   "asseparatelines", "asarrayofsubstrings"}) {
+        if (!send<bool>(SITE("respondsto"), ofClass, Bytes{(made + " ").c_str()})) continue; // items have no parts
+        allOrNothing(text.ref(), show, [&] { return send<Ref>(siteOf(made), text.ref(), Index{290}, Index{303}); });
+    }
+}
+
+// A subclass of texts, or of items, that claims to be longer than it is.
+void claimMuch(const oops_ref *, void *, void *returning) {
+    const Count claimed = 100000;
+    if (returning != nullptr) std::memcpy(returning, &claimed, sizeof claimed);
+}
+Ref liarOf(const char *program, const char *name, Ref superclass) {
+    return OutsideClass(program, name, superclass).method("sizeinbytes", asMethod(claimMuch), 1).registerIt();
+}
+
+TEST(TextSubclass, SizesThatItClaimsAreNotReadBeyondItsValue) {
+    const Temporary lying(madeOf(liarOf("liartxt", "liartext", CLASS("chararry")), 3, "a b")), abc(text("abc"));
+    const Temporary item(send<Ref>(SITE("withvalue"), liarOf("liarpicx", "liaritem", CLASS("picx")), Bytes{"a"}));
+    says(abc,
+         "lessthan $1 -> 0; greaterthan $1 -> 1; concat $1 -> it; it size -> 100003; it finalize; "
+         "$1 asarrayofsubstrings -> it; it deepfinalize; $2 lessthan $3 -> 1; compareto $2 -> 1",
+         {lying, item, abc});
+    std::string area(100000, '#');
+    send(SITE("getvalue"), item.ref(), Returning{{reinterpret_cast<std::byte *>(area.data())}});
+    EXPECT_EQ(area.substr(0, 3), "a##");
 }
 
 } // namespace

@@ -24,7 +24,7 @@ protected:
         return found;
     }
 };
-INSTANTIATE_TEST_SUITE_P(Classes, MixedText, onBothRoads("dbcsarry"), nameOfRoad);
+INSTANTIATE_TEST_SUITE_P(Classes, MixedText, classesOnBothRoads("dbcsarry"), nameOfRoad);
 
 // ---- Making, reading and writing ----------------------------------------------------------------------------------
 
@@ -218,7 +218,7 @@ protected:
     const Temporary text{make(join(model))};
     const Ref own = text.ref();
 };
-INSTANTIATE_TEST_SUITE_P(Classes, RandomMixedText, onBothRoads("dbcsarry"), nameOfRoad);
+INSTANTIATE_TEST_SUITE_P(Classes, RandomMixedText, classesOnBothRoads("dbcsarry"), nameOfRoad);
 
 TEST_P(RandomMixedText, AgreesWithAListOfCharacters) {
     for (int step = 0; step < 1200; ++step) {
