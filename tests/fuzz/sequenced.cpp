@@ -503,11 +503,9 @@ private:
 
 } // namespace
 
-std::uint32_t runSequencedProgram(Decisions &decisions, std::uint32_t operations) {
+void runSequencedProgram(Decisions decisions, std::uint32_t operations) {
     Program program(decisions);
-    std::uint32_t done = 0;
-    for (; done < operations && !decisions.areOver(); ++done) program.step();
-    return done;
+    for (std::uint32_t i = 0; i < operations; ++i) program.step();
 }
 
 } // namespace oocobol::fuzz

@@ -124,7 +124,7 @@ TEST_F(Sends, MethodsThatLoseTheirObjectWorkOnNothing) {
         if (raisedOn == collection) finalize(collection);
     };
     Count element = 0;
-    send(SITE("at"), collection, Returning{{reinterpret_cast<std::byte *>(&element)}}, Index{9});
+    send(SITE("at"), collection, into(element), Index{9});
     EXPECT_EQ(errors.numbers().front(), 3u);
     EXPECT_FALSE(isLive(collection));
 }

@@ -126,25 +126,5 @@ TEST(References, BecomeWhatTheyAreExchangedForAndRaiseWhenStale) {
     finalize(other);
 }
 
-TEST(References, CopiesContentsOnlyBetweenLikeObjects) {
-    const RaisedErrors errors;
-    const Temporary one(newObject()), other(newObject()), different(text("abc"));
-    EXPECT_EQ(oopscopyobjectcontents(one.ref().bits, other.ref().bits), 1);
-    EXPECT_EQ(oopscopyobjectcontents(one.ref().bits, different.ref().bits), 0);
-    EXPECT_EQ(oopscopyobjectcontents(one.ref().bits, 0), 0);
-}
-
-TEST(References, ComponentSlotsFollowTheObject) {
-    int data = 0;
-    for (int i = 0; i < 2000; ++i) {
-        const auto object = newObject().bits;
-        EXPECT_EQ(oopsgetcomponentdata(object), nullptr) << "inherited from the object before it";
-        oopssetcomponentdata(object, &data);
-        EXPECT_EQ(oopsgetcomponentdata(object), &data);
-        oopscancel(object);
-        EXPECT_EQ(oopsgetcomponentdata(object), nullptr);
-    }
-}
-
 } // namespace
 } // namespace oocobol::test

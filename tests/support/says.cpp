@@ -195,19 +195,26 @@ std::size_t widthIn(Ref collection) {
     return elementTemplate ? send<Count>(SITE("sizeinbytes"), elementTemplate) : sizeof(Ref);
 }
 
-Ref collectionOf(Ref ofClass, Ref elementTemplate, std::string_view words, Index size) {
-    std::vector<std::string> elements;
-    while (!words.empty()) elements.emplace_back(cut(words, " "));
-    const auto count = static_cast<Index>(elements.size());
-    const auto made = send<Ref>(SITE("ofvalues"), ofClass, elementTemplate, size < 0 ? count : size);
-    for (Index i = 1; i <= count; ++i) {
-        const auto element = padded(elements[static_cast<std::size_t>(i - 1)], widthIn(made));
-        if (ofClass == CLASS("array"))
-            send(SITE("atput"), made, i, area(element));
+static bool isDictionary(Ref collection) {
+    return familyOfClass(classOf(collection))->isKindOf(*familyOfClass(classForProgram("dictinry")));
+}
+Ref filled(Ref collection, std::string_view words) {
+    for (Index i = 1; !words.empty(); ++i) {
+        const std::string word(cut(words, " "));
+        const auto element = padded(word, widthIn(collection));
+        if (classOf(collection) == CLASS("array"))
+            send(SITE("atput"), collection, i, area(element));
+        else if (isDictionary(collection))
+            send(SITE("atput"), collection, area(padded(word.substr(0, 1), element.size())),
+                 static_cast<Count>(std::stoul(word.substr(1))));
         else
-            send(SITE("add"), made, area(element));
+            send(SITE("add"), collection, area(element));
     }
-    return made;
+    return collection;
+}
+Ref collectionOf(Ref ofClass, Ref elementTemplate, std::string_view words, Index size) {
+    const auto count = words.empty() ? 0 : 1 + static_cast<Index>(std::count(words.begin(), words.end(), ' '));
+    return filled(send<Ref>(SITE("ofvalues"), ofClass, elementTemplate, size < 0 ? count : size), words);
 }
 
 std::string wordsIn(Ref collection) {
@@ -218,19 +225,21 @@ std::string wordsIn(Ref collection) {
         if (element) word = valueOf(element);
         words.push_back(word.substr(0, word.find_last_not_of(' ') + 1));
     };
-    const auto width = widthIn(collection);
+    const Temporary keys(isDictionary(collection) ? send<Ref>(SITE("keys"), collection) : null);
+    const auto width = widthIn(keys.ref() ? keys.ref() : collection);
     if (send<bool>(SITE("issequenced"), collection)) {
         for (Index i = 1, size = send<Index>(SITE("size"), collection); i <= size; ++i) {
             std::string word(width, ' ');
-            send(SITE("at"), collection, Returning{{reinterpret_cast<std::byte *>(word.data())}}, i);
+            send(SITE("at"), collection, into(word), i);
             take(word);
         }
     } else {
         const Temporary walk(block([&](void **arguments) {
             take(std::string(static_cast<const char *>(arguments[0]), width));
+            if (isDictionary(collection)) words.back() += std::to_string(valueIn<Count>(arguments[1]));
             return 0;
         }));
-        send(SITE("do"), collection, walk.ref());
+        send(isDictionary(collection) ? SITE("keysanddatado") : SITE("do"), collection, walk.ref());
         std::sort(words.begin(), words.end());
     }
     std::string shown;

@@ -92,7 +92,7 @@ Ref text(std::string_view value) {
 
 std::string valueOf(Ref textObject) {
     std::string value(send<Count>(SITE("sizeinbytes"), textObject), '\0');
-    send(SITE("getvalue"), textObject, Returning{{reinterpret_cast<std::byte *>(value.data())}});
+    send(SITE("getvalue"), textObject, into(value));
     return value;
 }
 

@@ -38,10 +38,13 @@ template <class T> T valueIn(const void *bytes) {
     std::memcpy(&value, bytes, sizeof value);
     return value;
 }
+// What a message answers into.
+template <class T> Returning into(T &item) { return Returning{{reinterpret_cast<std::byte *>(&item)}}; }
+inline Returning into(std::string &bytes) { return Returning{{reinterpret_cast<std::byte *>(bytes.data())}}; }
 // The bytes that a message about an index or slot answers; '?' where it wrote nothing.
 inline std::string answered(oops_site &message, Ref object, std::size_t width, Index index) {
     std::string bytes(width, '?');
-    send(message, object, Returning{{reinterpret_cast<std::byte *>(bytes.data())}}, index);
+    send(message, object, into(bytes), index);
     return bytes;
 }
 // Sends a message over areas, the one for its answer first; an empty one is left out.

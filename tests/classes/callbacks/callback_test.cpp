@@ -70,7 +70,7 @@ TEST_F(Callbacks, KeepNamesAsTheyMustBe) {
     };
     for (const auto &[made, expected] : names) {
         std::string name(81, '?');
-        send(SITE("getmessage"), made, Returning{{reinterpret_cast<std::byte *>(name.data())}});
+        send(SITE("getmessage"), made, into(name));
         EXPECT_EQ(name, expected);
         finalize(made);
     }
@@ -103,7 +103,7 @@ TEST_F(Callbacks, OnThreadsReturnBeforeTheMessageHasRun) {
     const auto threaded = send<Ref>(SITE("new"), CLASS("mcallbck"), taker.ref(), Bytes{"all"}, s1);
     std::uint64_t answer = 9;
     const std::int64_t given = 103; // is the caller's until the message has run
-    send(SITE("invoke"), threaded, Returning{{reinterpret_cast<std::byte *>(&answer)}}, given);
+    send(SITE("invoke"), threaded, into(answer), given);
     EXPECT_FALSE(hasRun);
     EXPECT_EQ(answer, 9u);
     finalize(threaded); // the message goes its way

@@ -54,7 +54,8 @@ TEST_F(Collections, ShareStorageUntilTheLastIsGone) {
     for (const auto originalEndsFirst : {true, false}) {
         const auto original = listOf("a b c", 1), other = listOf("z", 1);
         const auto copy = send<Ref>(SITE("basiccopy"), original);
-        says(other, "copycontents $1 -> 1; $1 copycontents $1 -> 1", {original});
+        says(other, "copycontents $1 -> 1; $1 copycontents $1 -> 1; copycontents $base -> 0; copycontents nil -> 0",
+             {original});
         finalize(originalEndsFirst ? original : copy);
         const auto left = originalEndsFirst ? copy : original;
         says(left, "* -> (a b c)");

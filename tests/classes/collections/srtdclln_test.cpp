@@ -43,9 +43,9 @@ TEST_F(Sorted, SortsEveryTemplateAsItCompares) {
             for (int i = 0; i < 2500; ++i) send(SITE("add"), source.ref(), random());
             send(SITE("addall"), sorted.ref(), source.ref());
             std::uint64_t before = 0, next = 0;
-            send(SITE("at"), sorted.ref(), Returning{{reinterpret_cast<std::byte *>(&before)}}, Index{1});
+            send(SITE("at"), sorted.ref(), into(before), Index{1});
             for (Index i = 2; i <= 2500; ++i, before = next) {
-                send(SITE("at"), sorted.ref(), Returning{{reinterpret_cast<std::byte *>(&next)}}, i);
+                send(SITE("at"), sorted.ref(), into(next), i);
                 ASSERT_TRUE(sendOver<bool>(SITE("lessthanorequalbylengthvalue"), elements, &before, width, area(next)))
                     << program << width;
             }
@@ -101,14 +101,10 @@ TEST_F(Sorted, CountsAmongElementsThatOnlyCompareEqual) {
 
 TEST_F(Sorted, AnswersListsAndCopies) {
     const Block yes([](void **) { return 1; });
-    const auto sorted = sortedOf("b a c");
-    const Temporary selected(send<Ref>(SITE("select"), sorted, yes.ref())),
-        part(send<Ref>(SITE("copyfromto"), sorted, Index{1}, Index{2})), copied(send<Ref>(SITE("copy"), sorted)),
-        with(sendWord<Ref>(SITE("copywith"), sorted, "aa"));
-    says(sorted, "reverse -> (c b a); $1 class -> $4; $2 class -> $4; $3 class -> $5; $3 * -> (a aa b c)",
-         {selected.ref(), part.ref(), with.ref(), CLASS("ordrdcll"), CLASS("srtdclln")});
-    finalize(sorted);
-    says(copied.ref(), "add ab; * -> (a ab b c)"); // by its own method: the original is gone
+    says(Temporary(sortedOf("b a c")).ref(),
+         "select $1 -> it; it class -> $ordrdcll; it finalize; copywith aa -> it; it class -> $srtdclln; "
+         "it * -> (a aa b c); it finalize",
+         {yes.ref()});
 }
 
 TEST_F(Sorted, KeepsItsElementsWhateverAComparisonDoes) {

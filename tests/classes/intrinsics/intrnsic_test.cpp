@@ -62,8 +62,7 @@ TEST(IntrinsicClass, RefusesWhatItCannotHold) {
          {bare.ref()});
     RaisedErrors errors;
     Ref unset{42};
-    send(SITE("getclassfromname"), CLASS("intrnsic"), Returning{{reinterpret_cast<std::byte *>(&unset)}},
-         Bytes{"cobolcomp3"}, Bytes{"nosuchpg"}, Index{3});
+    send(SITE("getclassfromname"), CLASS("intrnsic"), into(unset), Bytes{"cobolcomp3"}, Bytes{"nosuchpg"}, Index{3});
     EXPECT_EQ(unset, Ref{42});
     EXPECT_FALSE(send<Ref>(SITE("new"), negative));
     ASSERT_FALSE(errors.all.empty());

@@ -250,7 +250,7 @@ TEST_F(Components, AreReportedByTheirHandlerWithTheNames) {
     EXPECT_EQ(errors.numbers(), Numbers{12});
     std::uint32_t items[2] = {0x11111111, 0x22222222};
     ::testing::internal::CaptureStdout();
-    send(SITE("signal"), source, Returning{{reinterpret_cast<std::byte *>(items)}}, Bytes{"nosuch"});
+    send(SITE("signal"), source, into(items), Bytes{"nosuch"});
     ::testing::internal::GetCapturedStdout();
     EXPECT_EQ(items[1], 0x22222222u) << "a narrow returning item";
 }

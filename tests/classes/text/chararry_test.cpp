@@ -194,7 +194,7 @@ TEST(TextSubclass, SizesThatItClaimsAreNotReadBeyondItsValue) {
          "$1 asarrayofsubstrings -> it; it deepfinalize; $2 lessthan $3 -> 1; compareto $2 -> 1",
          {lying, item, abc});
     std::string area(100000, '#');
-    send(SITE("getvalue"), item.ref(), Returning{{reinterpret_cast<std::byte *>(area.data())}});
+    send(SITE("getvalue"), item.ref(), into(area));
     EXPECT_EQ(area.substr(0, 3), "a##");
 }
 

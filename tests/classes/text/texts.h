@@ -52,7 +52,7 @@ inline Ref itemOf(std::string_view value) {
 
 inline std::string characterAt(Ref object, Index position) {
     char area[9] = {};
-    send(SITE("at"), object, Returning{{reinterpret_cast<std::byte *>(area)}}, position);
+    send(SITE("at"), object, into(area), position);
     return area;
 }
 
@@ -61,7 +61,7 @@ inline void expectNullBehind(Ref text) {
     const auto value = valueOf(text);
     for (auto *site : {&SITE("getvaluez"), &SITE("asparameter")}) {
         std::string area(value.size() + 3, '#');
-        send(*site, text, Returning{{reinterpret_cast<std::byte *>(area.data())}});
+        send(*site, text, into(area));
         EXPECT_EQ(area, value + std::string("\0##", 3));
     }
 }
