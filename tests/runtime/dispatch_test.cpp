@@ -117,7 +117,6 @@ TEST_F(Sends, StopExceptionsAndEndlessRecursionAndTheRunGoesOn) {
 
 // The handler of an error inside a method finalizes the receiver of that very method.
 TEST_F(Sends, MethodsThatLoseTheirObjectWorkOnNothing) {
-    const LeakCheck leaks;
     RaisedErrors errors;
     const auto collection = send<Ref>(SITE("ofvalues"), CLASS("ordrdcll"), comp5(), Index{4});
     errors.action = [&](Ref raisedOn, Count) {

@@ -69,6 +69,7 @@ struct Message {
     }
 };
 template <class Action> void forEveryMethod(Action action) {
+    mayLeaveObjects = true; // classes that were made and answered
     const RaisedErrors errors;
     ::testing::internal::CaptureStdout();
     for (const auto *definition : libraryClasses()) {

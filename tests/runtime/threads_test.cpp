@@ -52,7 +52,6 @@ TEST(Threads, OneSiteServesManyClassesAndAMethodReplacedMeanwhile) {
 }
 
 TEST(Threads, ObjectsMadeOnOneThreadEndOnAnother) {
-    const LeakCheck leaks;
     const auto base = classForProgram("base");
     std::vector<std::atomic<std::uint64_t>> mailbox(20000);
     onThreads(2, [&](int number) {

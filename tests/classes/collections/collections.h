@@ -91,7 +91,6 @@ inline std::string about(std::string conversation, Index index) {
 class ErrorsAndLeaks {
 protected:
     ~ErrorsAndLeaks() { EXPECT_TRUE(errors.all.empty()) << "first " << errors.all.front().number; }
-    LeakCheck leaks;
     RaisedErrors errors;
 };
 class CollectionTest : public testing::Test, protected ErrorsAndLeaks {};

@@ -222,6 +222,7 @@ TEST_P(Redefining, IsNoticedByEveryMethod) {
     std::vector<Words> seen;
     onBothRoads([&] {
         for (const auto &[one, program, ofReferences] : cases) {
+            const Sweep sweep; // of what is answered in collections
             redefined = one;
             const auto classFor = [&](const std::string &wanted) {
                 return wanted == family ? redefined->ofClass : classForProgram(wanted.c_str());

@@ -70,7 +70,6 @@ TEST_F(ExceptionManager, RefusesWhatIsNoHandlerAndRaisesOnWhatIsNoObject) {
 }
 
 TEST_F(ExceptionManager, ShowsInsertsThatAHandlerMayFinalize) {
-    const LeakCheck leaks;
     const Temporary showing(block([&](void **arguments) {
         says(valueIn<Ref>(arguments[2]), "* -> (one two); deepfinalize");
         ++calls;
@@ -134,7 +133,6 @@ TEST(MessageTexts, AreThereForEveryNumberInBothLanguages) {
 // ---- Message files -------------------------------------------------------------------------------------------------
 
 TEST(MessageFileHandler, PutsInsertsInUpToTheFirstOneLeftOut) {
-    const LeakCheck leaks;
     const Temporary library(text("    ")), file(text("oocobol.lng         "));
     const Temporary handler(send<Ref>(SITE("registermessagefile"), CLASS("msgfh"), library.ref(), file.ref()));
     const Temporary one(text("ONE")), two(text("TWO")), three(text("THREE"));
@@ -152,7 +150,6 @@ TEST(MessageFileHandler, PutsInsertsInUpToTheFirstOneLeftOut) {
 }
 
 TEST(MessageFileHandler, KeepsItsNamesWhenTheNewOneIsNone) {
-    const LeakCheck leaks;
     says(CLASS("msgfh"), "registermessagefilez 'folder', 'oocobol.lng' -> it; "
                          "it setlanguagefilename nil -> error 33; it setlanguagelibrary nil -> error 27; "
                          "it getlanguagefilename -> 'oocobol.lng'; it getlanguagelibrary -> 'folder'; it finalize");

@@ -32,7 +32,6 @@ Texts expand(Ref ofClass, std::string_view pattern) {
 // ---- Forms and parts ------------------------------------------------------------------------------------------------
 
 TEST(FileName, IsMadeOfTextsAndBuffersAndCopied) {
-    const LeakCheck leaks;
     const Temporary quoted(named("\"a b.txt\"  ")), upper(named("A B.TXT")), spaced(named("\"ends in \""));
     says(quoted.ref(),
          "* -> 'a b.txt'; asexternalfilename -> '\"a b.txt\"'; asinternalfilename -> 'a b.txt'; "
@@ -46,7 +45,6 @@ TEST(FileName, IsMadeOfTextsAndBuffersAndCopied) {
 }
 
 TEST(FileName, HasPartsUpToTheLastSeparatorAndTheLastPeriod) {
-    const LeakCheck leaks;
     const char *const cases[][4] = {
         // name, path, base, extension
         {"", "", "", ""},
@@ -66,7 +64,6 @@ TEST(FileName, HasPartsUpToTheLastSeparatorAndTheLastPeriod) {
 }
 
 TEST(FileName, HasPartsThatAreReplaced) {
-    const LeakCheck leaks;
     says(Temporary(named("a/b.c")),
          "setpathz 'x/y/'; * -> 'x/y/b.c'; setpathz 'x'; * -> 'x\\b.c'; setbasenamez '\"d e\"  '; * -> 'x\\d e.c'; "
          "setbasenamez ''; * -> 'x\\.c'; extension -> 'c'; setbasenamez 'p.q'; * -> 'x\\p.q.c'; "
@@ -76,7 +73,6 @@ TEST(FileName, HasPartsThatAreReplaced) {
 }
 
 TEST(FileName, InternalFormIsWithoutQuotesAndSpacesBehind) {
-    const LeakCheck leaks;
     const std::string fits(255, 'x');
     const std::pair<std::string, std::string> forms[] = {
         {"a b.txt   ", "a b.txt"}, {"\"a \"  ", "a "}, {"\"\"q\"\"", "\"q\""},  {"\"", "\""}, {" x", " x"}, {"   ", ""},
@@ -88,7 +84,6 @@ TEST(FileName, InternalFormIsWithoutQuotesAndSpacesBehind) {
 }
 
 TEST(FileName, DirectoriesAreAppendedUpToTheLongestName) {
-    const LeakCheck leaks;
     const Temporary name(named("p/b.c")), bare(named("b")), sub(text("sub ")), empty(text(""));
     says(name.ref(),
          "appenddir $1; * -> 'p/sub\\b.c'; appenddir $1; * -> 'p/sub\\sub\\b.c'; $3 appenddir $2; $3 * -> 'b'",
@@ -102,7 +97,6 @@ TEST(FileName, DirectoriesAreAppendedUpToTheLongestName) {
 // ---- What the directory says ----------------------------------------------------------------------------------------
 
 TEST(FileName, AsksTheDirectory) {
-    const LeakCheck leaks;
     const TemporaryFolder folder;
     const auto path = folder.path.string();
     folder.write("sub/.five", "12345");
@@ -121,7 +115,6 @@ protected:
     ~FileSearch() override { std::filesystem::current_path(before); }
     std::string at(const std::string &name) const { return folder.path / name; }
     const Road road{GetParam()};
-    LeakCheck leaks;
     TemporaryFolder folder;
     std::filesystem::path before = std::filesystem::current_path();
 };
@@ -201,7 +194,6 @@ TEST_P(FileSearch, SendsWhatASubclassRedefines) {
 // ---- Bad input -----------------------------------------------------------------------------------------------------
 
 TEST(FileName, WrongArgumentsRaiseAndChangeNothing) {
-    const LeakCheck leaks;
     const auto stale = text("x");
     finalize(stale);
     const Temporary name(named("a/b.c")), nameless(send<Ref>(SITE("new"), classObject()));
@@ -222,7 +214,6 @@ TEST(FileName, WrongArgumentsRaiseAndChangeNothing) {
 }
 
 TEST(FileName, SurvivesObjectsThatEndOrMisbehave) {
-    const LeakCheck leaks;
     OutsideClass("selfname", "selfname", CLASS("chararry"))
         .method("asinternalfilename", [](const oops_ref *self, void *, oops_ref *returning) { *returning = *self; })
         .registerIt();

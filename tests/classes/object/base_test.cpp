@@ -28,7 +28,6 @@ TEST(Base, RemembersTheLastMessageThatItDidNotUnderstand) {
 }
 
 TEST(Base, DescribesObjectsClassesAndNull) {
-    const LeakCheck leaks;
     const Temporary object(createInstance(CLASS("base")));
     says(object.ref(), "description -> 'an object of class base'; $bag description -> 'class bag'; "
                        "nil description -> 'the null object (class nilobject)'");

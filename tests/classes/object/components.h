@@ -107,7 +107,6 @@ protected:
         const RaisedErrors errors;
         finalize(newComponent());
     }
-    LeakCheck leaks;
     Log told;
 };
 

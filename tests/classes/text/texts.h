@@ -29,7 +29,6 @@ protected:
     const bool isNative = std::get<bool>(GetParam());
     const Road road{isNative};
     const Ref ofClass = classForProgram(std::get<std::string>(GetParam()).c_str());
-    const LeakCheck leaks;
 };
 // Where there are characters of two bytes.
 class OfMixedClasses : public OfClasses {
