@@ -159,25 +159,27 @@ struct Outcome {
     bool raised;
 };
 } // namespace
-void allOrNothing(Ref receiver, const std::function<std::string(Ref)> &show, const std::function<Ref()> &deed) {
-    for (const auto andAllBehind : {true, false}) {
-        std::vector<Outcome> outcomes{{show(receiver), "", true}};
-        for (auto reached = true; reached;) {
-            const auto before = countInstances(null);
-            const RaisedErrors errors;
-            Ref made;
-            reached = fails(outcomes.size(), andAllBehind, [&] { made = deed(); });
-            outcomes.push_back({show(receiver), made ? show(made) : "", !errors.all.empty()});
-            if (made) send<Ref>(SITE("deepfinalize"), made);
-            ASSERT_TRUE(countInstances(null) == before || !reached) << "allocation " << outcomes.size() - 1;
-        }
-        const auto &first = outcomes.front(), &last = outcomes.back();
-        for (const auto &[held, made, raised] : outcomes) {
-            EXPECT_TRUE(held == last.held || (raised && held == first.held)) << held;
-            EXPECT_TRUE(made == last.made || raised) << made;
-        }
-        EXPECT_FALSE(last.raised);
+void allOrNothing(bool andAllBehind, Ref receiver, const std::function<std::string(Ref)> &show,
+                  const std::function<Ref()> &deed) {
+    std::vector<Outcome> outcomes{{show(receiver), "", true}};
+    for (auto reached = true; reached;) {
+        const auto before = countInstances(null);
+        const RaisedErrors errors;
+        Ref made;
+        reached = fails(outcomes.size(), andAllBehind, [&] { made = deed(); });
+        outcomes.push_back({show(receiver), made ? show(made) : "", !errors.all.empty()});
+        if (made) send<Ref>(SITE("deepfinalize"), made);
+        ASSERT_TRUE(countInstances(null) == before || !reached) << "allocation " << outcomes.size() - 1;
     }
+    const auto &first = outcomes.front(), &last = outcomes.back();
+    for (const auto &[held, made, raised] : outcomes) {
+        EXPECT_TRUE(held == last.held || (raised && held == first.held)) << held;
+        EXPECT_TRUE(made == last.made || raised) << made;
+    }
+    EXPECT_FALSE(last.raised);
+}
+void allOrNothing(Ref receiver, const std::function<std::string(Ref)> &show, const std::function<Ref()> &deed) {
+    for (const auto andAllBehind : {true, false}) allOrNothing(andAllBehind, receiver, show, deed);
 }
 
 std::string entryNamed(std::function<std::int64_t(void **)> function, std::string name) {

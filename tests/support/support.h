@@ -156,8 +156,11 @@ template <class Deed> bool fails(std::uint64_t at, bool andAllBehind, Deed deed)
 }
 
 // Does something to a receiver, and makes perhaps something, over and over, each time with another allocation that
-// fails, that one or all behind it too, until none does. Whatever failed, the receiver is shown as it was or as it is
-// in the end, what is not done or not whole is raised, and nothing but what was made is left.
+// fails
+// - that one only, or all behind it too - until none does. Whatever failed, the receiver is shown as it was or as it is
+// in the end, what is not done or not whole is raised, and nothing but what was made is left. Tries both when not told.
+void allOrNothing(bool andAllBehind, Ref receiver, const std::function<std::string(Ref)> &show,
+                  const std::function<Ref()> &deed);
 void allOrNothing(Ref receiver, const std::function<std::string(Ref)> &show, const std::function<Ref()> &deed);
 
 // ---- Roads ---------------------------------------------------------------------------------------------------------
