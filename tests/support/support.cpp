@@ -54,14 +54,6 @@ template <std::size_t... slot> constexpr auto slotEntries(std::index_sequence<sl
 }
 constexpr auto entries = slotEntries(std::make_index_sequence<slots>{});
 
-// Whole test programs run in either environment: they start as a program does that knows which one it is in.
-class Start : public testing::Environment {
-    void SetUp() override {
-        if (std::getenv("OOCOBOL_DBCS") != nullptr) send(SITE("readyforapplicationstart"), classForProgram("base"));
-    }
-};
-const auto *const start = testing::AddGlobalTestEnvironment(new Start);
-
 class LeakCheck : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo &) override {
         installHandler();
@@ -73,7 +65,15 @@ class LeakCheck : public testing::EmptyTestEventListener {
     }
     Count before = 0;
 };
-const auto leakCheck = (testing::UnitTest::GetInstance()->listeners().Append(new LeakCheck), 0);
+
+// Whole test programs run in either environment: they start as a program does that knows which one it is in.
+class Start : public testing::Environment {
+    void SetUp() override {
+        testing::UnitTest::GetInstance()->listeners().Append(new LeakCheck);
+        if (std::getenv("OOCOBOL_DBCS") != nullptr) send(SITE("readyforapplicationstart"), classForProgram("base"));
+    }
+};
+const auto *const start = testing::AddGlobalTestEnvironment(new Start);
 
 } // namespace
 
