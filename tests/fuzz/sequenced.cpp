@@ -1,8 +1,11 @@
+// Sequenced collections against vectors.
 #include <algorithm>
 #include <tuple>
 
 #include "classes/collections/collection.h"
-#include "tests/fuzz/world.h"
+#include "tests/fuzz/fuzz.h"
+#include "tests/support/says.h"
+#include "tests/support/support.h"
 
 #if OOCOBOL_CHECKED
 #include <malloc.h>
@@ -11,6 +14,7 @@
 namespace oocobol::fuzz {
 namespace {
 
+using namespace test;
 using Elements = std::vector<std::string>;
 
 enum Shape : std::size_t { array, list, sorted };
@@ -23,11 +27,8 @@ constexpr std::size_t references = std::size(widths); // one kind more
 constexpr Index edges[] = {INT32_MIN, INT32_MIN + 1, -1, 0, 538976287, 538976288, INT32_MAX - 1, INT32_MAX};
 
 Ref templateOf(std::size_t kind) {
-    static Ref made[std::size(widths)];
     if (kind == references) return null;
-    if (widths[kind] == 4) return CLASS("comp5");
-    if (!made[kind]) made[kind] = send<Ref>(SITE("newclass"), CLASS("picx"), widths[kind]);
-    return made[kind];
+    return widths[kind] == 4 ? comp5() : picX(widths[kind]);
 }
 
 Elements joined(Elements one, const Elements &two, const Elements &three) {
@@ -35,8 +36,6 @@ Elements joined(Elements one, const Elements &two, const Elements &three) {
     one.insert(one.end(), three.begin(), three.end());
     return one;
 }
-template <class T> std::string bytesOf(T value) { return {reinterpret_cast<const char *>(&value), sizeof value}; }
-
 struct Member {
     Ref ref;
     Shape shape;
@@ -58,24 +57,37 @@ constexpr const char *pestered[] = {"do b",       "dowithoutcopy b",     "revers
 constexpr const char *rude[] = {"add h",    "removeatindex i", "clear ",  "raiseexception x",
                                 "growto s", "quititeration ",  "resort ", "copy !"};
 
+constexpr std::size_t areaSize = 512; // wide enough for any collection's elements and answers
+using Function = std::function<std::int64_t(void **arguments)>;
+
+// Lets every class of a family that is sent to gain a method.
+void gainMethod() {
+    static int gained = 0;
+    if (gained >= 32) return; // each makes the library look again at all it knows
+    const auto name = "fuzzmethod" + std::to_string(gained++);
+    OutsideClass(gained % 2 == 0 ? "dynarray" : "sequence", "", null)
+        .method(name.c_str(), [](const oops_ref *, void *, void *) {})
+        .extend();
+}
+
 class Program {
+    RaisedErrors errors;
+    static std::int64_t run(Function running, void **arguments) { return running ? running(arguments) : 0; }
+
 public:
     explicit Program(Decisions &source) : decisions(source), before(countInstances(null)) {
         allowNativePaths(!decisions.oneIn(3));
-        for (const auto *value : {"one", "two", "two", "three"}) objects.push_back(newText(value));
-        block = newBlock();
+        for (const auto *value : {"one", "two", "two", "three"}) objects.push_back(text(value));
+        renewBlock();
         for (int i = 0; i < 3; ++i) makeMember();
     }
     ~Program() {
         checkAll();
         note("ending");
-        setBlock({});
-        setComparison({});
-        whenRaised({});
+        beQuiet();
         for (const auto &member : members) end(member.ref);
         for (const auto object : objects) end(object);
         end(block);
-        takeErrors();
         allowNativePaths(true);
         if (countInstances(null) != before) fail("objects have been left over");
     }
@@ -99,23 +111,15 @@ private:
 
     std::size_t below(std::size_t limit) { return decisions.below(static_cast<std::uint32_t>(limit)); }
     using Arguments = std::vector<std::string>;
-    // Sends a message with areas that hold these bytes as its arguments; answers what it answers.
-    template <class Result = Ref> Result tell(Ref receiver, const std::string &message, const Arguments &bytes = {}) {
+    // Sends a message with areas that begin with these bytes as its arguments; answers what it answers. Each area is as
+    // wide as the widest element: that much a method may always read and write.
+    static std::string tell(Ref receiver, const std::string &message, Arguments areas = {}) {
         note(message);
-        ElementArea areas[5];
-        void *arguments[5] = {areas[0].bytes};
-        for (std::size_t i = 0; i < bytes.size(); ++i) {
-            areas[i + 1] = ElementArea(bytes[i]);
-            arguments[i + 1] = areas[i + 1].bytes;
-        }
-        oops_site site = OOPS_SITE(message.c_str());
-        oopsresolvelist(receiver.bits, &site, arguments, static_cast<std::int32_t>(bytes.size()) + 1);
-        Result answer;
-        std::memcpy(&answer, areas[0].bytes, sizeof answer);
-        return answer;
+        areas.insert(areas.begin(), std::string());
+        for (auto &area : areas) area.resize(areaSize);
+        sendAreas(receiver, message, areas);
+        return areas[0];
     }
-
-    static Ref newText(const char *value) { return send<Ref>(SITE("withvalue"), CLASS("chararry"), Bytes{value}); }
     void end(Ref object) {
         if (!isLive(object)) return;
         stale.push_back(object);
@@ -140,12 +144,8 @@ private:
         return decisions.oneIn(8) ? decisions.among(edges) : static_cast<Index>(below(size + 3)) - 1;
     }
     std::string newElement(const Member &member) {
+        if (member.kind == references) return bytesOf(anyReference());
         auto bytes = member.filled('m');
-        if (member.kind == references) {
-            const auto object = anyReference();
-            std::memcpy(bytes.data(), &object, sizeof object);
-            return bytes;
-        }
         bytes.front() = static_cast<char>('a' + decisions.below(5));
         bytes.back() = static_cast<char>('a' + decisions.below(3));
         return bytes;
@@ -153,19 +153,17 @@ private:
     // As elements are sorted by default: numbers by what they are.
     static bool isBefore(const std::string &one, const std::string &other) {
         if (one.size() != 4) return one < other;
-        std::uint32_t first, second;
-        std::memcpy(&first, one.data(), 4);
-        std::memcpy(&second, other.data(), 4);
-        return first < second;
+        return valueIn<std::uint32_t>(one.data()) < valueIn<std::uint32_t>(other.data());
     }
     void makeMember() {
         note("making");
         const auto kind = below(references + 1);
         const auto shape = static_cast<Shape>(below(kind == references ? 2 : 3));
         const auto size = below(9);
-        Member made{{}, shape, kind, {}};
-        made.ref =
-            send<Ref>(SITE("ofvalues"), classForProgram(programs[shape]), templateOf(kind), static_cast<Index>(size));
+        Member made{send<Ref>(SITE("ofvalues"), classForProgram(programs[shape]), templateOf(kind), Index(size)),
+                    shape,
+                    kind,
+                    {}};
         if (shape == array) made.elements.assign(size, made.filled('\0'));
         members.push_back(std::move(made));
     }
@@ -175,11 +173,7 @@ private:
     static Elements elementsOf(const Member &member) {
         Elements found;
         const auto size = send<Index>(SITE("size"), member.ref);
-        for (Index i = 1; i <= size; ++i) {
-            ElementArea held;
-            send(SITE("at"), member.ref, held.returning(), i);
-            found.push_back(held.value(member.width()));
-        }
+        for (Index i = 1; i <= size; ++i) found.push_back(answered(SITE("at"), member.ref, member.width(), i));
         return found;
     }
     static void checkStorage(Ref ref) {
@@ -228,11 +222,17 @@ private:
             }
             member.elements = elementsOf(member);
         }
-        if (!isLive(block)) block = newBlock();
+        if (!isLive(block)) renewBlock();
         for (auto &object : objects) {
-            if (!isLive(object)) object = newText("new");
+            if (!isLive(object)) object = text("new");
         }
-        takeErrors();
+        errors.all.clear();
+    }
+    void renewBlock() { block = send<Ref>(SITE("new"), CLASS("entrycll"), Bytes{blockEntry.c_str()}); }
+    // Code from outside does nothing from now on.
+    void beQuiet() {
+        onBlock = onComparison = {};
+        errors.action = {};
     }
 
     // ---- Use ----------------------------------------------------------------------------------------------------
@@ -261,8 +261,8 @@ private:
         const auto capacity = send<Count>(SITE("capacity"), member.ref);
         const auto source = sourceFor(member);
         const auto other = bytesOf(source.ref), from = bytesOf(Index{1}), to = bytesOf(source.elements.size());
-        const auto errorUnless = [](bool holds, std::vector<Count> errors) {
-            return holds ? std::vector<Count>() : errors;
+        const auto errorUnless = [](bool holds, const std::vector<Count> &raised) {
+            return holds ? std::vector<Count>() : raised;
         };
         const auto outside = errorUnless(isInside, {3}), noCount = errorUnless(isCount, {33}),
                    noSize = errorUnless(index >= 0, {33, 32});
@@ -306,10 +306,10 @@ private:
         can(lists, "addsubcollectionlast", {other, from, to}, {}, {}, append);
         can(lists, "addsubcollectionfirst", {other, from, to}, {}, {}, prepend);
         const auto &use = decisions.among(uses);
-        const auto answered = tell<ElementArea>(member.ref, use.message, use.arguments);
-        if (takeErrors() != use.errors) fail("other errors than it must raise");
+        const auto answer = tell(member.ref, use.message, use.arguments);
+        if (errors.numbers() != use.errors) fail("other errors than it must raise");
         if (!use.errors.empty()) return;
-        if (answered.value(use.answer.size()) != use.answer) fail("another answer");
+        if (!answer.starts_with(use.answer)) fail("another answer");
         if (use.model) use.model();
     }
     void finish(std::size_t which) {
@@ -354,9 +354,9 @@ private:
         const auto &[message, arguments, shape, elements] = ways[below(member.kind == references ? 4
                                                                        : member.shape == sorted  ? 7
                                                                                                  : 8)];
-        const Member made{tell(member.ref, message, arguments), shape, member.kind, elements};
+        const Member made{valueIn<Ref>(tell(member.ref, message, arguments).data()), shape, member.kind, elements};
         check(made);
-        if (!takeErrors().empty()) fail("errors while a collection is made");
+        if (!errors.numbers().empty()) fail("errors while a collection is made");
         if (members.size() < 12 && elements.size() < 100)
             members.push_back(made);
         else
@@ -364,23 +364,23 @@ private:
     }
     void walk(Member &member) {
         Elements seen;
-        setBlock([&](void **arguments) {
+        onBlock = [&](void **arguments) {
             seen.emplace_back(static_cast<const char *>(arguments[0]), member.width());
             return 0;
-        });
+        };
         constexpr const char *ways[] = {"do", "dowithoutcopy", "reversedo"};
         const auto way = below(3);
         tell(member.ref, ways[way], {bytesOf(block)});
-        setBlock({});
+        beQuiet();
         if (way == 2) std::reverse(seen.begin(), seen.end());
-        if (seen != member.elements || !takeErrors().empty()) fail("a walk that misses elements");
+        if (seen != member.elements || !errors.numbers().empty()) fail("a walk that misses elements");
     }
 
     // ---- Bad manners --------------------------------------------------------------------------------------------
 
     std::string argumentFor(char form, const Member &member) {
         if (form == 'e') return newElement(member);
-        if (form == 'h') return std::string(widestElement, 'h');
+        if (form == 'h') return std::string(300, 'h');
         if (form == 'b') return bytesOf(block);
         if (form == 'o') return bytesOf(sourceFor(member).ref);
         if (form == 'i') return bytesOf(number(8));
@@ -395,7 +395,7 @@ private:
             if (form != '!') arguments.push_back(argumentFor(form, member));
         }
         const auto answer = tell(member.ref, std::string(written.substr(0, space)), arguments);
-        return written.back() == '!' ? answer : null;
+        return written.back() == '!' ? valueIn<Ref>(answer.data()) : null;
     }
 
     // What code from outside does to the collection that is at work.
@@ -425,22 +425,18 @@ private:
     }
 
     void bePestered(const Member member) {
-        setBlock(pest(member));
-        setComparison(pest(member));
+        onBlock = onComparison = pest(member);
         if (decisions.oneIn(4))
-            whenRaised([this, member] {
+            errors.action = [this, member](Ref, Count) {
                 try {
                     if (nesting < 2 && decisions.oneIn(4)) misbehave(member);
                 } catch (int) { // the handler is no place for it
                 }
-            });
+            };
         if (member.shape == sorted && decisions.oneIn(2))
-            send(SITE("setsortentry"), member.ref, Bytes{comparisonEntry});
-        const auto made = tellAsWritten(member, decisions.among(pestered));
-        setBlock({});
-        whenRaised({});
-        end(made);
-        setComparison({});
+            send(SITE("setsortentry"), member.ref, Bytes{comparisonEntry.c_str()});
+        end(tellAsWritten(member, decisions.among(pestered)));
+        beQuiet();
         restoreOrder();
         lookAgain();
     }
@@ -474,35 +470,22 @@ private:
         if (isTrusting(name)) return;
         if (send<Count>(SITE("capacity"), ref) > 500) return finish(which); // it would grow for ever
         note(name);
-        // Each argument is as wide as the widest element: that much a method may always read and write.
-        ElementArea areas[maximumArguments];
-        void *arguments[maximumArguments] = {};
-        if (!decisions.oneIn(6)) arguments[0] = areas[0].bytes;
-        for (std::size_t i = 1; i < method.parameters; ++i) {
-            if (decisions.oneIn(6)) continue; // left out
+        std::vector<std::string> areas(method.parameters, std::string(areaSize, '\0'));
+        if (decisions.oneIn(6)) areas[0].clear(); // left out
+        for (std::size_t i = 1; i < areas.size(); ++i) {
             const auto chosen = decisions.oneIn(3) ? static_cast<std::uint32_t>(number(8)) : anything().bits;
             // What is just not refused would ask for all the memory there is.
             const auto asked = static_cast<Index>(chosen);
             const auto isHuge = asked == 538976287 || (asked > 1000000 && std::string_view(name) == "growto");
-            areas[i] = ElementArea(bytesOf(isHuge ? 0 : chosen));
-            arguments[i] = areas[i].bytes;
+            if (!isHuge) areas[i].replace(0, sizeof chosen, bytesOf(chosen));
+            if (decisions.oneIn(6)) areas[i].clear();
         }
-        const auto known = allObjects();
-        oops_site site = OOPS_SITE(name);
-        oopsresolvelist(ref.bits, &site, arguments, method.parameters);
-        // Whatever a method has made and not given away belongs to nobody else.
-        for (const auto object : allObjects()) {
-            if (std::find(known.begin(), known.end(), object) == known.end()) end(object);
+        {
+            const Sweep sweep; // whatever a method has made and not given away belongs to nobody else
+            sendAreas(ref, name, areas);
         }
         restoreOrder();
         lookAgain();
-    }
-    static std::vector<Ref> allObjects() {
-        std::vector<Ref> found;
-        forEachObject([&](Ref object, std::uint32_t, std::uint32_t marks) {
-            if ((marks & (markLibrary | markClass)) == 0) found.push_back(object);
-        });
-        return found;
     }
 
     Decisions &decisions;
@@ -512,15 +495,17 @@ private:
     std::vector<Ref> stale;
     Ref block{};
     int nesting = 0;
+    // What the block does, and what a comparison does; they may be exchanged while they run.
+    Function onBlock, onComparison;
+    const std::string blockEntry = entryNamed([this](void **arguments) { return run(onBlock, arguments); }),
+                      comparisonEntry = entryNamed([this](void **arguments) { return run(onComparison, arguments); });
 };
 
 } // namespace
 
-std::uint32_t runSequencedProgram(Decisions &decisions, std::uint32_t operations) {
+void runSequencedProgram(Decisions decisions, std::uint32_t operations) {
     Program program(decisions);
-    std::uint32_t done = 0;
-    for (; done < operations && !decisions.areOver(); ++done) program.step();
-    return done;
+    for (std::uint32_t i = 0; i < operations; ++i) program.step();
 }
 
 } // namespace oocobol::fuzz

@@ -1,4 +1,4 @@
-// Files: their names as text, and looking them up and searching in real folders with all that these may hold.
+// Files: looking them up and searching in real folders with all that these may hold.
 #include <clocale>
 #include <set>
 #include <sys/stat.h>
@@ -15,65 +15,12 @@ namespace oocobol::host {
 namespace {
 
 using tests::TemporaryFolder;
-// ---- Names ----------------------------------------------------------------------------------------------------------
 
-TEST(FileNames, SplitAtTheLastSeparatorAndTheLastPeriod) {
-    const char *const cases[][4] = {
-        // name, path, base, extension
-        {"", "", "", ""},
-        {"plain", "", "plain", ""},
-        {"a.tar.gz", "", "a.tar", "gz"},
-        {"/usr/lib/a.so", "/usr/lib/", "a", "so"},
-        {"one\\two/three\\b.c", "one\\two/three\\", "b", "c"},
-        {"folder.d/file", "folder.d/", "file", ""},
-        {"ends..", "", "ends..", ""},
-        {".profile", "", ".profile", ""},
-        {".profile.old", "", ".profile", "old"},
-        {".", "", ".", ""},
-        {"//\\/", "//\\/", "", ""},
-    };
-    for (const auto &[name, path, base, extension] : cases) {
-        EXPECT_EQ(hasExtension(name), *extension != '\0') << name;
-        const auto parts = splitFileName(name, hasExtension(name));
-        EXPECT_EQ(parts.path, path) << name;
-        EXPECT_EQ(parts.base, base) << name;
-        EXPECT_EQ(parts.extension, extension) << name;
-        std::string joined;
-        EXPECT_TRUE(joinFileName(parts, joined));
-        EXPECT_EQ(joined, name);
-    }
-    EXPECT_EQ(splitFileName("a/b.c", false).base, "b.c");
-    EXPECT_EQ(splitFileName("a/.c", true).extension, "c");
-}
-
-TEST(FileNames, JoinInsertsWhatIsMissing) {
-    const auto join = [](const FileNameParts &parts) {
-        std::string joined;
-        return joinFileName(parts, joined) ? joined : "too long";
-    };
-    EXPECT_EQ(join({"/usr/lib", "a", "so"}), "/usr/lib\\a.so");
-    EXPECT_EQ(join({"x\\", "", ""}), "x\\");
-    const std::string longest(longestFileName - 3, 'p');
-    EXPECT_EQ(join({longest, "b", ""}), longest + "\\b");
-    EXPECT_EQ(join({longest, "ba", ""}), "too long");
-}
-
-TEST(FileNames, InternalFormIsWithoutQuotesAndSpacesBehind) {
-    const auto internal = [](std::string_view name, std::string_view expected) {
-        char form[fileNameSize];
-        toInternalFileName(name, form);
-        EXPECT_EQ(form, expected);
-        EXPECT_EQ(isInternalFileName(name), name == expected) << name;
-    };
-    const std::string fits(255, 'x');
-    internal("a b.txt   ", "a b.txt");
-    internal("\"a \"  ", "a ");
-    internal("\"\"q\"\"", "\"q\"");
-    internal("\"", "\"");
-    internal(" x", " x");
-    internal("   ", "");
-    internal(std::string_view("a\0b", 3), "a");
-    for (const auto &name : {fits, fits + "x", '"' + fits + '"'}) internal(name, fits);
+TEST(FileNames, AreJoinedUpToTheLongest) {
+    const std::string path(longestFileName - 3, 'p');
+    std::string joined;
+    EXPECT_TRUE(joinFileName({path, "b", ""}, joined));
+    EXPECT_FALSE(joinFileName({path, "ba", ""}, joined));
 }
 
 // ---- Searches -------------------------------------------------------------------------------------------------------
@@ -177,7 +124,6 @@ TEST_F(Folder, SearchesEndAndTheNumberOfOpenOnesIsBounded) {
     EXPECT_EQ(next(one.handle, found), "c");
     EXPECT_EQ(found.handle, 0);
     for (const auto ended : {one.handle, std::uint16_t{0}}) EXPECT_EQ(next(ended, found), "");
-    for (int i = 0; i < 70000; ++i) ASSERT_EQ(first(at("a"), found), "a");
 }
 
 TEST_F(Folder, HandlesAreUsedAgainOnlyWhenTheirSearchIsOver) {

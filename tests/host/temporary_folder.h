@@ -9,6 +9,8 @@
 #include <string_view>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
 namespace oocobol::host::tests {
 
 class TemporaryFolder {
@@ -28,6 +30,15 @@ public:
         const auto file = path / name;
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << content;
+    }
+
+    // Compiles COBOL programs into a module of the folder; answers whether there is a compiler for them.
+    bool compile(const std::string &name, std::string_view programs, const std::string &options) const {
+        if (std::system("cobc --version >/dev/null 2>&1") != 0) return false;
+        write(name + ".cob", programs);
+        const auto file = (path / name).string();
+        EXPECT_EQ(std::system(("cobc -free " + options + " -o " + file + ".so " + file + ".cob").c_str()), 0);
+        return true;
     }
 
     std::filesystem::path path;

@@ -117,14 +117,13 @@ TEST_F(Sends, StopExceptionsAndEndlessRecursionAndTheRunGoesOn) {
 
 // The handler of an error inside a method finalizes the receiver of that very method.
 TEST_F(Sends, MethodsThatLoseTheirObjectWorkOnNothing) {
-    const LeakCheck leaks;
     RaisedErrors errors;
     const auto collection = send<Ref>(SITE("ofvalues"), CLASS("ordrdcll"), comp5(), Index{4});
     errors.action = [&](Ref raisedOn, Count) {
         if (raisedOn == collection) finalize(collection);
     };
     Count element = 0;
-    send(SITE("at"), collection, Returning{{reinterpret_cast<std::byte *>(&element)}}, Index{9});
+    send(SITE("at"), collection, into(element), Index{9});
     EXPECT_EQ(errors.numbers().front(), 3u);
     EXPECT_FALSE(isLive(collection));
 }

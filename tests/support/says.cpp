@@ -41,27 +41,6 @@ bool isWord(std::string_view text) {
 }
 std::string_view inside(std::string_view text) { return text.substr(1, text.size() - 2); }
 
-std::size_t widthIn(Ref collection) {
-    const auto elementTemplate = send<Ref>(SITE("template"), collection);
-    return elementTemplate ? send<Count>(SITE("sizeinbytes"), elementTemplate) : sizeof(Ref);
-}
-// A collection of the class and template of another.
-Ref collectionLike(Ref collection, std::string_view words) {
-    std::vector<std::string> elements;
-    const auto width = widthIn(collection);
-    while (!words.empty()) elements.push_back(padded(cut(words, " "), width));
-    const auto ofClass = classOf(collection), elementTemplate = send<Ref>(SITE("template"), collection);
-    const auto made = send<Ref>(SITE("ofvalues"), ofClass, elementTemplate, static_cast<Index>(elements.size()));
-    Index index = 0;
-    for (const auto &element : elements) {
-        ++index;
-        if (ofClass == CLASS("array"))
-            send(SITE("atput"), made, index, area(element));
-        else
-            send(SITE("add"), made, area(element));
-    }
-    return made;
-}
 // A text or an item, of the class of the program in front of the quotes or as the object is one.
 Ref textLike(Ref object, std::string_view item) {
     const std::string program(item.substr(0, item.find('`')));
@@ -72,35 +51,6 @@ Ref textLike(Ref object, std::string_view item) {
     const auto count = static_cast<Index>(countsCharacters ? characters::count(item) : item.size());
     return send<Ref>(SITE("withlengthvalue"), ofClass, count, Bytes(ExactBytes(item)));
 }
-std::string wordsIn(Ref collection) {
-    std::vector<std::string> words;
-    const auto areReferences = !send<Ref>(SITE("template"), collection);
-    const auto take = [&](std::string word) {
-        Ref element{};
-        if (areReferences) std::memcpy(&element, word.data(), sizeof element);
-        if (element) word = valueOf(element);
-        words.push_back(word.substr(0, word.find_last_not_of(' ') + 1));
-    };
-    const auto width = widthIn(collection);
-    if (send<bool>(SITE("issequenced"), collection)) {
-        for (Index i = 1, size = send<Index>(SITE("size"), collection); i <= size; ++i) {
-            std::string word(width, ' ');
-            send(SITE("at"), collection, Returning{{reinterpret_cast<std::byte *>(word.data())}}, i);
-            take(word);
-        }
-    } else {
-        const Temporary walk(block([&](void **arguments) {
-            take(std::string(static_cast<const char *>(arguments[0]), width));
-            return 0;
-        }));
-        send(SITE("do"), collection, walk.ref());
-        std::sort(words.begin(), words.end());
-    }
-    std::string shown;
-    for (const auto &word : words) shown += (shown.empty() ? "" : " ") + word;
-    return shown;
-}
-
 class Conversation {
     static constexpr std::size_t areaSize = 512;
     static constexpr char untouched = '\x7F';
@@ -146,11 +96,6 @@ private:
         std::from_chars(digits.data(), digits.data() + digits.size(), number);
         return number;
     }
-    template <class T> T answered() const {
-        T value;
-        std::memcpy(&value, answer.data(), sizeof value);
-        return value;
-    }
 
     // What an area holds: up to its last byte that is not 0, at least `least` bytes.
     static std::string filled(const char *area, std::size_t least) {
@@ -181,27 +126,24 @@ private:
         }
         return wrong;
     }
-    static std::vector<char> bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
-    template <class T> static std::vector<char> bytesOfValue(const T &value) {
-        return bytesOf({reinterpret_cast<const char *>(&value), sizeof value});
-    }
+    static std::vector<char> exactly(std::string_view text) { return {text.begin(), text.end()}; }
     std::vector<char> argument(Ref object, std::string_view item) {
-        if (item.ends_with('`')) return bytesOfValue(lent.emplace_back(textLike(object, item)));
-        if (isWord(item)) return bytesOf(padded(item, widthIn(object)));
+        if (item.ends_with('`')) return exactly(bytesOf(lent.emplace_back(textLike(object, item))));
+        if (isWord(item)) return exactly(padded(item, widthIn(object)));
         if (item.starts_with('(')) {
-            lent.push_back(collectionLike(object, inside(item)));
-            return bytesOfValue(lent.back());
+            lent.push_back(collectionOf(classOf(object), send<Ref>(SITE("template"), object), inside(item)));
+            return exactly(bytesOf(lent.back()));
         }
-        if (item.starts_with('\'')) return bytesOf(std::string(inside(item)) + '\0');
-        if (item.starts_with('{')) return bytesOf(inside(item));
+        if (item.starts_with('\'')) return exactly(std::string(inside(item)) + '\0');
+        if (item.starts_with('{')) return exactly(inside(item));
         if (item.starts_with('[')) return std::vector<char>(areaSize);
-        if (item.starts_with('$') || item == "it") return bytesOfValue(namedAt(item));
-        return bytesOfValue(numberIn(item));
+        if (item.starts_with('$') || item == "it") return exactly(bytesOf(namedAt(item)));
+        return exactly(bytesOf(numberIn(item)));
     }
 
     // The answer in the form in which the expectation is written.
     std::string show(std::string_view expected, bool own) {
-        const auto object = answered<Ref>();
+        const auto object = valueIn<Ref>(answer.data());
         if (expected == "it") {
             it = object;
             return isLive(object) ? "it" : "no object";
@@ -217,8 +159,8 @@ private:
             if (own) finalize(object);
             return shown;
         }
-        const auto number = answered<std::int64_t>(); // the high half is filled when it is the answer's
-        return std::to_string(number >> 32 == 0 ? answered<std::int32_t>() : number);
+        const auto number = valueIn<std::int64_t>(answer.data()); // the high half is filled when it is the answer's
+        return std::to_string(number >> 32 == 0 ? valueIn<std::int32_t>(answer.data()) : number);
     }
 
     std::string shownElement() const {
@@ -247,6 +189,63 @@ void hold(Conversation &&talk, std::string_view conversation, const char *file, 
 }
 
 } // namespace
+
+std::size_t widthIn(Ref collection) {
+    const auto elementTemplate = send<Ref>(SITE("template"), collection);
+    return elementTemplate ? send<Count>(SITE("sizeinbytes"), elementTemplate) : sizeof(Ref);
+}
+
+static bool isDictionary(Ref collection) {
+    return familyOfClass(classOf(collection))->isKindOf(*familyOfClass(classForProgram("dictinry")));
+}
+Ref filled(Ref collection, std::string_view words) {
+    for (Index i = 1; !words.empty(); ++i) {
+        const std::string word(cut(words, " "));
+        const auto element = padded(word, widthIn(collection));
+        if (classOf(collection) == CLASS("array"))
+            send(SITE("atput"), collection, i, area(element));
+        else if (isDictionary(collection))
+            send(SITE("atput"), collection, area(padded(word.substr(0, 1), element.size())),
+                 static_cast<Count>(std::stoul(word.substr(1))));
+        else
+            send(SITE("add"), collection, area(element));
+    }
+    return collection;
+}
+Ref collectionOf(Ref ofClass, Ref elementTemplate, std::string_view words, Index size) {
+    const auto count = words.empty() ? 0 : 1 + static_cast<Index>(std::count(words.begin(), words.end(), ' '));
+    return filled(send<Ref>(SITE("ofvalues"), ofClass, elementTemplate, size < 0 ? count : size), words);
+}
+
+std::string wordsIn(Ref collection) {
+    std::vector<std::string> words;
+    const auto areReferences = !send<Ref>(SITE("template"), collection);
+    const auto take = [&](std::string word) {
+        const auto element = areReferences ? valueIn<Ref>(word.data()) : null;
+        if (element) word = valueOf(element);
+        words.push_back(word.substr(0, word.find_last_not_of(' ') + 1));
+    };
+    const Temporary keys(isDictionary(collection) ? send<Ref>(SITE("keys"), collection) : null);
+    const auto width = widthIn(keys.ref() ? keys.ref() : collection);
+    if (send<bool>(SITE("issequenced"), collection)) {
+        for (Index i = 1, size = send<Index>(SITE("size"), collection); i <= size; ++i) {
+            std::string word(width, ' ');
+            send(SITE("at"), collection, into(word), i);
+            take(word);
+        }
+    } else {
+        const Temporary walk(block([&](void **arguments) {
+            take(std::string(static_cast<const char *>(arguments[0]), width));
+            if (isDictionary(collection)) words.back() += std::to_string(valueIn<Count>(arguments[1]));
+            return 0;
+        }));
+        send(isDictionary(collection) ? SITE("keysanddatado") : SITE("do"), collection, walk.ref());
+        std::sort(words.begin(), words.end());
+    }
+    std::string shown;
+    for (const auto &word : words) shown += (shown.empty() ? "" : " ") + word;
+    return shown;
+}
 
 oops_site &siteOf(std::string_view name) {
     static std::map<std::string, oops_site, std::less<>> sites;

@@ -12,11 +12,11 @@
 //                         `text` a text or an item as the receiver is one, of these bytes, bytearry`text` one of the
 //                         class of that program; both are there for this message only
 //   behind the arrow      12 a number of up to 8 bytes, 'text' an object with that value, (a b) a collection of these
-//                         words (sorted where it has no order), [bytes] an area of these bytes and nothing else,
-//                         fig an element that is just as wide as the receiver's are, zeros one of zeros, untouched
-//                         nothing at all, $1 that very object, nil, it any object, which goes by that name from there
-//                         on: getoutputs -> it; it size -> 3,
-//                         error 3 the errors raised in this order, then perhaps what is answered: error 3 -> 0
+//                         words (sorted where it has no order; letters and numbers in dictionaries), [bytes] an area of
+//                         these bytes and nothing else, fig an element that is just as wide as the receiver's are,
+//                         zeros one of zeros, untouched nothing at all, $1 that very object, nil, it any object, which
+//                         goes by that name from there on: getoutputs -> it; it size -> 3, error 3 the errors raised in
+//                         this order, then perhaps what is answered: error 3 -> 0
 //   in front              $1 size: to the first named object instead; nil size, it size, `text` size
 //   *                     the receiver itself, to be compared as if it were answered
 //
@@ -43,6 +43,14 @@ public:
 };
 void says(Named receiver, std::string_view conversation, std::initializer_list<Named> named = {},
           const char *file = __builtin_FILE(), int line = __builtin_LINE());
+
+// How wide the elements of a collection are; puts words into it, padded, pairs of a letter and a number into
+// dictionaries: "a1 b2"; makes one of them with so many slots, or one per word.
+std::size_t widthIn(Ref collection);
+Ref filled(Ref collection, std::string_view words);
+Ref collectionOf(Ref ofClass, Ref elementTemplate, std::string_view words, Index size = -1);
+// The elements of a collection, sorted where it has no order.
+std::string wordsIn(Ref collection);
 
 // The site of a message whose name only the test knows: one per name, kept for the run.
 oops_site &siteOf(std::string_view name);

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "host/host.h"
+#include "tests/support/says.h"
 
 namespace oocobol::test {
 
@@ -30,9 +31,12 @@ void installHandler() {
         const auto recorder = OutsideClass("testrec", "testrecorder", classForProgram("base"))
                                   .classMethod("record", recordMethod)
                                   .registerIt();
-        const auto handler = send<Ref>(SITE("new"), CLASS("callback"), recorder, Bytes{"record"});
-        keepForLibrary(handler);
-        send<Ref>(SITE("setsystemhandler"), CLASS("exptnmgr"), handler);
+        // One for each error that is raised while others are being handled.
+        for (int depth = 0; depth < 16; ++depth) {
+            const auto handler = send<Ref>(SITE("new"), CLASS("callback"), recorder, Bytes{"record"});
+            keepForLibrary(handler);
+            send<Ref>(SITE("setsystemhandler"), CLASS("exptnmgr"), handler);
+        }
     });
 }
 
@@ -50,15 +54,30 @@ template <std::size_t... slot> constexpr auto slotEntries(std::index_sequence<sl
 }
 constexpr auto entries = slotEntries(std::make_index_sequence<slots>{});
 
+class LeakCheck : public testing::EmptyTestEventListener {
+    void OnTestStart(const testing::TestInfo &) override {
+        installHandler();
+        mayLeaveObjects = false;
+        before = countInstances(null);
+    }
+    void OnTestEnd(const testing::TestInfo &) override {
+        EXPECT_TRUE(mayLeaveObjects || countInstances(null) == before) << "live objects";
+    }
+    Count before = 0;
+};
+
 // Whole test programs run in either environment: they start as a program does that knows which one it is in.
 class Start : public testing::Environment {
     void SetUp() override {
+        testing::UnitTest::GetInstance()->listeners().Append(new LeakCheck);
         if (std::getenv("OOCOBOL_DBCS") != nullptr) send(SITE("readyforapplicationstart"), classForProgram("base"));
     }
 };
 const auto *const start = testing::AddGlobalTestEnvironment(new Start);
 
 } // namespace
+
+bool mayLeaveObjects = false;
 
 Ref picX(Index length) {
     static std::map<Index, Ref> made;
@@ -75,6 +94,12 @@ std::string padded(std::string_view text, std::size_t length) {
     return bytes;
 }
 
+void sendAreas(Ref receiver, std::string_view message, std::vector<std::string> &areas) {
+    void *arguments[maximumArguments] = {};
+    for (std::size_t i = 0; i < areas.size(); ++i) arguments[i] = areas[i].empty() ? nullptr : areas[i].data();
+    send(receiver, siteOf(message), arguments, static_cast<std::uint32_t>(areas.size()));
+}
+
 Ref text(std::string_view value) {
     return send<Ref>(SITE("withbytelengthvalue"), CLASS("chararry"), static_cast<Index>(value.size()),
                      Bytes{value.data()});
@@ -82,8 +107,16 @@ Ref text(std::string_view value) {
 
 std::string valueOf(Ref textObject) {
     std::string value(send<Count>(SITE("sizeinbytes"), textObject), '\0');
-    send(SITE("getvalue"), textObject, Returning{{reinterpret_cast<std::byte *>(value.data())}});
+    send(SITE("getvalue"), textObject, into(value));
     return value;
+}
+
+std::vector<std::string> valuesOfMade(Ref collection) {
+    std::vector<std::string> values;
+    const auto size = send<Index>(SITE("size"), collection);
+    for (Index i = 1; i <= size; ++i) values.push_back(valueOf(send<Ref>(SITE("at"), collection, i)));
+    send<Ref>(SITE("deepfinalize"), collection);
+    return values;
 }
 
 void finalize(Ref object) { send<Ref>(SITE("finalize"), object); }
@@ -107,11 +140,47 @@ std::vector<Count> RaisedErrors::numbers() {
     return found;
 }
 
-LeakCheck::LeakCheck() {
-    installHandler();
-    before = countInstances(null);
+std::set<std::uint64_t> Sweep::objects() {
+    std::set<std::uint64_t> found;
+    forEachObject([&](Ref object, std::uint32_t, std::uint32_t marks) {
+        if ((marks & (markLibrary | markClass)) == 0) found.insert(object.bits);
+    });
+    return found;
 }
-LeakCheck::~LeakCheck() { EXPECT_EQ(countInstances(null), before) << "live objects"; }
+Sweep::~Sweep() {
+    for (const auto bits : objects()) {
+        if (!before.contains(bits) && isLive(Ref{bits})) finalize(Ref{bits});
+    }
+}
+
+namespace {
+struct Outcome {
+    std::string held, made;
+    bool raised;
+};
+} // namespace
+void allOrNothing(bool andAllBehind, Ref receiver, const std::function<std::string(Ref)> &show,
+                  const std::function<Ref()> &deed) {
+    std::vector<Outcome> outcomes{{show(receiver), "", true}};
+    for (auto reached = true; reached;) {
+        const auto before = countInstances(null);
+        const RaisedErrors errors;
+        Ref made;
+        reached = fails(outcomes.size(), andAllBehind, [&] { made = deed(); });
+        outcomes.push_back({show(receiver), made ? show(made) : "", !errors.all.empty()});
+        if (made) send<Ref>(SITE("deepfinalize"), made);
+        ASSERT_TRUE(countInstances(null) == before || !reached) << "allocation " << outcomes.size() - 1;
+    }
+    const auto &first = outcomes.front(), &last = outcomes.back();
+    for (const auto &[held, made, raised] : outcomes) {
+        EXPECT_TRUE(held == last.held || (raised && held == first.held)) << held;
+        EXPECT_TRUE(made == last.made || raised) << made;
+    }
+    EXPECT_FALSE(last.raised);
+}
+void allOrNothing(Ref receiver, const std::function<std::string(Ref)> &show, const std::function<Ref()> &deed) {
+    for (const auto andAllBehind : {true, false}) allOrNothing(andAllBehind, receiver, show, deed);
+}
 
 std::string entryNamed(std::function<std::int64_t(void **)> function, std::string name) {
     const auto slot = nextSlot++ % slots;

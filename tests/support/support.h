@@ -1,11 +1,14 @@
 // What the tests share: elements and templates, recorded errors, leak checks, and classes written outside the library.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
+#include <sys/mman.h>
 #include <thread>
 #include <vector>
 
@@ -27,10 +30,32 @@ Ref comp5();
 std::string padded(std::string_view text, std::size_t length);
 inline Element area(const std::string &bytes) { return {reinterpret_cast<const std::byte *>(bytes.data())}; }
 template <class T> Element area(const T &value) { return {reinterpret_cast<const std::byte *>(&value)}; }
+template <class T> std::string bytesOf(const T &value) {
+    return {reinterpret_cast<const char *>(&value), sizeof value};
+}
+template <class T> T valueIn(const void *bytes) {
+    T value;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+}
+// What a message answers into.
+template <class T> Returning into(T &item) { return Returning{{reinterpret_cast<std::byte *>(&item)}}; }
+inline Returning into(std::string &bytes) { return Returning{{reinterpret_cast<std::byte *>(bytes.data())}}; }
+// The bytes that a message about an index or slot answers; '?' where it wrote nothing.
+inline std::string answered(oops_site &message, Ref object, std::size_t width, Index index) {
+    std::string bytes(width, '?');
+    send(message, object, into(bytes), index);
+    return bytes;
+}
+// Sends a message over areas, the one for its answer first; an empty one is left out.
+void sendAreas(Ref receiver, std::string_view message, std::vector<std::string> &areas);
 
 // A new character array; what a text object holds.
 Ref text(std::string_view value);
 std::string valueOf(Ref textObject);
+
+// The values of the objects in a sequence that a message has answered; all end.
+std::vector<std::string> valuesOfMade(Ref collection);
 
 // Sends finalize.
 void finalize(Ref object);
@@ -61,6 +86,22 @@ private:
     std::unique_ptr<char[]> bytes;
 };
 
+// Texts whose last byte is the last one that may be read.
+class GuardedText {
+public:
+    GuardedText() { mprotect(end, page, PROT_NONE); }
+    ~GuardedText() { munmap(end - page, 2 * page); }
+    std::string_view hold(const std::string &text) const {
+        std::copy(text.begin(), text.end(), end - text.size());
+        return {end - text.size(), text.size()};
+    }
+
+private:
+    static constexpr std::size_t page = 4096;
+    char *end =
+        page + static_cast<char *>(mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+};
+
 // ---- Errors -----------------------------------------------------------------------------------------------------
 
 // Records what is raised on this thread while it lives, and answers nothing unless told to. Nests.
@@ -87,16 +128,20 @@ public:
     RaisedErrors *outer;
 };
 
-// ---- Leaks ------------------------------------------------------------------------------------------------------
+// ---- Leaks: no test may end with more or fewer live objects than it began with
+// ---------------------------------------
 
-// Fails the test when it ends with more or fewer live objects than it began with.
-class LeakCheck {
+// But one that says so.
+extern bool mayLeaveObjects;
+
+// Finalizes what has been made while it lives and is still there, but for classes.
+class Sweep {
 public:
-    LeakCheck();
-    ~LeakCheck();
+    ~Sweep();
 
 private:
-    Count before;
+    static std::set<std::uint64_t> objects();
+    const std::set<std::uint64_t> before = objects();
 };
 
 // ---- Memory that fails --------------------------------------------------------------------------------------------
@@ -110,16 +155,29 @@ template <class Deed> bool fails(std::uint64_t at, bool andAllBehind, Deed deed)
     return reached;
 }
 
-// Runs an action whose n-th allocation fails, that one only or all from there on, and then the check, which is told n:
-// for every n until the action needs no more. Whatever failed, the two together must leave as many objects as there
-// were. Where no allocation can be made to fail, both run once.
-template <class Action, class Check> void whileMemoryFails(bool persistently, Action action, Check check) {
-    for (std::uint64_t n = 1, reached = 1; reached != 0; ++n) {
-        const auto before = countInstances(null);
-        reached = fails(n, persistently, action) ? 1 : 0;
-        check(n);
-        ASSERT_TRUE(countInstances(null) == before || reached == 0) << "allocation " << n;
-    }
+// Does something to a receiver, and makes perhaps something, over and over, each time with another allocation that
+// fails
+// - that one only, or all behind it too - until none does. Whatever failed, the receiver is shown as it was or as it is
+// in the end, what is not done or not whole is raised, and nothing but what was made is left. Tries both when not told.
+void allOrNothing(bool andAllBehind, Ref receiver, const std::function<std::string(Ref)> &show,
+                  const std::function<Ref()> &deed);
+void allOrNothing(Ref receiver, const std::function<std::string(Ref)> &show, const std::function<Ref()> &deed);
+
+// ---- Roads ---------------------------------------------------------------------------------------------------------
+
+// Native paths are taken while it lives, or nothing but messages are sent.
+class Road {
+public:
+    explicit Road(bool isNative) { allowNativePaths(isNative); }
+    ~Road() { allowNativePaths(true); }
+    Road(const Road &) = delete;
+    Road &operator=(const Road &) = delete;
+};
+// Does something natively, then by messages.
+template <class Deed> void onBothRoads(Deed deed) {
+    deed();
+    const Road sent(false);
+    deed();
 }
 
 // ---- Code from outside -------------------------------------------------------------------------------------------

@@ -2,73 +2,48 @@
 #include <atomic>
 #include <thread>
 
+#include "tests/classes/object/components.h"
 #include "tests/support/says.h"
-#include "tests/support/support.h"
 
 namespace oocobol::test {
 namespace {
 
-// Who got the last message, with which arguments, and what it is to do then.
-std::vector<std::uint64_t> brought;
-Ref reached;
-std::function<void()> action;
+using Values = std::vector<std::int64_t>;
 
-// Records its receiver and arguments, changes a 101 to 1, and answers 77.
-void sortByName(const oops_ref *self, void *, std::uint64_t *answer, std::uint64_t *a, const std::uint64_t *b,
-                const std::uint64_t *c, const std::uint64_t *d) {
-    reached = Ref{*self};
-    brought.clear();
-    for (const auto *argument : {static_cast<const std::uint64_t *>(a), b, c, d}) {
-        if (argument != nullptr) brought.push_back(*argument);
-    }
-    if (a != nullptr && *a == 101) *a = 1;
-    if (answer != nullptr) *answer = 77;
-    if (action) action();
-}
-
-using Values = std::vector<std::uint64_t>;
-
-class Callbacks : public testing::Test {
+class Callbacks : public Listening {
 protected:
-    Callbacks() { action = {}; }
     template <class... Stored> static Ref on(Ref receiver, std::string method, const Stored &...stored) {
         return send<Ref>(SITE("new"), CLASS("callback"), receiver, Bytes{method.c_str()}, stored...);
     }
     static Ref onEntry(const std::string &entry) {
         return send<Ref>(SITE("new"), CLASS("entrycll"), Bytes{entry.c_str()}, s1);
     }
-
-    static Ref newTaker() {
-        static const auto takers =
-            OutsideClass("taker", "taker", CLASS("base")).method("sortbyname", asMethod(sortByName), 5).registerIt();
-        return send<Ref>(SITE("new"), takers);
-    }
-    static constexpr std::uint64_t s1 = 101, s2 = 102;
-    const LeakCheck leaks;
-    const Temporary taker{newTaker()};
+    static constexpr std::int64_t s1 = 101, s2 = 102;
+    const Temporary taker{newListener()};
 };
 
 TEST_F(Callbacks, SendStoredArgumentsBeforeThoseOfTheInvocation) {
-    const Temporary both(on(taker.ref(), "SortByName ", s1, s2));
+    const Temporary both(on(taker.ref(), "All ", s1, s2));
+    told.action = [&](const Told &) { *told.first = 1; };
     says(both,
-         "invoke 103 -> 77; getmessage -> [sortbyname]; "
+         "invoke 103 -> 77; getmessage -> [all]; "
          "getparameter 1 -> 1; getparameter 2 -> 102; " // what the method changes in a stored argument stays changed
          "getparameter 3 -> error 17; getparameter 0 -> error 17; getparameter -1 -> error 17; "
          "getparameter 2147483647 -> error 17; getparameter -2147483648 -> error 17");
-    EXPECT_EQ(reached, taker.ref());
-    EXPECT_EQ(brought, (Values{101, 102, 103}));
+    EXPECT_EQ(told.told, (std::vector<Told>{{taker.ref(), "all", 101}}));
+    EXPECT_EQ(told.arguments, (Values{101, 102, 103}));
     EXPECT_EQ(s1, 101u);
 }
 
 TEST_F(Callbacks, TakeTheReceiverFromTheFirstArgumentWhenNoneIsStored) {
-    const Temporary open(on(null, "sortbyname")), gap(on(taker.ref(), "sortbyname", s1, omitted, s2));
+    const Temporary open(on(null, "all")), gap(on(taker.ref(), "all", s1, omitted, s2));
     says(open, "invoke $1, 103, 104 -> 77", {taker});
-    EXPECT_EQ(reached, taker.ref());
-    EXPECT_EQ(brought, (Values{103, 104}));
+    EXPECT_EQ(told.told, (std::vector<Told>{{taker.ref(), "all", 103}}));
+    EXPECT_EQ(told.arguments, (Values{103, 104}));
     says(gap, "invoke -, 103");
-    EXPECT_EQ(brought, Values{101}); // nothing behind a gap in what is stored, or a receiver that is left out
+    EXPECT_EQ(told.arguments, Values{101}); // nothing behind a gap in what is stored, or a receiver that is left out
     says(gap, "invoke 103, -, 104");
-    EXPECT_EQ(brought, (Values{1, 103, 104}));
+    EXPECT_EQ(told.arguments, (Values{101, 103, 104}));
 }
 
 TEST_F(Callbacks, AreEqualByNameAndReceiver) {
@@ -78,8 +53,8 @@ TEST_F(Callbacks, AreEqualByNameAndReceiver) {
          "equal $1 -> 1; equal $2 -> 0; equal $3 -> 0; equal nil -> 0; "
          "$4 equal $5 -> 1; $4 equal $6 -> 0; $4 equal $7 -> 0",
          {same, other, elsewhere, entry, twin, capitals, one});
-    const auto told = valueOf(Temporary(send<Ref>(SITE("description"), entry.ref())).ref());
-    EXPECT_EQ(told.substr(told.size() - 160), padded(" for code entitled go", 160));
+    const auto described = valueOf(Temporary(send<Ref>(SITE("description"), entry.ref())).ref());
+    EXPECT_EQ(described.substr(described.size() - 160), padded(" for code entitled go", 160));
 }
 
 TEST_F(Callbacks, KeepNamesAsTheyMustBe) {
@@ -95,16 +70,16 @@ TEST_F(Callbacks, KeepNamesAsTheyMustBe) {
     };
     for (const auto &[made, expected] : names) {
         std::string name(81, '?');
-        send(SITE("getmessage"), made, Returning{{reinterpret_cast<std::byte *>(name.data())}});
+        send(SITE("getmessage"), made, into(name));
         EXPECT_EQ(name, expected);
         finalize(made);
     }
 }
 
 TEST_F(Callbacks, EndAfterTheInvocationThatFinalizesThem) {
-    const auto onMessage = on(taker.ref(), "sortbyname");
-    action = [&] {
-        action = {};
+    const auto onMessage = on(taker.ref(), "all");
+    told.action = [&](const Told &entry) {
+        if (entry.argument != 104) return;
         says(onMessage, "finalize -> nil; active -> 1; invoke 103; active -> 1"); // an inner one is not the last
     };
     says(onMessage, "invoke 104 -> 77");
@@ -121,34 +96,82 @@ TEST_F(Callbacks, EndAfterTheInvocationThatFinalizesThem) {
 TEST_F(Callbacks, OnThreadsReturnBeforeTheMessageHasRun) {
     static std::atomic<bool> mayRun, hasRun;
     mayRun = hasRun = false;
-    action = [] {
+    told.action = [](const Told &) {
         while (!mayRun) std::this_thread::yield();
         hasRun = true;
     };
-    const auto threaded = send<Ref>(SITE("new"), CLASS("mcallbck"), taker.ref(), Bytes{"sortbyname"}, s1);
+    const auto threaded = send<Ref>(SITE("new"), CLASS("mcallbck"), taker.ref(), Bytes{"all"}, s1);
     std::uint64_t answer = 9;
-    const std::uint64_t given = 103; // is the caller's until the message has run
-    send(SITE("invoke"), threaded, Returning{{reinterpret_cast<std::byte *>(&answer)}}, given);
+    const std::int64_t given = 103; // is the caller's until the message has run
+    send(SITE("invoke"), threaded, into(answer), given);
     EXPECT_FALSE(hasRun);
     EXPECT_EQ(answer, 9u);
     finalize(threaded); // the message goes its way
     mayRun = true;
     while (!hasRun) std::this_thread::yield();
-    EXPECT_EQ(brought, (Values{101, 103}));
+    EXPECT_EQ(told.arguments, (Values{101, 103}));
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
 }
 
 TEST_F(Callbacks, RefuseTooManyArgumentsAndWhatIsNotThere) {
-    const Temporary onMessage(on(taker.ref(), "sortbyname")), onBlock(block([](void **) { return 1; }));
+    const Temporary onMessage(on(taker.ref(), "all")), onBlock(block([](void **) { return 1; }));
     const Temporary nowhere(onEntry("no-such-entry-anywhere")), unknown(on(taker.ref(), "nosuchmessage"));
-    brought.clear();
     says(taker,
-         "$callback new $1, 'sortbyname', 1, 1, 1, 1, 1, 1, 1 -> error 20 -> nil; "
+         "$callback new $1, 'all', 1, 1, 1, 1, 1, 1, 1 -> error 20 -> nil; "
          "$entrycll new 'go', 1, 1, 1, 1, 1, 1, 1 -> error 20 -> nil; "
          "$2 invoke 1, 1, 1, 1, 1, 1, 1, 1, 1, 1 -> error 21; $3 invoke 1, 1, 1, 1, 1, 1, 1, 1, 1, 1 -> error 21; "
          "$4 invoke -> error 110; $5 invoke -> error 24",
          {taker, onMessage, onBlock, nowhere, unknown});
-    EXPECT_TRUE(brought.empty());
+    EXPECT_TRUE(told.told.empty());
+}
+
+// ---- Dependents: who is told of a change, in chains and circles and while the list changes -------------------------
+
+class Dependents : public Listening {
+protected:
+    static Ref newModel() { return send<Ref>(SITE("new"), CLASS("dependnt")); }
+    const Temporary model{newModel()};
+};
+
+TEST_F(Dependents, AreToldOfChangeAndDeletionUntilTheyAreRemoved) {
+    const auto first = newListener(), second = newListener();
+    says(
+        model,
+        "changed 1; getdependents -> nil; removedependent $1; removedependencies; adddependent $1; adddependent $2; "
+        "adddependent $2; changed 2; getdependents -> it; it size -> 2; it finalize; removedependent $1; "
+        "removedependent nil; deleted 3; adddependent $1; removedependencies; changed 4; adddependent nil -> error 33; "
+        "$2 finalize; adddependent $2 -> error 106",
+        {first, second});
+    EXPECT_EQ(told.told, (std::vector<Told>{{first, "changed", 2}, {second, "changed", 2}, {second, "deleted", 3}}));
+}
+
+TEST_F(Dependents, PassNotificationsOnInChainsAndOnceRoundACircle) {
+    const Temporary middle(newModel()), last(newListener());
+    const auto end = last.ref();
+    told.action = [&](const Told &entry) { // a change of its own within a change gets through
+        if (entry.argument == 7) send(SITE("changed"), middle.ref(), std::int64_t{8});
+    };
+    says(model,
+         "adddependent $1; $1 adddependent $2; changed 5; $1 adddependent $3; adddependent $3; $1 changed 6; "
+         "$1 changed 7",
+         {middle, end, model});
+    EXPECT_EQ(told.told,
+              (std::vector<Told>{{end, "changed", 5}, {end, "changed", 6}, {end, "changed", 7}, {end, "changed", 8}}));
+}
+
+TEST_F(Dependents, MayBeRemovedWhileTheyAreTold) {
+    std::vector<Ref> dependents(10);
+    for (auto &dependent : dependents) dependent = newListener();
+    told.action = [&](const Told &entry) {
+        if (entry.argument == 1) send(SITE("removedependent"), model.ref(), entry.object);
+        if (entry.argument == 2) send(SITE("removedependencies"), model.ref());
+    };
+    for (const auto &[change, expected] : {std::pair{"changed 1", dependents}, {"changed 2", {dependents[0]}}}) {
+        for (const auto dependent : dependents) send(SITE("adddependent"), model.ref(), dependent);
+        says(model, change);
+        EXPECT_EQ(told.receivers(), expected);
+        told.told.clear();
+    }
 }
 
 } // namespace

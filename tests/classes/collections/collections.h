@@ -10,9 +10,6 @@ namespace oocobol::test {
 
 using Words = std::vector<std::string>;
 
-inline std::size_t widthOf(Ref collection) {
-    return send<Count>(SITE("sizeinbytes"), send<Ref>(SITE("template"), collection));
-}
 inline Index sizeOf(Ref collection) { return send<Index>(SITE("size"), collection); }
 inline std::string trimmed(std::string text) {
     text.erase(text.find_last_not_of(' ') + 1);
@@ -22,7 +19,7 @@ inline std::string trimmed(std::string text) {
 // Sends a message with an element argument first.
 template <class Result = void, class... Rest>
 Result sendWord(oops_site &site, Ref collection, std::string_view word, const Rest &...rest) {
-    const auto bytes = padded(word, widthOf(collection));
+    const auto bytes = padded(word, widthIn(collection));
     return send<Result>(site, collection, area(bytes), rest...);
 }
 inline void add(Ref collection, std::string_view word) { sendWord(SITE("add"), collection, word); }
@@ -30,63 +27,34 @@ inline void add(Ref collection, std::string_view word) { sendWord(SITE("add"), c
 inline Ref newCollection(const char *program, Index width, Index size) {
     return send<Ref>(SITE("ofvalues"), classForProgram(program), picX(width), size);
 }
-inline Ref filled(Ref collection, const std::vector<Element> &elements) {
-    Index index = 0;
-    for (const auto element : elements) {
-        ++index;
-        if (classOf(collection) == CLASS("array"))
-            send(SITE("atput"), collection, index, element);
-        else
-            send(SITE("add"), collection, element);
-    }
-    return collection;
+inline Ref listOf(std::string_view words, Index width = 4) {
+    return collectionOf(CLASS("ordrdcll"), picX(width), words);
 }
-inline Ref collectionOf(const char *program, Words words, Index width) {
-    std::vector<Element> elements;
-    for (auto &word : words) {
-        word = padded(word, static_cast<std::size_t>(width));
-        elements.push_back(area(word));
-    }
-    return filled(newCollection(program, width, static_cast<Index>(words.size())), elements);
-}
-inline Ref listOf(const Words &words, Index width = 4) { return collectionOf("ordrdcll", words, width); }
-inline Ref sortedOf(const Words &words, Index width = 4) { return collectionOf("srtdclln", words, width); }
-inline Ref arrayOf(const Words &words, Index width = 4) { return collectionOf("array", words, width); }
+inline Ref sortedOf(std::string_view words) { return collectionOf(CLASS("srtdclln"), picX(4), words); }
+inline Ref arrayOf(std::string_view words, Index width = 4) { return collectionOf(CLASS("array"), picX(width), words); }
 // A set or bag of so many slots.
-inline Ref hashedOf(const char *program, const Words &words, Index size = 0) {
-    const auto made = newCollection(program, 4, size);
-    for (const auto &word : words) add(made, word);
-    return made;
+inline Ref hashedOf(const char *program, std::string_view words, Index size = 0) {
+    return collectionOf(classForProgram(program), picX(4), words, size);
 }
 inline Ref referencesOf(const char *program, const std::vector<Ref> &objects) {
-    std::vector<Element> elements;
-    for (const auto &object : objects) elements.push_back(area(object));
-    const auto size = static_cast<Index>(objects.size());
-    return filled(send<Ref>(SITE("ofreferences"), classForProgram(program), size), elements);
+    const auto made = send<Ref>(SITE("ofreferences"), classForProgram(program), static_cast<Index>(objects.size()));
+    Index index = 0;
+    for (const auto object : objects) {
+        ++index;
+        if (classOf(made) == CLASS("array"))
+            send(SITE("atput"), made, index, object);
+        else
+            send(SITE("add"), made, object);
+    }
+    return made;
 }
 inline Ref referenceAt(Ref collection, Index index) { return send<Ref>(SITE("at"), collection, index); }
-
-template <class T> std::string bytesOf(const T &value) {
-    std::string bytes(sizeof value, '\0');
-    std::memcpy(bytes.data(), &value, sizeof value);
-    return bytes;
-}
-// The bytes that a message about an index or slot answers; '?' where it wrote nothing.
-inline std::string answered(oops_site &message, Ref object, std::size_t width, Index index) {
-    std::string bytes(width, '?');
-    send(message, object, Returning{{reinterpret_cast<std::byte *>(bytes.data())}}, index);
-    return bytes;
-}
 
 // What a block gets as its first argument, as a word.
 inline std::string wordIn(void **arguments, std::size_t width = 4, std::size_t which = 0) {
     return trimmed(std::string(static_cast<const char *>(arguments[which]), width));
 }
-inline Index numberIn(void **arguments, std::size_t which = 0) {
-    Index number;
-    std::memcpy(&number, arguments[which], sizeof number);
-    return number;
-}
+inline Index numberIn(void **arguments, std::size_t which = 0) { return valueIn<Index>(arguments[which]); }
 // A callback on an entry, finalized with the test.
 struct Block : Temporary {
     explicit Block(std::function<std::int64_t(void **)> function) : Temporary(block(std::move(function))) {}
@@ -123,33 +91,13 @@ inline std::string about(std::string conversation, Index index) {
 class ErrorsAndLeaks {
 protected:
     ~ErrorsAndLeaks() { EXPECT_TRUE(errors.all.empty()) << "first " << errors.all.front().number; }
-    LeakCheck leaks;
     RaisedErrors errors;
-};
-struct Road {
-    bool native;
 };
 class CollectionTest : public testing::Test, protected ErrorsAndLeaks {};
 // Cases that run on several kinds of collections, with native loops and without.
 template <class Kind> class KindsTest : public testing::TestWithParam<Kind>, protected ErrorsAndLeaks {
 protected:
-    KindsTest() { allowNativePaths(this->GetParam().native); }
-    ~KindsTest() override { allowNativePaths(true); }
+    const Road road{this->GetParam().native};
 };
-
-// Native loops switched off while it lives.
-class OnlyMessages {
-public:
-    OnlyMessages() { allowNativePaths(false); }
-    ~OnlyMessages() { allowNativePaths(true); }
-    OnlyMessages(const OnlyMessages &) = delete;
-    OnlyMessages &operator=(const OnlyMessages &) = delete;
-};
-// Does something natively, then by messages.
-template <class Deed> void onBothRoads(Deed deed) {
-    deed();
-    const OnlyMessages sent;
-    deed();
-}
 
 } // namespace oocobol::test

@@ -78,18 +78,10 @@ std::uint32_t textHash(const std::string &text) {
     const auto shorter = trimmed(text);
     return byteHash({shorter.rbegin(), shorter.rend()});
 }
-std::uint32_t lowHalf(const std::string &bytes) {
-    std::uint32_t number;
-    std::memcpy(&number, bytes.data(), sizeof number);
-    return number;
-}
+std::uint32_t lowHalf(const std::string &bytes) { return valueIn<std::uint32_t>(bytes.data()); }
 std::uint32_t numberHash(const std::string &bytes) { return madePositive(lowHalf(bytes)); }
 std::uint32_t bigEndianHash(const std::string &bytes) { return madePositive(__builtin_bswap32(lowHalf(bytes))); }
-std::uint32_t hashOfObject(const std::string &reference) {
-    Ref object{};
-    std::memcpy(&object, reference.data(), sizeof object);
-    return textHash(valueOf(object));
-}
+std::uint32_t hashOfObject(const std::string &reference) { return textHash(valueOf(valueIn<Ref>(reference.data()))); }
 
 // Objects that stand for the keys of reference tables; made once.
 Ref objectFor(unsigned number) {

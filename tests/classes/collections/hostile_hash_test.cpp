@@ -64,26 +64,6 @@ const Hostility hostilities[] = {
      }},
 };
 
-// Finalizes what was made on the way and was not finalized; hostile blocks leave all kinds of things behind.
-class Sweep {
-public:
-    ~Sweep() {
-        for (const auto object : objects()) {
-            if (isLive(object) && std::find(before.begin(), before.end(), object) == before.end()) finalize(object);
-        }
-    }
-
-private:
-    static std::vector<Ref> objects() {
-        std::vector<Ref> found;
-        forEachObject([&](Ref object, std::uint32_t, std::uint32_t marks) {
-            if ((marks & (markClass | markLibrary)) == 0) found.push_back(object);
-        });
-        return found;
-    }
-    std::vector<Ref> before = objects();
-};
-
 struct Kind {
     const char *program;
     bool ofObjects;
@@ -125,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Hostile,
 TEST_P(Hostile, ElementsDoNoDamage) {
     repeat([&](const Hostility &hostility) {
         for (auto *asked : {&whenHashed, &whenCompared}) {
-            const Sweep sweep;
+            const Sweep sweep; // hostile code leaves all kinds of things behind
             fillTable([](int) { return send<Ref>(SITE("new"), hostileClass()); }); // all in one chain
             calls = 0;
             int depth = 0, turn = 0;

@@ -139,11 +139,8 @@ private:
         const auto name = message = step.substr(0, step.find(' '));
         std::vector<std::string> bytes{std::string(64, '\0')};
         for (auto i = name.size() + 1; i < step.size(); ++i) bytes.push_back(argument(step[i]));
-        std::vector<void *> arguments;
-        for (auto &each : bytes) arguments.push_back(each.data());
-        oocobol::send(list, siteOf(name), arguments.data(), static_cast<std::uint32_t>(arguments.size()));
-        Ref answer;
-        std::memcpy(&answer, bytes[0].data(), sizeof answer);
+        sendAreas(list, name, bytes);
+        const auto answer = valueIn<Ref>(bytes[0].data());
         auto &line = seen.emplace_back(step) += " = " + shown(bytes[0].data());
         if (isLive(answer) && fieldsOf<CollectionFields>(answer) != nullptr && answer != list && answer != other) {
             line += stored(answer);
@@ -155,8 +152,7 @@ private:
     }
     // Of a value its first byte, of a reference what it refers to.
     std::string shown(const char *bytes) const {
-        Ref object;
-        std::memcpy(&object, bytes, sizeof object);
+        const auto object = valueIn<Ref>(bytes);
         const auto known = std::find(objects.begin(), objects.end(), object);
         if (known != objects.end()) return "<" + std::to_string(known - objects.begin()) + ">";
         return isLive(object) ? "<>" : std::string(bytes, 1);
@@ -178,8 +174,7 @@ private:
         if (isIndex) calls += std::to_string(numberIn(arguments));
         const auto *bytes = static_cast<const char *>(arguments[isIndex ? 1 : 0]);
         calls += shown(bytes);
-        Ref object;
-        std::memcpy(&object, bytes, sizeof object);
+        const auto object = valueIn<Ref>(bytes);
         return std::find(objects.begin(), objects.end(), object) != objects.end() ? valueOf(object)[0] % 2 : *bytes % 2;
     }
 
@@ -227,6 +222,7 @@ TEST_P(Redefining, IsNoticedByEveryMethod) {
     std::vector<Words> seen;
     onBothRoads([&] {
         for (const auto &[one, program, ofReferences] : cases) {
+            const Sweep sweep; // of what is answered in collections
             redefined = one;
             const auto classFor = [&](const std::string &wanted) {
                 return wanted == family ? redefined->ofClass : classForProgram(wanted.c_str());

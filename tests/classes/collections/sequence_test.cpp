@@ -1,5 +1,6 @@
 // What every sequenced collection does, for arrays and lists, for narrow and wide elements, with native loops and
 // without.
+#include "classes/collections/collection.h"
 #include "tests/classes/collections/collections.h"
 
 namespace oocobol::test {
@@ -17,7 +18,7 @@ struct Kind {
 
 class Sequenced : public KindsTest<Kind> {
 protected:
-    Ref make(const Words &words) const {
+    Ref make(std::string_view words) const {
         return isArray() ? arrayOf(words, GetParam().width) : listOf(words, GetParam().width);
     }
     bool isArray() const { return std::string_view(GetParam().program) == "array"; }
@@ -30,37 +31,32 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Sequenced,
                                          Kind{"ordrdcll", 4, true}, Kind{"ordrdcll", 300, true},
                                          Kind{"ordrdcll", 10, false}));
 
-TEST_P(Sequenced, AnswersAndFindsItsElements) {
-    const Temporary own(make({"a", "b", "a", "c", "a"})), subs(make({"a", "a", "b", "a", "b"})),
-        same(make({"a", "a", "a"})), none(make({}));
-    says(own.ref(), "size -> 5; issequenced -> 1; isindexed -> 1; isempty -> 0; hash -> 5; first -> a; last -> a; "
-                    "firstindexof a, 2, 5 -> 3; firstindexof a, 4, 2147483647 -> 5; firstindexof a, 4, 4 -> 0; "
-                    "firstindexof a, 6, 9 -> 0; lastindexof a, 1, 4 -> 3; firstindexofidentity c, 1, 9 -> 4; "
-                    "occurrencesof a -> 3; indexof c -> 4; includes b -> 1; includes x -> 0; "
-                    "replaceall a, q, 2, 4; * -> (a b q c a); atallput z; * -> (z z z z z)");
+// What is read, replaced, removed and copied at every place is compared with a model by the fuzzer.
+TEST_P(Sequenced, FindsReplacesAndCopies) {
+    const Temporary own(make("a b a c a")), subs(make("a a b a b")), same(make("a a a")), none(make("")),
+        other(make("x y")), foreign(isArray() ? listOf("x y", GetParam().width) : arrayOf("x y", GetParam().width));
+    says(own.ref(),
+         "issequenced -> 1; isindexed -> 1; isempty -> 0; hash -> 5; first -> a; last -> a; "
+         "firstindexof a, 2, 5 -> 3; firstindexof a, 4, 2147483647 -> 5; firstindexof a, 4, 4 -> 0; "
+         "firstindexof a, 6, 9 -> 0; lastindexof a, 1, 4 -> 3; firstindexofidentity c, 1, 9 -> 4; includes x -> 0; "
+         "copyfromto 3, 2 -> (); copywith z -> (a b a c a z); copyreplace 2, 1, $1 -> (a x y b a c a); "
+         "$1 concat $2 -> (x y a b a c a); $1 concat $1 -> (x y x y); equal $2 -> 1; equal (a b a c a) -> 1; "
+         "equal (a b a c c) -> 0; equal - -> 0; $1 equal $3 -> 0; "
+         "replaceall a, q, 2, 4; * -> (a b q c a); atallput z; * -> (z z z z z)",
+         {other.ref(), own.ref(), foreign.ref()});
     says(subs.ref(),
          "indexofsubcollection (a b), 1 -> 2; indexofsubcollection (a b), 3 -> 4; indexofsubcollection (a b), 5 -> 0; "
          "indexofsubcollection $1, 1 -> 1; indexofsubcollection (), 1 -> error 11; "
          "copyreplaceall (a b), (b) -> (a b b); copyreplaceall (a b), () -> (a); "
          "$2 copyreplaceall (a a), (b) -> (b a); $3 copyreplaceall $3, (b) -> error 11 -> ()",
          {subs.ref(), same.ref(), none.ref()});
-}
-
-TEST_P(Sequenced, AnswersChangedCopies) {
-    const Temporary own(make({"a", "b", "c", "b"})), other(make({"x", "y"}));
-    says(own.ref(),
-         "copyfromto 2, 3 -> (b c); copyfromto 3, 2 -> (); copywith z -> (a b c b z); copywithout b -> (a c); "
-         "copyreplace 2, 3, $1 -> (a x y b); copyreplace 2, 1, $1 -> (a x y b c b); reverse -> (b c b a); "
-         "$1 concat $2 -> (x y a b c b); $1 concat $1 -> (x y x y); insertallafter 4, $2 -> (a b c b a b c b); "
-         "* -> (a b c b); equal $2 -> 1; equal (a b c b) -> 1; equal (a b c c) -> 0; equal - -> 0",
-         {other.ref(), own.ref()});
-    const Temporary foreign(isArray() ? listOf({"x", "y"}, GetParam().width) : arrayOf({"x", "y"}, GetParam().width));
-    says(other.ref(), "equal $1 -> 0", {foreign.ref()});
+    EXPECT_EQ(send<Count>(SITE("getstoragerequirements"), same.ref()), 3 * width());
+    if (isArray()) says(own.ref(), "add b -> error 1; remove z -> error 5; $array withall $1 -> ()", {none.ref()});
 }
 
 TEST_P(Sequenced, MovesOverlappingRanges) {
     const auto replaced = [&](const char *range, const char *result) {
-        const Temporary own(make({"a", "b", "c", "d"}));
+        const Temporary own(make("a b c d"));
         says(own.ref(), "replacesubcollection " + std::string(range) + "; * -> " + result, {own.ref()});
     };
     replaced("2, 4, $1, 1", "(a a b c)");
@@ -70,7 +66,7 @@ TEST_P(Sequenced, MovesOverlappingRanges) {
 }
 
 TEST_P(Sequenced, WalksInEveryDirectionUntilItIsToldToStop) {
-    const Temporary own(make({"a", "b", "c"}));
+    const Temporary own(make("a b c"));
     Noting words("w", {}, width()), keyed("nw", {}, width()), both("ww", {}, width());
     says(own.ref(), "do $1; reversedo $1; dowithoutcopy $1; keysanddatado $2; withdo (x y z), $3",
          {words.ref(), keyed.ref(), both.ref()});
@@ -85,7 +81,7 @@ TEST_P(Sequenced, WalksInEveryDirectionUntilItIsToldToStop) {
 }
 
 TEST_P(Sequenced, ChoosesAndFinds) {
-    const Temporary own(make({"a", "b", "c", "b"}));
+    const Temporary own(make("a b c b"));
     const Block isB([&](void **arguments) { return wordIn(arguments, width()) == "b" ? 1 : 0; });
     const Block never([](void **) { return 0; });
     says(own.ref(),
@@ -101,7 +97,7 @@ TEST_P(Sequenced, ChoosesAndFinds) {
 
 TEST_P(Sequenced, VisitsWhatWasThereWhateverTheBlockDoes) {
     for (const auto *deed : {"clear", "finalize", "grow"}) {
-        const auto own = make({"a", "b", "c"});
+        const auto own = make("a b c");
         auto done = false;
         const auto act = [&](const std::string &) {
             if (!std::exchange(done, true)) send<Ref>(siteOf(deed), own);
@@ -124,16 +120,8 @@ TEST_P(Sequenced, CopiesObjectsDeeply) {
     for (const auto made : {own, deep}) send<Ref>(SITE("deepfinalize"), made);
 }
 
-TEST_P(Sequenced, GrowsWithSpaces) {
-    const Temporary own(make({"a", "b", "c"}));
-    says(own.ref(), "capacity -> 3; grow; capacity -> 26; at 3 -> c; growto 2 -> $1; * -> (a b)", {own.ref()});
-    EXPECT_EQ(send<Count>(SITE("getstoragerequirements"), own.ref()), 2 * width());
-    says(own.ref(), "growto 0 -> $1; size -> 0; growto 4 -> $1; capacity -> 4", {own.ref()});
-    if (isArray()) says(own.ref(), "at 4 -> [" + std::string(width(), ' ') + "]");
-}
-
 TEST_P(Sequenced, RefusesIndexesOutside) {
-    const Temporary own(make({"a", "b"}));
+    const Temporary own(make("a b"));
     for (const Index index : {0, -1, 3, INT32_MAX, INT32_MIN}) {
         says(own.ref(), about("at # -> error 3 -> untouched; atput #, z -> error 3; isat [], # -> error 3 -> 0; "
                               "isatidentity a, # -> 0; atnogc # -> untouched",
@@ -152,31 +140,14 @@ TEST_P(Sequenced, TakesOnlySizesThatCanBe) {
     if (width() > 8) says(ofProgram(), "ofvalues $1, 538976287 -> error 32 -> nil", {picture});
     says(ofProgram(), "ofvalues $1, 0 -> ()", {picture});
 
-    const Temporary own(make({"a", "b"}));
+    const Temporary own(make("a b"));
     says(own.ref(), "growto -1 -> error 33 32 -> nil; * -> (a b)");
     // More bytes than a storage length can say.
     if (width() > 4) says(own.ref(), "growto 2147483647 -> error 32; * -> (a b)");
-    if (OOCOBOL_CHECKED) { // only checked builds can make an allocation fail
-        fails(1, true, [&] { send(SITE("grow"), own.ref()); });
-        EXPECT_EQ(errors.numbers(), std::vector<Count>{32});
-        says(own.ref(), "* -> (a b)");
-    }
-}
-
-TEST_P(Sequenced, AsksForTheStorageThatANegativeSizeWouldBe) {
-    static Index asked;
-    const auto greedy =
-        OutsideClass("greedy", "greedy", ofProgram())
-            .method("basicgrow", [](const oops_ref *, void *, void *, const Index *bytes) { asked = *bytes; })
-            .registerIt();
-    const Temporary own(send<Ref>(SITE("ofvalues"), greedy, picX(GetParam().width), Index{1}));
-    send<Ref>(SITE("growto"), own.ref(), Index{-3});
-    EXPECT_EQ(asked, -3 * GetParam().width);
-    errors.all.clear();
 }
 
 TEST_P(Sequenced, RefusesCollectionsThatDoNotFit) {
-    const Temporary own(make({"a", "b"})), other(listOf({"x", "y"}, GetParam().width + 1));
+    const Temporary own(make("a b")), other(listOf("x y", GetParam().width + 1));
     says(own.ref(),
          "iscompatible $1 -> 0; concat $1 -> error 10; insertallafter 0, $1 -> error 10; copyreplace 1, 1, $1 -> error "
          "10; indexofsubcollection $1, 1 -> error 10; replacesubcollection 1, 1, $1, 1 -> error 10; addall $1 -> error "
@@ -185,7 +156,7 @@ TEST_P(Sequenced, RefusesCollectionsThatDoNotFit) {
 }
 
 TEST_P(Sequenced, TriesABlockThatIsGoneOnce) {
-    const Temporary own(make({"a", "b", "c"}));
+    const Temporary own(make("a b c"));
     const auto gone = block([](void **) { return 0; });
     finalize(gone);
     says(own.ref(),
@@ -196,26 +167,125 @@ TEST_P(Sequenced, TriesABlockThatIsGoneOnce) {
 }
 
 TEST_P(Sequenced, SurvivesEveryFailingAllocation) {
-    if (!OOCOBOL_CHECKED) GTEST_SKIP() << "allocations fail in checked builds only";
-    const Temporary own(make({"b", "a", "c"}));
+    const Temporary own(make("b a c"));
     const Block yes([](void **) { return 1; });
-    const std::function<Ref()> scenes[] = {
-        [&] { return send<Ref>(SITE("copy"), own.ref()); },
-        [&] { return send<Ref>(SITE("reverse"), own.ref()); },
-        [&] { return send<Ref>(SITE("select"), own.ref(), yes.ref()); },
-        [&] { return send<Ref>(SITE("insertallafter"), own.ref(), Index{1}, own.ref()); },
-        [&] { return send<Ref>(SITE("asarray"), own.ref()); },
-        [&] { return send<Ref>(SITE("assortedcollection"), own.ref()); },
-    };
-    for (const auto &scene : scenes) {
-        Ref made;
-        for (std::uint64_t at = 1; fails(at, false, [&] { made = scene(); }); ++at) {
-            if (isLive(made)) finalize(made);
-            says(own.ref(), "* -> (b a c)");
+    for (const std::string made : {"copy", "reverse", "select", "asarray", "assortedcollection", "grow"})
+        allOrNothing(own.ref(), wordsIn, [&] { return send<Ref>(siteOf(made), own.ref(), yes.ref()); });
+    allOrNothing(own.ref(), wordsIn, [&] { return send<Ref>(SITE("insertallafter"), own.ref(), Index{1}, own.ref()); });
+}
+
+// ---- Only arrays ----------------------------------------------------------------------------------------------------
+
+class Array : public CollectionTest {};
+
+TEST_F(Array, AnswersWhatAHandlerAnswersForAnIndexOutside) {
+    const Temporary narrow(arrayOf("a", 3)), wide(arrayOf("a", 20)), objects(referencesOf("array", {null}));
+    errors.answers = true;
+    errors.answer = 0x4141414141414141;
+    EXPECT_EQ(answered(SITE("at"), narrow.ref(), 4, 2), "AAA?");
+    EXPECT_EQ(referenceAt(objects.ref(), 2).bits, errors.answer);
+    EXPECT_EQ(answered(SITE("at"), wide.ref(), 20, 2), std::string(20, '?'));
+    EXPECT_EQ(errors.numbers(), (std::vector<Count>{3, 3, 3}));
+}
+
+// ---- Where elements lie in the storage of what grows, ends and ranges ----------------------------------------------
+
+class Growing : public CollectionTest {
+protected:
+    // The bytes of all slots, occupied or not: a letter, '_' for zeros, '.' for spaces.
+    static std::string slotsOf(const Temporary &list) {
+        std::string slots;
+        for (Count slot = 1; slot <= send<Count>(SITE("capacity"), list.ref()); ++slot) {
+            const auto first = answered(SITE("privateat"), list.ref(), 4, static_cast<Index>(slot))[0];
+            slots += first == '\0' ? '_' : first == ' ' ? '.' : first;
         }
-        finalize(made);
+        return slots;
     }
-    errors.all.clear();
+};
+
+TEST_F(Growing, GrowsWhereItIsFullAndSlidesWhereItIsNot) {
+    const Temporary none(newCollection("dynarray", 4, 0)), three(listOf("a b c")),
+        start(newCollection("ordrdcll", 4, 0)), four(listOf("a b c d"));
+    add(none.ref(), "a");
+    EXPECT_EQ(slotsOf(none), "a...................");
+    add(three.ref(), "d");
+    EXPECT_EQ(slotsOf(three), "abcd......................");
+    says(start.ref(), "addfirst a");
+    EXPECT_EQ(slotsOf(start), "_________a.........."); // grown to 20, half of it before
+    says(start.ref(), "addfirst b; addlast c; * -> (b a c)");
+    says(four.ref(), "removefirst 3; add e; * -> (d e)");
+    EXPECT_EQ(slotsOf(four), "aded"); // half of the room at the start is now behind
+    says(four.ref(), "addfirst x; addfirst y; * -> (y x d e)");
+}
+
+TEST_F(Growing, MovesTheNearerPart) {
+    const Temporary list(newCollection("ordrdcll", 4, 6)), one(listOf("a"));
+    says(list.ref(), "add a; add c; insertbeforeindex b, 1");
+    EXPECT_EQ(slotsOf(list), "_bac__");
+    says(list.ref(), "insertbeforeindex e, 4; insertbeforeindex d, 2");
+    EXPECT_EQ(slotsOf(list), "bdace_");
+    says(list.ref(), "* -> (b d a c e); removeatindex 2 -> d");
+    EXPECT_EQ(slotsOf(list), "bace__");
+    says(one.ref(), "removeatindex 1 -> a");
+    EXPECT_EQ(slotsOf(one), "_");
+    says(one.ref(), "add b; clear; size -> 0");
+    EXPECT_EQ(slotsOf(one), "b");
+}
+
+TEST_F(Growing, RemovesAtBothEnds) {
+    const Temporary list(listOf("a b c d"));
+    says(list.ref(), "removefirst 0; removefirst 1; removelast 1; * -> (b c)");
+    for (const Index count : {3, -1, INT32_MIN, INT32_MAX})
+        says(list.ref(), about("removefirstandfinalize # -> error 33; removelastandfinalize # -> error 33", count));
+    says(list.ref(), "* -> (b c); removefirst 2; * -> ()");
+
+    const auto a = text("a"), b = text("b"), c = text("c");
+    const auto objects = referencesOf("ordrdcll", {a, b, c});
+    says(objects, "removefirstandfinalize 1; removelastandfinalize 1; size -> 1; at 1 -> $1", {b});
+    EXPECT_TRUE(!isLive(a) && isLive(b) && !isLive(c));
+    send<Ref>(SITE("deepfinalize"), objects);
+    EXPECT_FALSE(isLive(b));
+}
+
+TEST_F(Growing, RemovesWhatABlockChooses) {
+    const Temporary list(listOf("a b b c"));
+    const Block isB([](void **arguments) { return wordIn(arguments) == "b" ? 1 : 0; });
+    const Block any([](void **) { return 1; });
+    const Block adding([&](void **) {
+        add(list.ref(), "z");
+        return 0;
+    });
+    // Ends although there is always one more.
+    says(list.ref(),
+         "removeallsuchthat $1; * -> (a c); removeallsuchthat $2; * -> (a c z z); removeallsuchthat $3; * -> ()",
+         {isB.ref(), adding.ref(), any.ref()});
+}
+
+TEST_F(Growing, InsertsAndLooksBesideElementsAndIndexes) {
+    const Temporary list(listOf("a b c")), other(listOf("b d b"));
+    says(list.ref(), "after a -> b; before c -> b; after c -> error 13; before a -> error 14; after x -> error 12; "
+                     "before x -> error 12; remove x -> error 12; remove b; * -> (a c)");
+    says(other.ref(), "addbefore a, b; addafter c, b; * -> (a b c d b); addafterindex x, 0; addafterindex y, 6; "
+                      "addbeforeindex z, 2; * -> (x z a b c d b y); addafter q, nope -> error 12");
+    for (const Index index : {-1, 9, INT32_MAX, INT32_MIN})
+        says(other.ref(), about("addafterindex q, # -> error 3", index));
+    for (const Index index : {0, 10, INT32_MAX, INT32_MIN})
+        says(other.ref(), about("addbeforeindex q, # -> error 3", index));
+    says(other.ref(), "size -> 8");
+}
+
+TEST_F(Growing, TakesWholeCollectionsAndRangesItsOwnToo) {
+    const Temporary list(listOf("a")), source(listOf("p q r s"));
+    says(list.ref(),
+         "addsubcollectionfirst $2, 2, 3; * -> (q r a); addsubcollectionlast $2, 4, 4; addsubcollectionlast $2, 3, 2; "
+         "addallfirst $1; * -> (q r a s q r a s); clear; addalllast $2; addsubcollectionfirst $1, 1, 2; "
+         "addsubcollectionlast $1, 1, 3; * -> (p q p q r s p q p); clear; "
+         "addsubcollectionlast $2, 3, 2147483647 -> error 3; * -> (r s)", // up to the first index outside
+         {list.ref(), source.ref()});
+    const Temporary full(listOf("a b"));
+    const auto *fields = fieldsOf<DynamicFields>(full.ref());
+    send(SITE("add"), full.ref(), Element{fields->storage}); // grows, so the storage with the element moves
+    says(full.ref(), "* -> (a b a)");
 }
 
 } // namespace

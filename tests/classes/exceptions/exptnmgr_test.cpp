@@ -69,46 +69,15 @@ TEST_F(ExceptionManager, RefusesWhatIsNoHandlerAndRaisesOnWhatIsNoObject) {
          {before, object, stale});
 }
 
-TEST_F(ExceptionManager, KeepsAHandlerFromANewObjectInTheOldOnesPlace) {
-    says(manager(), "register $1, $2; $1 finalize", {object, handler});
-    auto fresh = createInstance(CLASS("base"));
-    for (int tries = 0; tries < 1000000 && fresh.index() != object.index(); ++tries) {
-        finalize(fresh);
-        fresh = createInstance(CLASS("base"));
-    }
-    ASSERT_EQ(fresh.index(), object.index());
-    says(fresh, "raiseexception 12 -> error 12; finalize");
-    EXPECT_EQ(calls, 0);
-}
-
 TEST_F(ExceptionManager, ShowsInsertsThatAHandlerMayFinalize) {
-    const LeakCheck leaks;
     const Temporary showing(block([&](void **arguments) {
-        Ref inserts;
-        std::memcpy(&inserts, arguments[2], sizeof inserts);
-        says(inserts, "* -> (one two); deepfinalize");
+        says(valueIn<Ref>(arguments[2]), "* -> (one two); deepfinalize");
         ++calls;
         return std::int64_t{0};
     }));
     says(object, "$exptnmgr register $1, $2; raiseexceptionwithtextz 12, 'one', 'two', -, 'four'; $exptnmgr cancel $1",
          {object, showing.ref()});
     EXPECT_EQ(calls, 1);
-}
-
-TEST_F(ExceptionManager, DoesNotKeepAClassThatWasMadeForOneItem) {
-    const auto classObjects = [] {
-        std::size_t count = 0;
-        forEachObject([&](Ref, std::uint32_t, std::uint32_t marks) { count += (marks & markClass) != 0 ? 1 : 0; });
-        return count;
-    };
-    std::size_t before[2];
-    for (auto &count : before) {
-        says(CLASS("picx"), "withlengthvalue 3, 'abc' -> it; it raiseexception 12 -> error 12; "
-                            "it nosuchmessage -> error 24; it istypeof $intrnsic -> 1; it classname -> 'cobolpicx'; "
-                            "it finalize");
-        count = classObjects();
-    }
-    EXPECT_EQ(before[0], before[1]);
 }
 
 TEST_F(ExceptionManager, TellsWhetherAClassMethodRaised) {
@@ -159,6 +128,31 @@ TEST(MessageTexts, AreThereForEveryNumberInBothLanguages) {
             EXPECT_TRUE(texts.insert(text).second) << text;
         }
     }
+}
+
+// ---- Message files -------------------------------------------------------------------------------------------------
+
+TEST(MessageFileHandler, PutsInsertsInUpToTheFirstOneLeftOut) {
+    const Temporary library(text("    ")), file(text("oocobol.lng         "));
+    const Temporary handler(send<Ref>(SITE("registermessagefile"), CLASS("msgfh"), library.ref(), file.ref()));
+    const Temporary one(text("ONE")), two(text("TWO")), three(text("THREE"));
+    const auto message = [&](auto second) {
+        const Temporary text(
+            send<Ref>(SITE("getmessage"), handler.ref(), Index{2}, Index{25}, one.ref(), second, three.ref()));
+        return valueOf(text.ref());
+    };
+    const auto all = message(two.ref()), stopped = message(omitted);
+    EXPECT_NE(all.find("ONE"), std::string::npos);
+    EXPECT_NE(all.find("THREE"), std::string::npos);
+    EXPECT_NE(stopped.find("ONE"), std::string::npos);
+    EXPECT_EQ(stopped.find("THREE"), std::string::npos);
+    says(handler.ref(), "getlanguagefilename -> 'oocobol.lng'; getmessage 2, 9999 -> ''; getmessage -1, -1 -> ''");
+}
+
+TEST(MessageFileHandler, KeepsItsNamesWhenTheNewOneIsNone) {
+    says(CLASS("msgfh"), "registermessagefilez 'folder', 'oocobol.lng' -> it; "
+                         "it setlanguagefilename nil -> error 33; it setlanguagelibrary nil -> error 27; "
+                         "it getlanguagefilename -> 'oocobol.lng'; it getlanguagelibrary -> 'folder'; it finalize");
 }
 
 } // namespace

@@ -24,7 +24,6 @@ TEST(Associations, HaveAClassForEachPairOfTemplates) {
 }
 
 TEST(Associations, CompareAndHashByKey) {
-    const LeakCheck leaks;
     const auto ofClass = classFor(picX(4), comp5());
     const Temporary one(association(ofClass, "k   ", 1)), other(association(ofClass, "k   ", 2));
     says(one,
@@ -35,7 +34,6 @@ TEST(Associations, CompareAndHashByKey) {
 }
 
 TEST(Associations, ReachTheirObjects) {
-    const LeakCheck leaks;
     const auto key = text("key"), datum = text("datum");
     const auto both = send<Ref>(SITE("keydata"), CLASS("associtn"), key, datum);
     const Temporary bare(send<Ref>(SITE("key"), CLASS("associtn"), null));
@@ -51,7 +49,6 @@ TEST(Associations, ReachTheirObjects) {
 
 // What is shorter or longer than its class says by now is neither read nor written beyond its end.
 TEST(Associations, SurviveAClassThatChanges) {
-    const LeakCheck leaks;
     const auto ofClass = classFor(picX(4), comp5());
     const Temporary made(association(ofClass, "key ", 7));
     const Temporary table(send<Ref>(SITE("ofassociations"), CLASS("dictinry"), ofClass, Index{10}));

@@ -20,9 +20,11 @@ struct Told {
     friend bool operator==(const Told &, const Told &) = default;
 };
 
-// The record of the calling thread, and what a receiver is to do when it is told something.
+// The record of a test, and what a receiver is to do when it is told something.
 struct Log {
     std::vector<Told> told;
+    std::vector<std::int64_t> arguments; // that the method `all` got last, up to nine
+    std::int64_t *first = nullptr;       // of them
     std::function<void(const Told &)> action;
     Refs receivers() const {
         Refs found;
@@ -30,7 +32,7 @@ struct Log {
         return found;
     }
 };
-inline thread_local Log *log = nullptr;
+inline Log *log = nullptr;
 
 inline void note(const oops_ref *self, const char *method, void *returning, const std::int64_t *argument) {
     if (log == nullptr) return;
@@ -44,15 +46,25 @@ inline constexpr const char *listened[] = {"note", "other", "changed", "deleted"
 template <int which> void on(const oops_ref *self, void *, void *returning, const std::int64_t *argument) {
     note(self, listened[which], returning, argument);
 }
+using Item = std::int64_t *;
+inline void onAll(const oops_ref *self, void *, void *returning, Item a, Item b, Item c, Item d, Item e, Item f, Item g,
+                  Item h, Item i) {
+    log->arguments.clear();
+    for (const auto *item : {a, b, c, d, e, f, g, h, i})
+        if (item != nullptr) log->arguments.push_back(*item);
+    log->first = a;
+    note(self, "all", returning, a);
+}
 
 // Those that have been made while there is a log.
-inline thread_local Refs listeners;
+inline Refs listeners;
 inline Ref newListener() {
     static const auto listenerClass = OutsideClass("cmlisten", "listener", classForProgram("base"))
                                           .method(listened[0], on<0>)
                                           .method(listened[1], on<1>)
                                           .method(listened[2], on<2>)
                                           .method(listened[3], on<3>)
+                                          .method("all", onAll)
                                           .registerIt();
     const auto made = send<Ref>(SITE("new"), listenerClass);
     if (log != nullptr) listeners.push_back(made);
@@ -95,7 +107,6 @@ protected:
         const RaisedErrors errors;
         finalize(newComponent());
     }
-    LeakCheck leaks;
     Log told;
 };
 

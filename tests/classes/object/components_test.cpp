@@ -1,7 +1,10 @@
 // Components: what they define, how they are connected, who receives a signal, and what is left when one goes.
 #include <algorithm>
+#include <atomic>
+#include <random>
 
 #include "classes/object/components.h"
+#include "host/lock_order.h"
 #include "tests/classes/object/components.h"
 #include "tests/support/says.h"
 
@@ -86,28 +89,18 @@ TEST_F(Components, LeaveOneAnotherWhenEitherEnds) {
 // ---- Sending -------------------------------------------------------------------------------------------------------
 
 TEST_F(Components, SendUpToNineArguments) {
-    using Item = const std::int64_t *;
-    static std::vector<std::int64_t> seen;
-    OutsideClass("cmlisten", "listener", classForProgram("base"))
-        .method("nine",
-                [](const oops_ref *, void *, void *, Item a, Item b, Item c, Item d, Item e, Item f, Item g, Item h,
-                   Item i) {
-                    for (const auto *item : {a, b, c, d, e, f, g, h, i}) seen.push_back(item != nullptr ? *item : -1);
-                })
-        .extend();
     const Temporary name(text("go"));
-    says(newComponent(),
-         "connectto $1, 'in'; signal 'go', 1, 2, 1, 2, 1, 2, 1, 2, 9; signalstring $2, 3, 4; "
-         "signal 'go', 1, 2, 3, 4, 5, 6, 7, 8, 9, 10 -> error 21",
-         {newComponent("nine"), name.ref()});
-    EXPECT_EQ(seen, (std::vector<std::int64_t>{1, 2, 1, 2, 1, 2, 1, 2, 9, 3, 4, -1, -1, -1, -1, -1, -1, -1}));
+    const auto source = newComponent();
+    says(source, "connectto $1, 'in'; signal 'go', 1, 2, 1, 2, 1, 2, 1, 2, 9", {newComponent("all")});
+    EXPECT_EQ(told.arguments, (std::vector<std::int64_t>{1, 2, 1, 2, 1, 2, 1, 2, 9}));
+    says(source, "signalstring $1, 3, 4; signal 'go', 1, 2, 3, 4, 5, 6, 7, 8, 9, 10 -> error 21", {name.ref()});
+    EXPECT_EQ(told.arguments, (std::vector<std::int64_t>{3, 4}));
 }
 
 // The receivers do something when they are told.
 class Leaving : public Components, public ::testing::WithParamInterface<bool> {
 protected:
-    Leaving() { allowNativePaths(!GetParam()); }
-    ~Leaving() override { allowNativePaths(true); }
+    const Road road{GetParam()};
 };
 INSTANTIATE_TEST_SUITE_P(NativelyAndDispatched, Leaving, ::testing::Bool());
 
@@ -175,27 +168,16 @@ TEST_P(Leaving, ByBecomingAnotherObjectHarmsNothing) {
     EXPECT_TRUE(told.told.empty());
 }
 
-TEST_F(Components, MaySignalBackAndAgain) {
-    const auto source = newComponent();
-    const auto receivers = receiversOf(source, 2);
-    told.action = [&](const Told &entry) {
-        if (entry.object == receivers[0] && entry.argument == 1) tell(source, 2);
-    };
-    tell(source, 1);
-    EXPECT_EQ(told.receivers(), (Refs{receivers[0], receivers[0], receivers[1], receivers[1]}));
-}
-
 // ---- Spies ---------------------------------------------------------------------------------------------------------
 
 TEST_F(Components, AreWatchedBySpiesThatMayStopASignal) {
     const auto source = newComponent(), target = newComponent(), friendly = newListener();
-    Ref sender{}, name{};
+    Ref sender{};
     auto stops = false;
     std::string names;
     const auto spy = block([&](void **arguments) {
-        std::memcpy(&sender, arguments[0], sizeof sender);
-        std::memcpy(&name, arguments[1], sizeof name);
-        names += valueOf(name) + " ";
+        sender = valueIn<Ref>(arguments[0]);
+        names += valueOf(valueIn<Ref>(arguments[1])) + " ";
         if (stops) *static_cast<Flag *>(arguments[2]) = 1;
         return 0;
     });
@@ -258,7 +240,7 @@ TEST_F(Components, AreReportedByTheirHandlerWithTheNames) {
     EXPECT_EQ(errors.numbers(), Numbers{12});
     std::uint32_t items[2] = {0x11111111, 0x22222222};
     ::testing::internal::CaptureStdout();
-    send(SITE("signal"), source, Returning{{reinterpret_cast<std::byte *>(items)}}, Bytes{"nosuch"});
+    send(SITE("signal"), source, into(items), Bytes{"nosuch"});
     ::testing::internal::GetCapturedStdout();
     EXPECT_EQ(items[1], 0x22222222u) << "a narrow returning item";
 }
@@ -281,40 +263,124 @@ TEST_F(Components, RaiseWhatIsMissing) {
 
 // ---- Memory --------------------------------------------------------------------------------------------------------
 
-TEST_F(Components, LeaveNothingHalfMadeWhenMemoryFails) {
-    const RaisedErrors errors;
+TEST_F(Components, AreMadeAndConnectedWhollyOrNotAtAllWhenMemoryFails) {
+    const auto source = newComponent(), target = newComponent();
+    says(source,
+         "defineoutsignal 'a'; defineoutsignal 'b'; $2 defineinsignal 'a', 'in', 'note'; "
+         "$2 defineinsignal 'b', 'in', 'note'; $exptnmgr cancel $1; $exptnmgr cancel $2",
+         {source, target});
+    const auto show = [&](Ref) {
+        auto shown = std::to_string(send<Count>(SITE("size"), send<Ref>(SITE("getsignaldependents"), target)));
+        for (const auto *name : {"go", "a", "b"}) shown += " " + std::to_string(connections(source, name));
+        return shown;
+    };
+    allOrNothing(source, show, [&] {
+        connect(source, target);
+        if (connections(source) == 0)
+            send<Ref>(SITE("raiseexception"), source, Count{32}); // which it need not say itself
+        return null;
+    });
+    EXPECT_EQ(show(source), "1 1 1 1");
+    const auto isWhole = [](Ref object) {
+        says(object, "defineoutsignal 'go'; isoutputsignal 'go' -> 1");
+        return std::to_string(send<bool>(SITE("cancel"), CLASS("exptnmgr"), object)); // of the handler that it has got
+    };
     ::testing::internal::CaptureStdout();
-    for (const auto persistently : {false, true}) {
-        auto object = newListener();
-        whileMemoryFails(
-            persistently, [&] { send(SITE("makecomponent"), object); },
-            [&](std::uint64_t n) {
-                const auto isOne = send<bool>(SITE("iscomponent"), object);
-                EXPECT_EQ(send<bool>(SITE("cancel"), CLASS("exptnmgr"), object), isOne) << n;
-                if (isOne) says(object, "defineoutsignal 'go'; isoutputsignal 'go' -> 1");
-                finalize(std::exchange(object, newListener()));
-            });
-        Ref source{}, target{};
-        const auto prepare = [&] {
-            source = newComponent();
-            target = newComponent();
-            says(source,
-                 "defineoutsignal 'a'; defineoutsignal 'b'; $1 defineinsignal 'a', 'in', 'note'; "
-                 "$1 defineinsignal 'b', 'in', 'note'",
-                 {target});
-        };
-        prepare();
-        whileMemoryFails(
-            persistently, [&] { connect(source, target); },
-            [&](std::uint64_t n) {
-                const auto joined = connections(source);
-                for (const auto *name : {"a", "b"}) EXPECT_EQ(connections(source, name), joined) << n;
-                says(target, "getsignaldependents -> it; it size -> " + std::to_string(joined));
-                for (const auto end : {source, target}) finalize(end);
-                prepare();
-            });
-    }
+    allOrNothing(
+        CLASS("base"), [&](Ref shown) { return shown == CLASS("base") ? "" : isWhole(shown); },
+        [&] {
+            const auto object = newListener();
+            send(SITE("makecomponent"), object);
+            if (send<bool>(SITE("iscomponent"), object)) return object;
+            EXPECT_FALSE(send<bool>(SITE("cancel"), CLASS("exptnmgr"), object));
+            if (isLive(object)) finalize(object);
+            return null;
+        });
     ::testing::internal::GetCapturedStdout();
+}
+
+// ---- Many threads at once ------------------------------------------------------------------------------------------
+
+std::atomic<std::uint64_t> received{0};
+
+Ref newCounter() {
+    static const auto counterClass =
+        OutsideClass("cmcount", "counter", classForProgram("base"))
+            .method("note", [](const oops_ref *, void *, void *, const std::int64_t *) { ++received; })
+            .registerIt();
+    return component(send<Ref>(SITE("new"), counterClass));
+}
+
+class ConcurrentComponents : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        const RaisedErrors errors;
+        finalize(newCounter());
+    }
+};
+
+TEST_F(ConcurrentComponents, EveryThreadsSignalReachesAllReceivers) {
+    constexpr int threads = 4, signals = 500, receivers = 5;
+    const auto source = newCounter();
+    Refs counters(receivers);
+    for (auto &counter : counters) connect(source, counter = newCounter());
+    received = 0;
+    onThreads(threads, [&](int) {
+        for (int i = 0; i < signals; ++i) tell(source, i);
+    });
+    EXPECT_EQ(received, std::uint64_t{threads} * signals * receivers);
+    for (const auto counter : counters) finalize(counter);
+    finalize(source);
+}
+
+TEST_F(ConcurrentComponents, AreMadeOnceByManyThreads) {
+    for (int round = 0; round < 50; ++round) {
+        const auto object = send<Ref>(SITE("new"), CLASS("cmcount"));
+        onThreads(4, [&](int) { send(SITE("makecomponent"), object); });
+        EXPECT_TRUE(send<bool>(SITE("iscomponent"), object));
+        finalize(object);
+    }
+}
+
+// Every thread signals, connects, disconnects and replaces components of one pool, crosswise; those in the first places
+// stay. No order of locks may end in a deadlock, and nothing may be left over.
+TEST_F(ConcurrentComponents, SignalConnectAndEndAtOnce) {
+    constexpr std::size_t places = 12, staying = 4;
+    constexpr int steps = 400;
+    std::array<std::atomic<std::uint64_t>, places> pool;
+    for (auto &place : pool) place = newCounter().bits;
+    onThreads(4, [&](int number) {
+        const RaisedErrors errors; // of objects that have just gone: 93, 94, 106
+        std::mt19937 random(static_cast<unsigned>(number));
+        const auto pick = [&] { return Ref{pool[random() % places].load()}; };
+        for (int i = 0; i < steps; ++i) {
+            const auto source = pick(), target = pick();
+            const auto what = random() % 6;
+            if (what < 2)
+                tell(source, i);
+            else if (what < 4)
+                connect(source, target);
+            else if (what == 4)
+                send(SITE("disconnectsignal"), source, Bytes{"go"}, target);
+            else
+                finalize(Ref{pool[staying + random() % (places - staying)].exchange(newCounter().bits)});
+        }
+    });
+    const RaisedErrors errors;
+    for (auto &place : pool) finalize(Ref{place.load()});
+#if OOCOBOL_CHECKED
+    using host::MutexKind;
+    EXPECT_FALSE(host::lockOrder::seen(MutexKind::component, MutexKind::component));
+#endif
+}
+
+TEST_F(ConcurrentComponents, TwoThatEndEachOther) {
+    for (int round = 0; round < 200; ++round) {
+        Ref pair[2] = {newCounter(), newCounter()};
+        connect(pair[0], pair[1]);
+        connect(pair[1], pair[0]);
+        onThreads(2, [&](int number) { finalize(pair[number]); });
+    }
 }
 
 } // namespace

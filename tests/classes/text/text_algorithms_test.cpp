@@ -2,7 +2,6 @@
 // where their memory ends.
 #include <algorithm>
 #include <random>
-#include <sys/mman.h>
 
 #include "classes/text/characters.h"
 #include "tests/classes/text/texts.h"
@@ -11,22 +10,6 @@ namespace oocobol::test {
 namespace {
 
 using namespace std::literals;
-
-// Texts whose last byte is the last one that may be read.
-class GuardedText {
-public:
-    GuardedText() { mprotect(end, page, PROT_NONE); }
-    ~GuardedText() { munmap(end - page, 2 * page); }
-    std::string_view hold(const std::string &text) const {
-        std::copy(text.begin(), text.end(), end - text.size());
-        return {end - text.size(), text.size()};
-    }
-
-private:
-    static constexpr std::size_t page = 4096;
-    char *end =
-        page + static_cast<char *>(mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-};
 
 bool isHalf(const std::string &part) { return part.size() == 1 && host::isLeadByte(part[0]); }
 bool isNewLine(const std::string &part) { return part == "\n"; }
@@ -244,19 +227,6 @@ TEST(InSingleByteText, EveryByteIsACharacter) {
     EXPECT_FALSE(characters::anyDoubleByte(text));
     EXPECT_EQ(characters::withoutSpacesAround(text), text);
     EXPECT_EQ(characters::upToSpace("\x81 "), "\x81");
-}
-
-TEST_F(TextAlgorithms, ShowNumbersAsDigitsAndReadThemModuloTwoToTheThirtyTwo) {
-    EXPECT_EQ(decimalDigits(1'000'000'000'000'000'005).view(), "5");
-    EXPECT_EQ(signedDecimalDigits(INT32_MIN).view(), "-2147483648");
-    EXPECT_EQ(hexadecimalDigits(0).view(), "0");
-    EXPECT_EQ(hexadecimalDigits(15).view(), "0F");
-    EXPECT_EQ(hexadecimalDigits(256).view(), "0100");
-    EXPECT_EQ(hexadecimalDigits(UINT64_MAX).view(), "FFFFFFFFFFFFFFFF");
-    EXPECT_EQ(decimalValue("42 "), 420U);
-    EXPECT_EQ(decimalValue("4294967297"), 1U);
-    EXPECT_EQ(hexadecimalValue("99DEADbeef"), 0xDEADBEEFU);
-    EXPECT_EQ(hexadecimalValue("2 "), 32U);
 }
 
 } // namespace

@@ -26,11 +26,9 @@ inline std::string join(const Characters &parts) {
 // Every case runs for each of some classes, with native paths and without.
 class OfClasses : public testing::TestWithParam<std::tuple<std::string, bool>> {
 protected:
-    OfClasses() { allowNativePaths(isNative); }
-    ~OfClasses() override { allowNativePaths(true); }
     const bool isNative = std::get<bool>(GetParam());
+    const Road road{isNative};
     const Ref ofClass = classForProgram(std::get<std::string>(GetParam()).c_str());
-    const LeakCheck leaks;
 };
 // Where there are characters of two bytes.
 class OfMixedClasses : public OfClasses {
@@ -39,7 +37,7 @@ class OfMixedClasses : public OfClasses {
 inline std::string nameOfRoad(const testing::TestParamInfo<std::tuple<std::string, bool>> &road) {
     return std::get<0>(road.param) + (std::get<1>(road.param) ? "Natively" : "BySends");
 }
-template <class... Programs> auto onBothRoads(Programs... programs) {
+template <class... Programs> auto classesOnBothRoads(Programs... programs) {
     return testing::Combine(testing::Values(programs...), testing::Bool());
 }
 
@@ -53,7 +51,7 @@ inline Ref itemOf(std::string_view value) {
 
 inline std::string characterAt(Ref object, Index position) {
     char area[9] = {};
-    send(SITE("at"), object, Returning{{reinterpret_cast<std::byte *>(area)}}, position);
+    send(SITE("at"), object, into(area), position);
     return area;
 }
 
@@ -62,19 +60,11 @@ inline void expectNullBehind(Ref text) {
     const auto value = valueOf(text);
     for (auto *site : {&SITE("getvaluez"), &SITE("asparameter")}) {
         std::string area(value.size() + 3, '#');
-        send(*site, text, Returning{{reinterpret_cast<std::byte *>(area.data())}});
+        send(*site, text, into(area));
         EXPECT_EQ(area, value + std::string("\0##", 3));
     }
 }
 
-// The value of an object that a message has answered, or of those in a collection; ends them.
+// The value of an object that a message has answered, which ends.
 inline std::string valueOfMade(Ref made) { return made ? valueOf(Temporary(made).ref()) : "nothing"; }
-inline Characters valuesOfMade(Ref collection) {
-    Characters values;
-    const auto size = send<Index>(SITE("size"), collection);
-    for (Index i = 1; i <= size; ++i) values.push_back(valueOf(send<Ref>(SITE("at"), collection, i)));
-    send<Ref>(SITE("deepfinalize"), collection);
-    return values;
-}
-
 } // namespace oocobol::test
