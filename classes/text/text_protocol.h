@@ -134,7 +134,10 @@ template <class Self> Answer<Ref> wordsOf(const Self &self, Ref ofClass, FindPie
     if (!words.value) return words;
     const auto array = send<Ref>(SITE("asarray"), words.value);
     const auto isWhole = array && endsLike(array, words.value);
-    send<Ref>(isWhole ? SITE("finalize") : SITE("deepfinalize"), words.value);
+    if (isWhole)
+        send<Ref>(SITE("finalize"), words.value);
+    else
+        finalizeWithPieces(words.value);
     if (isWhole || !array) return array;
     return send<Ref>(SITE("finalize"), array); // memory was short on the way, which has been raised
 }

@@ -93,6 +93,67 @@ TEST_F(Callbacks, EndAfterTheInvocationThatFinalizesThem) {
     EXPECT_FALSE(isLive(itself));
 }
 
+// An entry name ends with its closing quote, whatever bytes the environment takes for halves of characters.
+TEST_F(Callbacks, TakeNamesByTheEnvironmentsCharacters) {
+    const auto nameOf = [](Ref made) {
+        std::string name(81, '?');
+        send(SITE("getmessage"), Temporary(made).ref(), into(name));
+        return name;
+    };
+    const std::string_view quoted = "\"caf\xE9\"", spaced = "abc\x81\x40"
+                                                            "def";
+    {
+        const InEnvironment single(singleByte);
+        const GuardedText guarded;
+        const Bytes tight{guarded.hold(std::string(quoted)).data()};
+        EXPECT_EQ(nameOf(send<Ref>(SITE("new"), CLASS("entrycll"), tight)), padded(quoted, 81));
+        EXPECT_EQ(nameOf(onEntry(std::string(spaced))), padded(spaced, 81));
+    }
+    const InEnvironment both(doubleByte);
+    EXPECT_EQ(nameOf(onEntry(std::string(spaced))), padded("abc", 81));
+    EXPECT_EQ(nameOf(on(null, std::string(spaced))), "abc" + std::string(78, '\0'));
+}
+
+TEST_F(Callbacks, CanBeInitializedAnew) {
+    const auto other = entryNamed([](void **) { return 22; });
+    const Temporary entry(block([](void **) { return 11; }));
+    says(entry, "invoke -> 11; initialize '" + other + "'; invoke -> 22");
+}
+
+// A copy starts as one of its own, and takes nothing from the original when it goes.
+TEST_F(Callbacks, AreCopiedAndExchangedDuringAnInvocation) {
+    Ref itself, copy, other;
+    const auto change = [&] {
+        copy = send<Ref>(SITE("copy"), itself);
+        says(copy, "active -> 0; finalize");
+        other = on(taker.ref(), "other");
+        send(SITE("becomes"), itself, other);
+    };
+    told.action = [&](const Told &) { change(); };
+    for (const bool ofEntry : {false, true}) {
+        itself = ofEntry ? block([&](void **) { return change(), 5; }) : on(taker.ref(), "all");
+        says(itself, ofEntry ? "invoke -> 5" : "invoke -> 77");
+        for (const auto each : {itself, other}) says(each, "active -> 0; finalize");
+        EXPECT_FALSE(isLive(copy) || isLive(itself) || isLive(other));
+    }
+}
+
+TEST_F(Callbacks, OfSeveralThreadsAreCountedAndEnd) {
+    static std::atomic<int> inside, atOnce;
+    const Temporary entry(block([](void **) {
+        atOnce = std::max(atOnce.load(), ++inside);
+        return --inside;
+    }));
+    says(entry, "invoke; copy -> it; it invoke; it finalize"); // which has closed no mutex but its own
+    const auto shared = on(CLASS("base"), "hash");
+    onThreads(3, [&](int) {
+        for (int i = 0; i < 20000; ++i) send(SITE("invoke"), i % 8 == 0 ? entry.ref() : shared);
+    });
+    EXPECT_EQ(atOnce, 1);
+    says(shared, "active -> 0; finalize");
+    EXPECT_FALSE(isLive(shared));
+}
+
 TEST_F(Callbacks, OnThreadsReturnBeforeTheMessageHasRun) {
     static std::atomic<bool> mayRun, hasRun;
     mayRun = hasRun = false;

@@ -14,6 +14,30 @@ TEST_F(PicX, ComparesAsNoTextDoes) {
          "`ab` equalsignorecase `AB ` -> 0; equalsignorecasebylengthvalue 3, {aB } -> 0");
 }
 
+// Lengths are looked at before the value is.
+TEST_F(PicX, RefusesLengthsThatNoItemHas) {
+    for (const auto environment : {singleByte, doubleByte}) {
+        const InEnvironment in(environment);
+        onBothRoads([] {
+            says(Temporary(itemOf("abc")), "$picx withlengthvalue 268435456, {abc} -> error 30 -> nil; "
+                                           "equalsignorecasebylengthvalue 268435456, {abc} -> error 30 -> 0; "
+                                           "equalsignorecasebylengthvalue 2147483647, {abc} -> error 30 -> 0; "
+                                           "equalsignorecasebylengthvalue -1, {abc} -> error 23 23 -> 0");
+        });
+    }
+}
+
+TEST_F(PicX, HasTheLengthThatItsClassHasNow) {
+    onBothRoads([] {
+        const auto ofEight = send<Ref>(SITE("newclass"), CLASS("picx"), Index{8});
+        const Temporary item(send<Ref>(SITE("withvalue"), ofEight, Bytes{"abcdefgh"}));
+        says(item,
+             "$1 setlength 4; size -> 4; sizeinbytes -> 4; getvalue -> [abcd]; equal `abcd` -> 1; "
+             "$1 setlength 90; size -> 90; getvalue -> [abcdefgh]; $1 setlength 8; equal `abcdefgh` -> 1",
+             {ofEight});
+    });
+}
+
 TEST_F(PicX, TextsMadeOfItHaveTheirOwnLength) {
     const Temporary text(itemOf("  Ab c  ")), lines(itemOf("a\n\nb\n"));
     const Temporary trimmed(send<Ref>(SITE("trimblanks"), text.ref()));

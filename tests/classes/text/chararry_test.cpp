@@ -171,7 +171,7 @@ TEST_P(AnyText, EveryFailingAllocationIsSurvived) {
         return isList ? wordsIn(object) : valueOf(object);
     };
     const auto survives = [&](const std::function<Ref()> &make) {
-        allOrNothing(false, text.ref(), show, [&] {
+        allOrNothing(text.ref(), show, [&] {
             const auto made = make();
             if (!made)
                 send<Ref>(SITE("raiseexception"), text.ref(), Count{32}); // which need not say itself that it failed
