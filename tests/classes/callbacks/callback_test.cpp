@@ -142,12 +142,14 @@ TEST_F(Callbacks, OfSeveralThreadsAreCountedAndEnd) {
     static std::atomic<int> inside, atOnce;
     const Temporary entry(block([](void **) {
         atOnce = std::max(atOnce.load(), ++inside);
+        std::this_thread::yield();
         return --inside;
     }));
     says(entry, "invoke; copy -> it; it invoke; it finalize"); // which has closed no mutex but its own
     const auto shared = on(CLASS("base"), "hash");
     onThreads(3, [&](int) {
-        for (int i = 0; i < 20000; ++i) send(SITE("invoke"), i % 8 == 0 ? entry.ref() : shared);
+        for (int i = 0; i < 200000; ++i) send(SITE("invoke"), shared);
+        for (int i = 0; i < 2000; ++i) send(SITE("invoke"), entry.ref());
     });
     EXPECT_EQ(atOnce, 1);
     says(shared, "active -> 0; finalize");
