@@ -4,10 +4,6 @@ namespace oocobol {
 
 namespace {
 
-std::atomic_ref<Flag> pendingOf(EntryCallbackFields &fields) noexcept {
-    return std::atomic_ref(fields.finalizePending);
-}
-
 // Whose body that is now; null when it is nobody's.
 Ref ownerOf(const std::byte *body) noexcept {
     Ref owner{};
@@ -34,7 +30,7 @@ bool isInUse(const EntryCallbackFields &fields) noexcept {
 // A use on another thread may end in between: one of the two sees what the other did.
 bool mayEnd(EntryCallbackFields &fields) noexcept {
     if (!isInUse(fields)) return true;
-    pendingOf(fields) = 1;
+    Use::pendingOf(fields) = 1;
     return !isInUse(fields) && Use::takePending(fields);
 }
 

@@ -46,7 +46,10 @@ private:
         const auto active = activeOf(fields);
         if (active == 0) return null; // it was initialized anew
         add(active, static_cast<Count>(-1));
-        return active == 0 && fields.finalizePending != 0 && takePending(fields) ? callback : null;
+        return active == 0 && pendingOf(fields) != 0 && takePending(fields) ? callback : null;
+    }
+    static std::atomic_ref<Flag> pendingOf(EntryCallbackFields &fields) noexcept {
+        return std::atomic_ref(fields.finalizePending);
     }
     std::byte *findAgain() noexcept;
     static bool takePending(EntryCallbackFields &fields) noexcept;
