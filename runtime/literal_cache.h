@@ -53,7 +53,7 @@ private:
         constexpr std::uintptr_t pageSize = 4096;
         return reinterpret_cast<std::uintptr_t>(name) % pageSize <= pageSize - longest;
     }
-    __attribute__((no_sanitize("address"))) static std::uint32_t equalBytes(const char *name, const char *bytes) {
+    [[gnu::no_sanitize_address]] static std::uint32_t equalBytes(const char *name, const char *bytes) {
         const auto *sent = reinterpret_cast<const __m128i *>(name);
         const auto *held = reinterpret_cast<const __m128i *>(bytes);
         const auto low = _mm_cmpeq_epi8(_mm_loadu_si128(sent), _mm_load_si128(held));

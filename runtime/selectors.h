@@ -46,7 +46,7 @@ inline __m128i lowered(__m128i bytes) {
 
 // Bit i set where byte i of the name, in lower case, equals the selector's. The bytes behind the name's end are read
 // only within its page, which the hardware allows and address checkers must be told of.
-__attribute__((no_sanitize("address"))) inline std::uint32_t equalBytes(const char *name, const char *start) {
+[[gnu::no_sanitize_address]] inline std::uint32_t equalBytes(const char *name, const char *start) {
     const auto *text = reinterpret_cast<const __m128i *>(name);
     const auto *expected = reinterpret_cast<const __m128i *>(start);
     const auto low = _mm_cmpeq_epi8(lowered(_mm_loadu_si128(text)), _mm_load_si128(expected));

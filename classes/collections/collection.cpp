@@ -53,15 +53,18 @@ bool stretchStorage(CollectionFields &fields, Count bytes) noexcept {
 
 namespace {
 // What a byte copy shares. User code that has run since may have given the receiver other storage: then it is the
-// copy's alone. There are no slots while this can run code of the program's own.
-Ref withoutStorage(Ref copy) noexcept {
+// copy's alone. Fields that a program copied by itself name the receiver's storage without a share in it. There are no
+// slots while this can run code of the program's own.
+Ref withoutStorage(Ref copy, Ref original) noexcept {
     auto *fields = changeableFields<CollectionFields>(copy);
     if (fields == nullptr) return null;
     const auto shared = *fields;
     fields->storage = nullptr;
     fields->slotCount = 0;
     fields->storageLength = 0;
-    releaseStorage(Receiver(copy, fields), shared.storage);
+    const auto *owner = fieldsOf<CollectionFields>(original);
+    const auto hasNoShare = owner != nullptr && owner->storage == shared.storage && !isShared(shared.storage);
+    if (!hasNoShare) releaseStorage(Receiver(copy, fields), shared.storage);
     fields = changeableFields<CollectionFields>(copy);
     if (fields == nullptr) return null;
     fields->slotCount = shared.slotCount;
@@ -73,7 +76,7 @@ Ref withoutStorage(Ref copy) noexcept {
 Ref copyForOwnStorage(const Receiver &self, oops_super_site &basicCopy) noexcept {
     static const auto &base = *rootFamilies().base->instances;
     if (!isPristine(base, {"basiccopy"}) || !nativePath(self.ref(), {"resetcache"}))
-        return withoutStorage(sendSuper<Ref>(basicCopy, self));
+        return withoutStorage(sendSuper<Ref>(basicCopy, self), self.ref());
     const auto copy = shallowCopy(self.ref());
     if (auto *fields = changeableFields<CollectionFields>(copy)) fields->storage = nullptr;
     if (copy) sendSelf(SITE("resetcache"), self);

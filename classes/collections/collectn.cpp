@@ -389,14 +389,6 @@ void displayKeysAndData(Self self) {
     displayWith(self, SITE("keysanddatado"), "displayObjectKVBM", "displayIntrinsicKVBM");
 }
 
-// A value, by its template's `display`.
-Answer<void> displayValue(Ref itemTemplate, const void *value, std::size_t size) {
-    const ElementBytes item(static_cast<const std::byte *>(value), size, itemTemplate);
-    if (!item) return raise(Error::noWorkArea);
-    sendOver(SITE("display"), itemTemplate, item.bytes());
-    return {};
-}
-
 // displayobjectbm, displayintrinsicbm (element).
 void displayObject(Self, Ref element) {
     send(SITE("display"), element);
@@ -405,14 +397,14 @@ void displayObject(Self, Ref element) {
 Answer<void> displayIntrinsic(Self self, Element element) {
     const std::size_t width = self->elementSize;
     if (!isWhole(element, width)) return pass(SITE("invalidparameter"));
-    const auto displayed = displayValue(templateOf(self), element.address, width);
+    const auto displayed = displayItem(templateOf(self), element.address, width);
     host::display(" ");
     return displayed;
 }
 
 // displayobjectkvbm, displayintrinsickvbm (key, element).
 Answer<void> displayKey(Count key) {
-    const auto displayed = displayValue(CLASS("comp5"), &key, sizeof key);
+    const auto displayed = displayItem(CLASS("comp5"), reinterpret_cast<const std::byte *>(&key), sizeof key);
     host::display("->");
     return displayed;
 }

@@ -708,10 +708,7 @@ Answer<void> displayPart(Ref itemTemplate, Element part, Count size) {
         send(SITE("display"), referenceIn(part.address));
         return {};
     }
-    const ElementBytes shown(part.address, size, itemTemplate);
-    if (!shown) return raise(Error::noWorkArea);
-    sendOver(SITE("display"), itemTemplate, shown.bytes());
-    return {};
+    return displayItem(itemTemplate, part.address, size);
 }
 
 // displayobjectkvbm, displayintrinsickvbm (key, datum).

@@ -9,4 +9,11 @@ ElementHash elementHashOf(Ref elementTemplate) noexcept {
     return isLaidOutAs<CompXClassData>(*family) ? ElementHash::bigEndianNumber : ElementHash::number;
 }
 
+Answer<void> displayItem(Ref itemTemplate, const std::byte *bytes, std::size_t size) noexcept {
+    const ElementBytes item(bytes, size, itemTemplate);
+    if (!item) return raise(Error::noWorkArea);
+    sendOver(SITE("display"), itemTemplate, item.bytes());
+    return {};
+}
+
 } // namespace oocobol

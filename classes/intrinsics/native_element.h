@@ -59,4 +59,7 @@ private:
     WorkArea longer;
 };
 
+// Runs the template's `display` over an element's bytes.
+Answer<void> displayItem(Ref itemTemplate, const std::byte *bytes, std::size_t size) noexcept;
+
 } // namespace oocobol

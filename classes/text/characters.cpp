@@ -290,7 +290,7 @@ namespace {
 
 // Where the next space, null byte or lead byte of the double-byte space stands. What is read behind it lies in the same
 // 16 bytes, and so in the same page, which the hardware allows and address checkers must be told of.
-__attribute__((no_sanitize("address"))) const char *nextStop(const char *text) noexcept {
+[[gnu::no_sanitize_address]] const char *nextStop(const char *text) noexcept {
     const auto before = reinterpret_cast<std::uintptr_t>(text) % sizeof(__m128i);
     const char *block = text - before;
     for (auto known = ~0U << before;; known = ~0U, block += sizeof(__m128i)) {
