@@ -224,13 +224,16 @@ public:
     static constexpr Count unknownPlace = UINT32_MAX; // a table has fewer slots
     [[gnu::always_inline]] Count find(const HashedFields &table, const std::byte *key) const {
         if (associationSize != 0) return findAmongObjects(table, *this, key).slot;
-        const auto slots = slotsOf(table);
-        if (keying != byReference)
-            return slots.find(hash(key), [&](const std::byte *slot) { return equalKeys(slot, key, width); });
+        if (keying == byReference) return findReference(slotsOf(table), key);
+        return slotsOf(table).find(hash(key), [&](const std::byte *slot) { return equalKeys(slot, key, width); });
+    }
+    [[gnu::always_inline]] static Count findReference(const Slots &slots, const std::byte *key) {
         const auto wanted = loadReference(key);
         return slots.find(static_cast<Count>(wanted),
                           [&](const std::byte *slot) { return loadReference(slot) == wanted; });
     }
+    // Whether elements are references that are matched by identity: then nothing else is to be asked about keys.
+    static bool areReferences(const HashedFields &fields) { return fields.keying == byReference; }
 
     // Whether elements are association objects. Among these: the place of a key, and the association that has it, if
     // any.
@@ -275,10 +278,7 @@ struct NativePlace {
     bool isNative = false; // otherwise it takes messages: some of those named, or others
     explicit operator bool() const { return isNative; }
 };
-[[gnu::always_inline]] inline NativePlace findByKeys(const Receiver &self, const HashedFields &fields,
-                                                     const NativeKeys &keys, const std::byte *key) {
-    const auto slots = slotsOf(fields);
-    const auto place = keys.find(fields, key);
+[[gnu::always_inline]] inline NativePlace nativePlace(const Receiver &self, const Slots &slots, Count place) {
     if (place == NativeKeys::unknownPlace) return {};
     if (place != 0) [[likely]]
         return {static_cast<Index>(place), slots.isOccupied(place), true};
@@ -289,16 +289,20 @@ struct NativePlace {
                                                           const std::byte *key, Needs messages) {
     if (!isProven(self.ref(), fields) && !nativePath(self.ref(), messages)) return {};
     const NativeKeys keys(self.ref(), fields);
-    return keys ? findByKeys(self, fields, keys, key) : NativePlace{};
+    return keys ? nativePlace(self, slotsOf(fields), keys.find(fields, key)) : NativePlace{};
 }
 // The same for an element as it would lie in a slot.
 [[gnu::always_inline]] inline NativePlace findElementNatively(const Receiver &self, HashedFields &fields,
                                                               const std::byte *element, Needs messages) {
     const auto proven = isProven(self.ref(), fields);
+    if (proven && NativeKeys::areReferences(fields)) {
+        const auto slots = slotsOf(fields);
+        return nativePlace(self, slots, NativeKeys::findReference(slots, element));
+    }
     if (!proven && !nativePath(self.ref(), messages)) return {};
     const NativeKeys keys(self.ref(), fields);
     const auto *key = keys && (proven || NativeKeys::areElements(fields)) ? keys.of(element) : nullptr;
-    return key != nullptr ? findByKeys(self, fields, keys, key) : NativePlace{};
+    return key != nullptr ? nativePlace(self, slotsOf(fields), keys.find(fields, key)) : NativePlace{};
 }
 
 // ---- Growing and removing -------------------------------------------------------------------------------------------
