@@ -197,8 +197,9 @@ inline bool isProven(Ref table, HashedFields &fields) noexcept {
 class NativeKeys {
 public:
     // None when finding a key takes messages other than those that the caller answers for. The fields are the table's.
-    NativeKeys(Ref table, HashedFields &fields) noexcept {
-        if (!isProven(table, fields) && !areItemsNative(table, fields)) return;
+    NativeKeys(Ref table, HashedFields &fields) noexcept : NativeKeys(table, fields, isProven(table, fields)) {}
+    NativeKeys(Ref table, HashedFields &fields, bool proven) noexcept {
+        if (!proven && !areItemsNative(table, fields)) return;
         keying = fields.keying & ~(ofDictionary | throughObjects);
         width = fields.keyWidth;
         if ((fields.keying & throughObjects) != 0) associationSize = associationSizeOf(fields);
@@ -287,8 +288,9 @@ struct NativePlace {
 }
 [[gnu::always_inline]] inline NativePlace findKeyNatively(const Receiver &self, HashedFields &fields,
                                                           const std::byte *key, Needs messages) {
-    if (!isProven(self.ref(), fields) && !nativePath(self.ref(), messages)) return {};
-    const NativeKeys keys(self.ref(), fields);
+    const auto proven = isProven(self.ref(), fields);
+    if (!proven && !nativePath(self.ref(), messages)) return {};
+    const NativeKeys keys(self.ref(), fields, proven);
     return keys ? nativePlace(self, slotsOf(fields), keys.find(fields, key)) : NativePlace{};
 }
 // The same for an element as it would lie in a slot.
@@ -300,7 +302,7 @@ struct NativePlace {
         return nativePlace(self, slots, NativeKeys::findReference(slots, element));
     }
     if (!proven && !nativePath(self.ref(), messages)) return {};
-    const NativeKeys keys(self.ref(), fields);
+    const NativeKeys keys(self.ref(), fields, proven);
     const auto *key = keys && (proven || NativeKeys::areElements(fields)) ? keys.of(element) : nullptr;
     return key != nullptr ? nativePlace(self, slotsOf(fields), keys.find(fields, key)) : NativePlace{};
 }
