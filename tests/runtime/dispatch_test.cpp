@@ -84,6 +84,17 @@ TEST_F(Sends, PassArgumentsInListsOfAllKindsAndOverBareData) {
     EXPECT_EQ(sum, 607u);
     oopsresolve(&site, object.bits, 4, &sum, nullptr, &b, &c);
     EXPECT_EQ(sum, 7u + 100 + 2 + 3);
+    oopsresolve(&site, object.bits, 0, &sum); // a count that is none
+    EXPECT_EQ(sum, 607u);
+    const Temporary inOrder(block([](void **arguments) {
+        std::int64_t digits = 0;
+        for (int i = 0; i < 9; ++i) digits = digits * 10 + valueIn<std::int64_t>(arguments[i]);
+        return digits;
+    }));
+    static oops_site invoke = OOPS_SITE("invoke");
+    std::int64_t digits = 0, n[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    oopsresolve(&invoke, inOrder.ref().bits, 10, &digits, n, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8);
+    EXPECT_EQ(digits, 123456789);
     void *list[] = {&sum, &a, &b, &c};
     oopsresolvelist(object.bits, &site, list, 4);
     EXPECT_EQ(sum, 13u);
