@@ -73,7 +73,7 @@ bool holdsDoubleByte(Ref object) {
 
 // setvalue (value). Double-byte characters turn self into a text of their class.
 void setValue(Self self, Bytes value) {
-    const auto length = static_cast<Index>(self->slotCount);
+    const auto length = static_cast<Index>(charactersOf(*self).size());
     if (!anyDoubleByte(length, value)) return strings::setValue(self, value);
     turnInto(self, send<Ref>(SITE("withlengthvalue"), mixedTextClass(), length, value));
 }
@@ -90,7 +90,7 @@ Answer<void> moveValue(Self self, Ref other) {
 
 // atput (position, character). The same; outside the text ends in errorinbounds.
 Answer<void> atPut(Self self, Index position, Bytes character) {
-    const auto isInside = position >= 1 && static_cast<Count>(position) <= self->slotCount;
+    const auto isInside = position >= 1 && static_cast<std::size_t>(position) <= charactersOf(*self).size();
     if (!isInside || characters::lengthAt(character.address) == 1) return strings::atPut(self, position, character);
     const auto mixed = asMixedText(self);
     if (mixed.failure) return mixed.failure;

@@ -161,6 +161,14 @@ TEST_P(AnyText, ArgumentsOfEveryKindAreSurvived) {
     EXPECT_EQ(send<Count>(SITE("size"), text.ref()), 3U);
 }
 
+TEST(SingleByteText, HasNoCharactersWhereElementsHaveNoWidth) {
+    for (const auto ofClass : {CLASS("chararry"), CLASS("bytearry")})
+        says(Temporary(madeOf(ofClass, 3, "abc")),
+             "initialize 100000, $1, 0; hash -> 0; asuppercase -> ''; setvalue {x}; equalbylengthvalue 1, { } -> 1; "
+             "atput 1, 'x' -> error 3",
+             {picX(1)});
+}
+
 TEST_P(AnyText, EveryFailingAllocationIsSurvived) {
     const auto isMixed = ofClass == CLASS("dbcsarry") || ofClass == CLASS("dbcspicx");
     const auto value = std::string(300, 'a') + (isMixed ? KA : "A") + "\n " + std::string(298, 'b') + "\n c";
