@@ -125,12 +125,9 @@ inline constexpr std::string_view guardedMessages[] = {"at",
                                                        "basiccopy",
                                                        "privateat",
                                                        "withlengthvalue",
-                                                       "includeskey",
                                                        "addwithoccurrences",
                                                        "associationsdowithoutcopy",
-                                                       "basiccopybm",
-                                                       "containscharacters",
-                                                       "containsdbcscharacters"};
+                                                       "basiccopybm"};
 
 // One bit a message.
 inline constexpr std::size_t maskWords = (std::size(guardedMessages) + 63) / 64;
@@ -216,6 +213,24 @@ void methodsChanged(const ClassFamily &family) noexcept;
 // Rises by 2, from 2 on, whenever the mask of a behaviour may have changed: what was found out about behaviours may be
 // kept with this number, and holds as long as it is the same.
 OOCOBOL_LOCAL extern constinit std::atomic<std::uint32_t> maskChanges;
+
+// The behaviour that something was found out about last; none any more once behaviours have changed since.
+class KnownBehaviour {
+public:
+    // 0, which is no behaviour's, when there is none.
+    std::uint32_t id() const noexcept {
+        const auto latest = known.load(std::memory_order_relaxed);
+        const auto isCurrent = static_cast<std::uint32_t>(latest) == maskChanges.load(std::memory_order_acquire);
+        return isCurrent ? static_cast<std::uint32_t>(latest >> 32) : 0;
+    }
+    // `changes`: their number when the finding out began.
+    void remember(std::uint32_t id, std::uint32_t changes) noexcept {
+        known.store(std::uint64_t{id} << 32 | changes, std::memory_order_relaxed);
+    }
+
+private:
+    std::atomic<std::uint64_t> known{0};
+};
 
 // Forces the dispatched road everywhere (and back): a test switch, and what message tracing sets.
 void allowNativePaths(bool allowed) noexcept;

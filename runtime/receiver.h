@@ -85,10 +85,13 @@ template <class Fields> using ClassSide = detail::ReceiverOf<Fields, true>;
 
 // The fields of another object when it is of that layout, else null. Good until the next message.
 template <class Fields> const Fields *fieldsOf(Ref object) noexcept {
-    const auto *behaviour = behaviourOfObject(object);
-    if (behaviour == nullptr || behaviour->classSide || layoutOf<Fields> == nullptr) return nullptr;
-    if (!behaviour->family->isKindOf(*layoutOf<Fields>)) return nullptr;
-    return reinterpret_cast<const Fields *>(bodyOf(object));
+    const auto *entry = findEntry(object);
+    const auto *family = layoutOf<Fields>;
+    if (entry == nullptr || family == nullptr) return nullptr;
+    const auto &behaviour = behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire)));
+    // Mostly it is an object of the very class.
+    const auto fits = &behaviour == family->instances || (!behaviour.classSide && behaviour.family->isKindOf(*family));
+    return fits ? reinterpret_cast<const Fields *>(entry->body.load(std::memory_order_relaxed)) : nullptr;
 }
 // The same, for changing them.
 template <class Fields> Fields *changeableFields(Ref object) noexcept {

@@ -31,15 +31,6 @@ bool isPlainCallback(const Behaviour &behaviour) noexcept {
     return family != nullptr && &behaviour == family->instances && isPristine(behaviour, {"invoke"});
 }
 
-CallbackFields *fieldsOfCallback(Ref callback) noexcept {
-    const auto *entry = findEntry(callback);
-    const auto *family = layoutOf<CallbackFields>;
-    if (entry == nullptr || family == nullptr) return nullptr;
-    if (behaviourOf(entry->tag.load(std::memory_order_acquire)) != family->instances->id)
-        return changeableFields<CallbackFields>(callback);
-    return reinterpret_cast<CallbackFields *>(entry->body.load(std::memory_order_relaxed));
-}
-
 namespace {
 
 // Without stored arguments the list is the method's as it is.

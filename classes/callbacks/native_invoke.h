@@ -17,8 +17,6 @@ bool invokeNatively(Ref callback, void *const *list) noexcept;
 // Whether an object of that behaviour is a callback of the very class whose `invoke` is known, and that is not
 // redefined.
 bool isPlainCallback(const Behaviour &behaviour) noexcept;
-// The fields of a callback, which mostly is a plain one; null for what is none.
-CallbackFields *fieldsOfCallback(Ref callback) noexcept;
 // The cell of a callback's message for its receiver, remembered in the callback; null when it takes the slow road.
 const Cell *cellOfMessage(CallbackFields &fields, const Entry &receiver) noexcept;
 // Runs what the cell was found for. A receiver that has gone by now gets nothing, and nothing is raised.

@@ -141,23 +141,9 @@ Index findKey(const Self &self, Element key, Area found, Matching matching) {
     return slot;
 }
 
-namespace {
-
-// The fields of a dictionary, mostly one of the class itself.
-DictionaryFields *fieldsOfDictionary(Ref dictionary) noexcept {
-    const auto *entry = findEntry(dictionary);
-    const auto *family = layoutOf<DictionaryFields>;
-    if (entry == nullptr || family == nullptr) return nullptr;
-    if (behaviourOf(entry->tag.load(std::memory_order_acquire)) != family->instances->id)
-        return changeableFields<DictionaryFields>(dictionary);
-    return reinterpret_cast<DictionaryFields *>(entry->body.load(std::memory_order_relaxed));
-}
-
-} // namespace
-
 NativeDatum nativeDatum(Ref dictionary, const std::byte *key) noexcept {
     constexpr Needs needs{"findkey", "isemptyat", "basickeyat", "basicdataat", "at", "atput", "privateat"};
-    auto *fields = fieldsOfDictionary(dictionary);
+    auto *fields = changeableFields<DictionaryFields>(dictionary);
     if (fields == nullptr || !(isProven(dictionary, *fields) || nativePath(dictionary, needs))) return {};
     const NativeKeys keys(dictionary, *fields);
     if (!keys) return {};

@@ -23,11 +23,7 @@ bool isPlainAssociation(const ClassFamily &family) noexcept;
 // until behaviours change.
 class NativeAssociations {
 public:
-    explicit NativeAssociations(std::size_t size) noexcept : neededSize(size) {
-        const auto latest = known.load(std::memory_order_relaxed);
-        if (static_cast<std::uint32_t>(latest) == maskChanges.load(std::memory_order_acquire))
-            plain = static_cast<std::uint32_t>(latest >> 32);
-    }
+    explicit NativeAssociations(std::size_t size) noexcept : neededSize(size), plain(known.id()) {}
 
     // The bytes of an association, key then datum, when it is a plain one of at least the needed size; else null.
     std::byte *at(Ref object) noexcept {
@@ -42,10 +38,9 @@ public:
 private:
     bool learn(std::uint32_t behaviour) noexcept;
 
-    // The behaviour that was last found to be plain, above the number of changes until then.
-    static inline constinit std::atomic<std::uint64_t> known{0};
+    static inline constinit KnownBehaviour known{};
     std::size_t neededSize;
-    std::uint32_t plain = 0; // a behaviour whose objects are plain associations
+    std::uint32_t plain; // a behaviour whose objects are plain associations; 0: none is known
 };
 
 inline std::byte *nativeAssociation(Ref object, std::size_t size) noexcept {

@@ -342,7 +342,7 @@ bool NativeAssociations::learn(std::uint32_t behaviour) noexcept {
     const auto &learnt = behaviourAt(behaviour);
     if (learnt.classSide || learnt.family == nullptr || !isPlainAssociation(*learnt.family)) return false;
     plain = behaviour;
-    known.store(std::uint64_t{behaviour} << 32 | changes, std::memory_order_relaxed);
+    known.remember(behaviour, changes);
     return true;
 }
 

@@ -42,12 +42,16 @@ void leave(const Self &self) {
     send<bool>(SITE("cancel"), CLASS("exptnmgr"), self.ref());
 }
 
-// finalize () -> null. A null receiver raises 27; a reference that is no longer live never gets here.
-Answer<Ref> finalize(Self self) {
-    if (self.isNull()) return raise(Error::nullReceiver);
+inline Ref end(const Self &self) {
     if (isKnownToOthers(self.ref())) leave(self);
     cancelObject(self.ref());
     return null;
+}
+
+// finalize () -> null. A null receiver raises 27; a reference that is no longer live never gets here.
+Answer<Ref> finalize(Self self) {
+    if (self.isNull()) return raise(Error::nullReceiver);
+    return end(self);
 }
 
 // deepfinalizewithdepth (depth) -> object. Collections use the depth.
@@ -325,9 +329,7 @@ const Registered registered(definition);
 
 Ref finalizeAtRoot(const Receiver &self, oops_super_site &finalize, const ClassFamily &above) noexcept {
     if (!isPristine(*above.instances, {"finalize"}) || !isLive(self.ref())) return sendSuper<Ref>(finalize, self);
-    if (isKnownToOthers(self.ref())) leave(self);
-    cancelObject(self.ref());
-    return null;
+    return end(self);
 }
 
 } // namespace oocobol

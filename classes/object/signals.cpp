@@ -51,7 +51,7 @@ private:
 
 // After an invocation of a callback, under the mutex of the sender. What is to be finalized now, or null.
 template <class After> Ref endUse(Use &use, Ref callback, After after) {
-    if (auto *fields = fieldsOfCallback(callback)) after(*fields);
+    if (auto *fields = changeableFields<CallbackFields>(callback)) after(*fields);
     return use.end();
 }
 // The same when the sender has gone meanwhile: then only those who use the callback can still get at it.
@@ -184,7 +184,7 @@ private:
         outside(callback, action, [](CallbackFields &) {});
     }
     template <class Action, class After> void outside(Ref callback, Action action, After after) {
-        Use use(callback, fieldsOfCallback(callback));
+        Use use(callback, changeableFields<CallbackFields>(callback));
         hold.release();
         action();
         const auto over = comeBack() != nullptr ? endUse(use, callback, after) : endUseOfOrphan(use, callback, after);

@@ -1,7 +1,6 @@
 #include "classes/text/strings.h"
 
 #include <algorithm>
-#include <atomic>
 
 #include "classes/intrinsics/intrinsic.h"
 #include "classes/text/operand.h"
@@ -27,17 +26,17 @@ bool makesNatively(const ClassFamily &family) noexcept {
     return isLaidOutAs<ByteArrayFields>(family) && isPristine(*layoutOf<ByteArrayFields>->super->classSide, {"new"});
 }
 
-// The class side that was last found to make its texts natively, above the number of changes until then.
-constinit std::atomic<std::uint64_t> nativeMaker{0};
+// The class side that was last found to make its texts natively.
+constinit KnownBehaviour nativeMaker{};
 
 // Whether a text of the class may be made without running code from outside.
 bool makesNatively(Ref classObject) noexcept {
     const auto *behaviour = behaviourOfObject(classObject);
     if (behaviour == nullptr) return false;
-    const auto asked = std::uint64_t{behaviour->id} << 32 | maskChanges.load(std::memory_order_acquire);
-    if (nativeMaker.load(std::memory_order_relaxed) == asked) return true;
+    if (nativeMaker.id() == behaviour->id) return true;
+    const auto changes = maskChanges.load(std::memory_order_acquire);
     if (!behaviour->classSide || !makesNatively(*behaviour->family)) return false;
-    nativeMaker.store(asked, std::memory_order_relaxed);
+    nativeMaker.remember(behaviour->id, changes);
     return true;
 }
 
