@@ -21,15 +21,19 @@ std::int64_t callEntry(host_entry entry, void *const *arguments, std::index_sequ
     return entry(arguments[at]...);
 }
 
+[[gnu::noinline]] std::int64_t callCobol(const Program &program, void *const *arguments) {
+    const auto result =
+        gnucobol::callProgram(reinterpret_cast<void *>(program.entry), arguments, givenArguments(arguments));
+    return program.wide ? result : static_cast<std::int32_t>(result);
+}
+
 } // namespace
 
 std::int64_t call(const Program &program, void *const *arguments, bool *threw) noexcept try {
     if (threw) *threw = false;
     if (!program) return 0;
-    if (!program.cobol) return callEntry(program.entry, arguments, std::make_index_sequence<entryArguments>());
-    const auto result =
-        gnucobol::callProgram(reinterpret_cast<void *>(program.entry), arguments, givenArguments(arguments));
-    return program.wide ? result : static_cast<std::int32_t>(result);
+    if (program.cobol) return callCobol(program, arguments);
+    return callEntry(program.entry, arguments, std::make_index_sequence<entryArguments>());
 } catch (...) {
     if (threw) *threw = true;
     return 0;

@@ -5,6 +5,7 @@
 // offer or insists on. Nothing here throws, and nothing here knows objects.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -40,7 +41,10 @@ std::int64_t call(const Program &program, void *const *arguments, bool *threw = 
 void registerEntry(std::string_view name, host_entry entry) noexcept;
 
 // Rises whenever an entry is registered or withdrawn: what findProgram answered before may be otherwise now.
-std::uint64_t programsVersion() noexcept;
+namespace detail {
+[[gnu::visibility("hidden")]] extern constinit std::atomic<std::uint64_t> programsVersion;
+}
+inline std::uint64_t programsVersion() noexcept { return detail::programsVersion.load(std::memory_order_acquire); }
 
 // Whether the code at this address was compiled by a COBOL compiler, as far as its module shows: C code linked with a
 // COBOL run time counts as COBOL code and is called as such, which does it no harm. Never true without a COBOL run
@@ -139,7 +143,14 @@ private:
 };
 
 // Identifies the calling thread; never 0, never the same for two threads of one run.
-std::uint64_t threadSelf() noexcept;
+namespace detail {
+[[gnu::visibility("hidden")]] extern constinit thread_local std::uint64_t threadNumber
+    [[gnu::tls_model("initial-exec")]];
+std::uint64_t numberThread() noexcept;
+} // namespace detail
+inline std::uint64_t threadSelf() noexcept {
+    return detail::threadNumber != 0 ? detail::threadNumber : detail::numberThread();
+}
 // Whether this is the thread that the process started with.
 bool onMainThread() noexcept;
 // Runs entry(block) on a new detached thread over a copy of the block. False when no thread could be started.

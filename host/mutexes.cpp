@@ -1,60 +1,22 @@
-// Mutexes behind handles.
+// Mutexes behind handles: opening and closing them, waiting for them, and giving them up for others.
 //
-// A handle names a slot and the generation that the slot had when the mutex was opened: a stale or garbage handle
-// finds no generation that fits and is let be. Slots are never given back to the heap, so that any number may be looked
-// at without a lock; a mutex that is not contended costs two atomic operations, and in a process of one thread, which
-// has nobody to race, none.
-#include <atomic>
-#include <mutex>
+// A mutex that is not contended costs two atomic operations, and in a process of one thread none.
 #include <new>
-#include <sys/single_threaded.h>
 #include <utility>
 
 #include "host/gnucobol.h"
-#include "host/host.h"
-#include "host/lock_order.h"
+#include "host/mutex_slots.h"
 
 namespace oocobol::host {
+
+constinit mutexes::Table mutexes::table;
+constinit thread_local bool mutexes::freesAtThreadExit [[gnu::tls_model("initial-exec")]] = false;
+
 namespace {
 
-struct Slot {
-    std::atomic<std::uint64_t> owner{0}; // a thread, 0 when free
-    std::atomic<std::uint32_t> waiting{0};
-    std::atomic<std::uint32_t> generation{0}; // odd while the mutex is open
-    std::atomic<std::uint32_t> depth{0};      // how often the owner has acquired it again
-    std::atomic<MutexKind> kind{MutexKind::other};
-    std::uint32_t nextFree = 0;
-};
+using namespace mutexes;
 
-constexpr std::uint32_t chunkSize = 256, chunkCount = 4096;
 constexpr std::uint32_t lastGeneration = 0xFFFFFFFE;
-
-struct Table {
-    std::mutex lock; // for opening and closing
-    std::atomic<Slot *> chunks[chunkCount] = {};
-    std::atomic<std::uint32_t> size{0};
-    std::uint32_t firstFree = 0; // index + 1
-};
-constinit Table table;
-
-Slot &slotAt(std::uint32_t index) {
-    return table.chunks[index / chunkSize].load(std::memory_order_acquire)[index % chunkSize];
-}
-
-std::uint32_t generationOf(MutexHandle handle) { return static_cast<std::uint32_t>(handle >> 32); }
-
-bool isOpen(const Slot &slot, MutexHandle handle) {
-    return slot.generation.load(std::memory_order_acquire) == generationOf(handle);
-}
-
-// The slot of an open mutex, else null.
-[[gnu::always_inline]] inline Slot *find(MutexHandle handle) {
-    const auto position = static_cast<std::uint32_t>(handle); // index + 1
-    if (position == 0 || position > table.size.load(std::memory_order_acquire)) return nullptr;
-    if (generationOf(handle) % 2 == 0) return nullptr;
-    auto &slot = slotAt(position - 1);
-    return isOpen(slot, handle) ? &slot : nullptr;
-}
 
 // Under the table's lock: a position that no open mutex has, 0 when there is none.
 std::uint32_t freePosition() {
@@ -73,9 +35,6 @@ std::uint32_t freePosition() {
     table.size.store(size + 1, std::memory_order_release);
     return size + 1;
 }
-
-// In a process of one thread nobody is raced, and locked instructions would be most of what a mutex costs.
-bool isAlone() { return __libc_single_threaded != 0; }
 
 // Frees the mutex if the thread still has it: it may have been closed, and opened for others, under its feet.
 void setFree(Slot &slot, std::uint64_t self) {
@@ -144,10 +103,9 @@ void releaseAll(void *) {
         if (auto &slot = slotAt(index); slot.owner.load(std::memory_order_relaxed) == self) setFree(slot, self);
 }
 
-void releaseAllAtThreadExit() {
-    [[gnu::tls_model("initial-exec")]] static thread_local bool asked = false;
-    if (asked) return;
-    asked = true;
+void freeAtThreadExit() {
+    if (freesAtThreadExit) return;
+    freesAtThreadExit = true;
     atThreadExit(releaseAll, nullptr);
 }
 
@@ -171,7 +129,7 @@ bool acquireMutex(MutexHandle handle) noexcept {
         slot->depth.fetch_add(1, std::memory_order_relaxed);
         return true;
     }
-    releaseAllAtThreadExit();
+    freeAtThreadExit();
     if (!tryAcquire(*slot, self) && !waitAndAcquire(*slot, handle, self)) return false;
     if (!isOpen(*slot, handle)) { // closed just now
         setFree(*slot, self);
@@ -184,8 +142,9 @@ bool acquireMutex(MutexHandle handle) noexcept {
 
 void releaseMutex(MutexHandle handle) noexcept {
     auto *slot = find(handle);
+    if (!slot) return;
     const auto self = threadSelf();
-    if (!slot || slot->owner.load(std::memory_order_relaxed) != self) return;
+    if (slot->owner.load(std::memory_order_relaxed) != self) return;
     if (slot->depth.load(std::memory_order_relaxed) > 0) {
         slot->depth.fetch_sub(1, std::memory_order_relaxed);
         return;

@@ -20,6 +20,9 @@
 #include "host/modules.h"
 
 namespace oocobol::host {
+
+constinit std::atomic<std::uint64_t> detail::programsVersion{1};
+
 namespace {
 
 constexpr std::size_t nameLimit = 80;
@@ -57,8 +60,6 @@ struct Names {
     std::map<std::string, host_entry, std::less<>> registered; // in lower case
     std::map<std::string, Program, std::less<>> found;         // as asked for
 };
-
-std::atomic<std::uint64_t> version{1};
 
 // Never destroyed: threads may look names up while the process ends.
 Names &names() {
@@ -209,7 +210,7 @@ void registerEntry(std::string_view name, host_entry entry) noexcept try {
     if (name.empty() || name.size() > nameLimit) return;
     const std::lock_guard lock(names().lock);
     names().found.clear();
-    ++version;
+    ++detail::programsVersion;
     if (entry)
         names().registered[lower(name)] = entry;
     else
@@ -217,8 +218,6 @@ void registerEntry(std::string_view name, host_entry entry) noexcept try {
 } catch (...) {
     report("oocobol: memory is short, a program entry was not registered\n");
 }
-
-std::uint64_t programsVersion() noexcept { return version.load(std::memory_order_acquire); }
 
 void pinModule(const void *address) noexcept try {
     const auto module = moduleOf(address);

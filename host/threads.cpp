@@ -65,10 +65,10 @@ thread_local ExitActions exitActions;
 
 } // namespace
 
-std::uint64_t threadSelf() noexcept {
-    [[gnu::tls_model("initial-exec")]] static thread_local std::uint64_t self = 0;
-    if (self == 0) self = threadsSeen.fetch_add(1, std::memory_order_relaxed) + 1;
-    return self;
+constinit thread_local std::uint64_t detail::threadNumber [[gnu::tls_model("initial-exec")]] = 0;
+
+std::uint64_t detail::numberThread() noexcept {
+    return threadNumber = threadsSeen.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
 bool onMainThread() noexcept { return syscall(SYS_gettid) == getpid(); }

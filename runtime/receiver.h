@@ -134,4 +134,29 @@ inline bool nativeElements(Ref classObject, Needs needs) noexcept {
     return family != nullptr && isPristine(*family->instances, needs);
 }
 
+// An object that something was found out about: what it is, and which code its messages run. That holds for as long as
+// it lives, has the same class, and no class has gained a method.
+class KnownObject {
+public:
+    // To be called before finding out. A dead reference is one that stays dead.
+    void look(Ref object) noexcept {
+        changes = maskChanges.load(std::memory_order_acquire);
+        const auto *found = findEntry(object);
+        entry = found != nullptr ? found : &objects.entries[0];
+        tag = entry->tag.load(std::memory_order_acquire);
+    }
+    bool isSame() const noexcept {
+        return entry->tag.load(std::memory_order_acquire) == tag &&
+               maskChanges.load(std::memory_order_acquire) == changes;
+    }
+    const Behaviour &behaviour() const noexcept { return behaviourAt(behaviourOf(tag)); }
+    // Its data as they lie now; null when it was dead.
+    std::byte *body() const noexcept { return entry->body.load(std::memory_order_relaxed); }
+
+private:
+    const Entry *entry = nullptr;
+    std::uint64_t tag = 0;
+    std::uint32_t changes = 0;
+};
+
 } // namespace oocobol

@@ -6,7 +6,7 @@
 #include "classes/callbacks/use.h"
 #include "classes/text/characters.h"
 #include "classes/text/text_values.h"
-#include "host/host.h"
+#include "host/mutex_slots.h"
 #include "runtime/module.h"
 
 namespace oocobol {
@@ -64,42 +64,30 @@ void initialize(Self self, Name name, Stored a, Stored b, Stored c, Stored d, St
 
 // ---- Invoking ---------------------------------------------------------------------------------------------------
 
-// Holds the callback's own mutex, made on first use. A callback that is gone has none.
-class Hold {
-public:
-    explicit Hold(const Self &self) : handle(obtain(self)) { host::acquireMutex(handle); }
-    ~Hold() { release(); }
-    Hold(const Hold &) = delete;
-    Hold &operator=(const Hold &) = delete;
-    void release() {
-        host::releaseMutex(handle);
-        handle = 0;
-    }
+using Hold = host::mutexes::Hold;
 
-private:
-    // Two threads may open one at the same time: the first to store it wins.
-    static host::MutexHandle obtain(const Self &self) {
-        if (!self.isAlive()) return 0;
-        void *first = &*self; // the lock is the first field, and bodies are aligned
-        const std::atomic_ref<std::uint64_t> held(*static_cast<std::uint64_t *>(first));
-        auto known = held.load(std::memory_order_acquire);
-        if (known != 0) return known;
-        const auto opened = host::openMutex(host::MutexKind::entryCallback);
-        if (held.compare_exchange_strong(known, opened)) return opened;
-        host::closeMutex(opened);
-        return known;
-    }
-    host::MutexHandle handle;
-};
+// The callback's own mutex, made on first use. A callback that is gone has none. Two threads may open one at the same
+// time: the first to store it wins.
+host::MutexHandle mutexOf(const Self &self) {
+    if (!self.isAlive()) return 0;
+    void *first = &*self; // the lock is the first field, and bodies are aligned
+    const std::atomic_ref<std::uint64_t> held(*static_cast<std::uint64_t *>(first));
+    auto known = held.load(std::memory_order_acquire);
+    if (known != 0) return known;
+    const auto opened = host::openMutex(host::MutexKind::entryCallback);
+    if (held.compare_exchange_strong(known, opened)) return opened;
+    host::closeMutex(opened);
+    return known;
+}
 
-// The entry that the name field names now.
-host::Program findEntry(const Self &self) {
+std::string_view paddedName(const Self &self) {
+    const std::string_view name(self->name, callbackNameWidth);
+    return name.substr(0, name.find_last_not_of(' ') + 1);
+}
+
+[[gnu::noinline]] host::Program findEntryAnew(const Self &self) {
     const auto version = host::programsVersion();
-    if (self->entry != nullptr && self->entryVersion == version)
-        return {.entry = self->entry, .cobol = self->entryIsCobol != 0, .wide = self->entryIsWide != 0};
-    std::string_view name(self->name, callbackNameWidth);
-    while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
-    const auto found = host::findProgram(name);
+    const auto found = host::findProgram(paddedName(self));
     self->entry = found.entry;
     self->entryIsCobol = found.cobol ? 1 : 0;
     self->entryIsWide = found.wide ? 1 : 0;
@@ -107,31 +95,43 @@ host::Program findEntry(const Self &self) {
     return found;
 }
 
-void call(const Self &self, Returning answer, void *const *arguments) {
+// The entry that the name field names now.
+[[gnu::always_inline]] inline host::Program findEntry(const Self &self) {
+    const auto &fields = *self;
+    if (fields.entry == nullptr || fields.entryVersion != host::programsVersion()) [[unlikely]]
+        return findEntryAnew(self);
+    return {.entry = fields.entry, .cobol = fields.entryIsCobol != 0, .wide = fields.entryIsWide != 0};
+}
+
+[[gnu::noinline]] void raiseNoResult(const Self &self, bool threw) {
+    if (threw) return raiseOn(self.ref(), static_cast<Count>(Error::exceptionEscaped), nameView(self->name, 80));
+    raiseOn(self.ref(), static_cast<Count>(Error::noEntry), paddedName(self));
+}
+
+[[gnu::always_inline]] inline void call(const Self &self, Returning answer, void *const *arguments) {
     const auto found = findEntry(self);
-    if (!found) {
-        std::string_view name(self->name, callbackNameWidth);
-        return raiseOn(self.ref(), static_cast<Count>(Error::noEntry), name.substr(0, name.find_last_not_of(' ') + 1));
-    }
+    if (!found) return raiseNoResult(self, false);
     bool threw = false;
     const auto result = host::call(found, arguments, &threw);
     afterUserCode();
-    if (threw) return raiseOn(self.ref(), static_cast<Count>(Error::exceptionEscaped), nameView(self->name, 80));
+    if (threw) return raiseNoResult(self, true);
     answer.put(result);
 }
 
-void endUse(Use &use, Hold &hold) {
-    const auto over = use.end();
-    if (!over) return;
+[[gnu::noinline]] void finalizeReleased(Ref over, Hold &hold) {
     hold.release();
     send<Ref>(SITE("finalize"), over);
+}
+
+[[gnu::always_inline]] inline void endUse(Use &use, Hold &hold) {
+    if (const auto over = use.end()) finalizeReleased(over, hold);
 }
 
 // invoke (up to 9 arguments) -> the entry's 8-byte answer. A tenth argument raises 21. An entry that does not exist
 // raises 110, an exception out of it 109.
 Answer<void> invoke(Self self, Returning answer, Brought brought) {
     if (brought[invokeArguments]) return raise(Error::tooManyArguments).answering(sizeof(std::uint64_t));
-    Hold hold(self);
+    Hold hold(mutexOf(self));
     ArgumentList list(*self);
     list.appendFrom(0, brought);
     Use use(self.ref(), &*self);
@@ -143,7 +143,7 @@ Answer<void> invoke(Self self, Returning answer, Brought brought) {
 
 // active () -> flag.
 bool isActive(Self self) {
-    const Hold hold(self);
+    const Hold hold(mutexOf(self));
     return isInUse(*self);
 }
 
@@ -187,7 +187,7 @@ Ref description(Self self) {
 // finalize () -> null. At once when no invocation is active, else when the last one returns.
 Ref finalize(Self self) {
     {
-        const Hold hold(self);
+        const Hold hold(mutexOf(self));
         if (!mayEnd(*self)) return null;
     }
     host::closeMutex(self->lock);
@@ -220,14 +220,10 @@ std::string_view upToSpaceOrNull(Name name) noexcept {
     return text;
 }
 
-bool invokeEntryNatively(Ref callback, const Entry &entry, void *const *list) noexcept {
-    const auto *family = layoutOf<EntryCallbackFields>;
-    if (family == nullptr || behaviourOf(entry.tag.load(std::memory_order_acquire)) != family->instances->id ||
-        !isPristine(*family->instances, {"invoke"}))
-        return false;
-    const Self self(callback, reinterpret_cast<EntryCallbackFields *>(entry.body.load(std::memory_order_relaxed)));
-    if (self->parameterCount != 0) return false;
-    Hold hold(self);
+bool invokeEntryNatively(Ref callback, EntryCallbackFields &fields, void *const *list) noexcept {
+    if (fields.parameterCount != 0) return false;
+    const Self self(callback, &fields);
+    Hold hold(fields.lock != 0 ? fields.lock : mutexOf(self));
     Use use(callback, &*self);
     call(self, {{static_cast<std::byte *>(list[0])}}, list + 1);
     endUse(use, hold);

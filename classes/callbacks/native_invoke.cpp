@@ -26,15 +26,10 @@ void sendThrough(const Cell &cell, Ref receiver, void *const *list) noexcept {
     send(receiver, site, list, maximumArguments); // it has become something else
 }
 
-bool isPlainCallback(const Behaviour &behaviour) noexcept {
-    const auto *family = layoutOf<CallbackFields>;
-    return family != nullptr && &behaviour == family->instances && isPristine(behaviour, {"invoke"});
-}
-
 namespace {
 
 // Without stored arguments the list is the method's as it is.
-bool invokeMessage(Ref callback, CallbackFields &fields, void *const *list) {
+[[gnu::noinline]] bool invokeMessage(Ref callback, CallbackFields &fields, void *const *list) {
     const auto receiver = fields.receiver;
     if (!receiver || fields.parameterCount != 0 || !detail::gateOpen(receiver.index())) return false;
     const auto *entry = findEntry(receiver);
@@ -48,14 +43,28 @@ bool invokeMessage(Ref callback, CallbackFields &fields, void *const *list) {
 
 } // namespace
 
-bool invokeNatively(Ref callback, void *const *list) noexcept {
-    if (!detail::gateOpen(callback.index()) || detail::stackPosition() < thread.stackLimit) return false;
-    const auto *entry = findEntry(callback);
-    if (entry == nullptr) return false;
-    if (!isPlainCallback(behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire)))))
-        return invokeEntryNatively(callback, *entry, list);
-    auto &fields = *reinterpret_cast<CallbackFields *>(entry->body.load(std::memory_order_relaxed));
-    return invokeMessage(callback, fields, list);
+void Invoker::findOut() noexcept {
+    known.look(callback);
+    kind = Kind::dead;
+    if (!oocobol::isLive(callback)) return;
+    if (invokesNatively<CallbackFields>(known.behaviour()))
+        kind = Kind::callback;
+    else
+        kind = invokesNatively<EntryCallbackFields>(known.behaviour()) ? Kind::entryCallback : Kind::byMessage;
+}
+
+bool Invoker::invoke(void *const *list) noexcept {
+    if (!known.isSame()) [[unlikely]]
+        findOut();
+    if (detail::stackPosition() < thread.stackLimit) return false;
+    switch (kind) {
+    case Kind::entryCallback:
+        return invokeEntryNatively(callback, *reinterpret_cast<EntryCallbackFields *>(known.body()), list);
+    case Kind::callback:
+        return invokeMessage(callback, *reinterpret_cast<CallbackFields *>(known.body()), list);
+    default:
+        return false;
+    }
 }
 
 } // namespace oocobol

@@ -9,20 +9,40 @@
 
 namespace oocobol {
 
-// Does what `invoke` does with that list. False, and nothing done, when only the message can.
-bool invokeNatively(Ref callback, void *const *list) noexcept;
+// A callback that is invoked over and over: what kind of one it is is found out once.
+class Invoker {
+public:
+    explicit Invoker(Ref wanted) noexcept : callback(wanted) { findOut(); }
+
+    Ref ref() const noexcept { return callback; }
+    bool isLive() const noexcept { return known.isSame() ? kind != Kind::dead : oocobol::isLive(callback); }
+    // Does what `invoke` does with that list. False, and nothing done, when only the message can.
+    bool invoke(void *const *list) noexcept;
+
+private:
+    enum class Kind : std::uint8_t { dead, byMessage, callback, entryCallback };
+
+    void findOut() noexcept;
+
+    Ref callback;
+    KnownObject known;
+    Kind kind = Kind::dead;
+};
 
 // The steps of it, for those who have more to do between them.
 
-// Whether an object of that behaviour is a callback of the very class whose `invoke` is known, and that is not
+// Whether an object of that behaviour is of the very class that lays out these fields, and its `invoke` is not
 // redefined.
-bool isPlainCallback(const Behaviour &behaviour) noexcept;
+template <class Fields> bool invokesNatively(const Behaviour &behaviour) noexcept {
+    const auto *family = layoutOf<Fields>;
+    return family != nullptr && &behaviour == family->instances && isPristine(behaviour, {"invoke"});
+}
 // The cell of a callback's message for its receiver, remembered in the callback; null when it takes the slow road.
 const Cell *cellOfMessage(CallbackFields &fields, const Entry &receiver) noexcept;
 // Runs what the cell was found for. A receiver that has gone by now gets nothing, and nothing is raised.
 void sendThrough(const Cell &cell, Ref receiver, void *const *list) noexcept;
 
-// `invoke` of an entry callback, when its class's is not redefined; otherwise false, and nothing done.
-bool invokeEntryNatively(Ref callback, const Entry &entry, void *const *list) noexcept;
+// `invoke` of an entry callback of the very class. False, and nothing done, when it has stored arguments.
+bool invokeEntryNatively(Ref callback, EntryCallbackFields &fields, void *const *list) noexcept;
 
 } // namespace oocobol

@@ -22,7 +22,7 @@ public:
     Use &operator=(const Use &) = delete;
     // To be called once. The callback when it is to be finalized now, mostly null. It goes by another reference when
     // it has changed places with another object meanwhile.
-    [[nodiscard]] Ref end() noexcept {
+    [[nodiscard, gnu::always_inline]] Ref end() noexcept {
         auto *now = bodyOf(callback);
         if (now != body) [[unlikely]]
             now = findAgain();
@@ -36,17 +36,20 @@ private:
         static_assert(offset % std::atomic_ref<Count>::required_alignment == 0);
         return std::atomic_ref(*reinterpret_cast<Count *>(reinterpret_cast<std::byte *>(&fields) + offset));
     }
-    static void add(std::atomic_ref<Count> count, Count change) noexcept {
-        if (__libc_single_threaded != 0)
-            count.store(count.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
-        else
-            count += change;
+    // Answers the count as it is then.
+    static Count add(std::atomic_ref<Count> count, Count change) noexcept {
+        if (__libc_single_threaded == 0) [[unlikely]]
+            return count += change;
+        const auto now = count.load(std::memory_order_relaxed) + change;
+        count.store(now, std::memory_order_relaxed);
+        return now;
     }
     Ref leave(EntryCallbackFields &fields) const noexcept {
         const auto active = activeOf(fields);
         if (active == 0) return null; // it was initialized anew
-        add(active, static_cast<Count>(-1));
-        return active == 0 && pendingOf(fields) != 0 && takePending(fields) ? callback : null;
+        if (add(active, static_cast<Count>(-1)) != 0 || pendingOf(fields) == 0) [[likely]]
+            return null;
+        return takePending(fields) ? callback : null;
     }
     static std::atomic_ref<Flag> pendingOf(EntryCallbackFields &fields) noexcept {
         return std::atomic_ref(fields.finalizePending);

@@ -100,31 +100,14 @@ bool Travelling::holds(const std::byte *address, std::size_t wanted) noexcept {
     return true; // the caller's, who answers for it
 }
 
-void NativeElements::resolve() noexcept {
-    seen = thread.epoch;
-    const auto *entry = findEntry(collection);
-    const auto found = entry != nullptr ? entry->tag.load(std::memory_order_acquire) : 0;
-    // The same object of the same class as last time: only its body may be another one, or a method have come.
-    if (found != 0 && found == tag && isPristine(behaviourAt(behaviourOf(tag)), needs)) [[likely]] {
-        fields = reinterpret_cast<const SequencedFields *>(entry->body.load(std::memory_order_relaxed));
-        return;
-    }
-    resolveAnew();
-    tag = fields != nullptr ? found : 0;
+void NativeElements::findOut() noexcept {
+    known.look(collection);
+    layout = Layout::none;
+    if (!nativePath(collection, needs) || fieldsOf<SequencedFields>(collection) == nullptr) return;
+    layout = fieldsOf<DynamicFields>(collection) != nullptr ? Layout::dynamic : Layout::fixed;
 }
 
-void NativeElements::resolveAnew() noexcept {
-    fields = nativePath(collection, needs) ? fieldsOf<SequencedFields>(collection) : nullptr;
-    dynamic = fields != nullptr && fieldsOf<DynamicFields>(collection) != nullptr;
-}
-
-bool ElementReader::read(Index index) noexcept {
-    const auto all = native.run();
-    if (all && index >= 1 && static_cast<Count>(index) <= all->count) [[likely]] {
-        if (all->width > area.size()) return false;
-        copyElement(area.bytes(), all->start + (static_cast<std::size_t>(index) - 1) * all->width, all->width);
-        return true;
-    }
+bool ElementReader::readByMessage(Index index) noexcept {
     if (!isLive(collection) || areaWidth(collection) > area.size()) return false;
     // What is no collection answers elements of any width, each of which must end where it ends.
     if (fieldsOf<CollectionFields>(collection) == nullptr) std::memset(area.bytes(), 0, area.size());

@@ -109,32 +109,33 @@ inline Run runOf(const DynamicFields &fields) {
 // library's own code, for that collection object and at that moment.
 class NativeElements {
 public:
-    NativeElements(Ref wanted, Needs messages) noexcept : collection(wanted), needs(messages) { resolve(); }
+    NativeElements(Ref wanted, Needs messages) noexcept : collection(wanted), needs(messages) { findOut(); }
 
     // All of them; nothing when they must be asked for by message.
     std::optional<Run> run() noexcept {
-        if (seen != thread.epoch) resolve();
+        const auto *fields = fieldsNow();
         if (fields == nullptr) return {};
-        return dynamic ? runOf(*static_cast<const DynamicFields *>(fields)) : runOf(*fields);
+        return layout == Layout::dynamic ? runOf(*static_cast<const DynamicFields *>(fields)) : runOf(*fields);
     }
-    // Where element `index` lies, or null.
-    const std::byte *at(Index index) noexcept {
-        const auto all = run();
-        if (!all || index < 1 || static_cast<Count>(index) > all->count) return nullptr;
-        return all->start + (static_cast<std::size_t>(index) - 1) * all->width;
+    bool ofReferences() noexcept {
+        const auto *fields = fieldsNow();
+        return fields != nullptr && holdsReferences(*fields);
     }
-    bool ofReferences() const noexcept { return fields != nullptr && holdsReferences(*fields); }
 
 private:
-    void resolve() noexcept;
-    void resolveAnew() noexcept;
+    enum class Layout : std::uint8_t { none, fixed, dynamic };
+
+    const SequencedFields *fieldsNow() noexcept {
+        if (!known.isSame()) [[unlikely]]
+            findOut();
+        return layout != Layout::none ? reinterpret_cast<const SequencedFields *>(known.body()) : nullptr;
+    }
+    void findOut() noexcept;
 
     Ref collection;
     Needs needs;
-    std::uint64_t tag = 0; // of the collection's entry in the object table, when it was found to be native
-    std::uint64_t seen = 0;
-    const SequencedFields *fields = nullptr;
-    bool dynamic = false;
+    KnownObject known;
+    Layout layout = Layout::none;
 };
 
 // Reads elements of one collection into an area of its own, as `at` answers them: an index outside raises 3 and leaves
@@ -148,7 +149,14 @@ public:
     // Whether there was memory for the area.
     explicit operator bool() const noexcept { return static_cast<bool>(area); }
     // False when the collection is gone, or its elements do not fit any more: then nothing can be read again.
-    bool read(Index index) noexcept;
+    [[gnu::always_inline]] bool read(Index index) noexcept {
+        const auto all = native.run();
+        if (!all || index < 1 || static_cast<Count>(index) > all->count) [[unlikely]]
+            return readByMessage(index);
+        if (all->width > area.size()) return false;
+        copyElement(area.bytes(), all->start + (static_cast<std::size_t>(index) - 1) * all->width, all->width);
+        return true;
+    }
     Element element() noexcept { return area.element(); }
     // Whether the area is enough for what that collection takes as an element.
     bool fits(Ref target) const noexcept { return areaWidth(target) <= area.size(); }
@@ -159,6 +167,8 @@ public:
     }
 
 private:
+    bool readByMessage(Index index) noexcept;
+
     Ref collection;
     NativeElements native;
     WorkArea area;
@@ -218,10 +228,15 @@ Index searchBackward(const Receiver &self, Element element, std::int64_t from, s
 
 // Sends `invoke` with all the arguments that it may have: one that lacks some takes a longer road. What the message
 // would do is done without it where that is the library's code.
-template <class... Arguments> void sendInvoke(Ref callback, Returning answer, const Arguments &...arguments) noexcept {
+template <class... Arguments>
+void sendInvoke(Invoker &invoker, Returning answer, const Arguments &...arguments) noexcept {
     constexpr std::uint32_t most = 10;
     void *list[maximumArguments] = {answer.address, detail::addressOf(arguments)...};
-    if (!answer || !invokeNatively(callback, list)) send(callback, SITE("invoke"), list, 1 + most);
+    if (!answer || !invoker.invoke(list)) send(invoker.ref(), SITE("invoke"), list, 1 + most);
+}
+template <class... Arguments> void sendInvoke(Ref callback, Returning answer, const Arguments &...arguments) noexcept {
+    Invoker invoker(callback);
+    sendInvoke(invoker, answer, arguments...);
 }
 
 // A block: what `invoke` runs. One that is gone ends the walk that uses it, once it has been tried.
@@ -235,7 +250,7 @@ public:
     // False when there is no such block: the error has been raised.
     template <class... Arguments> bool invoke(const Arguments &...arguments) noexcept {
         clear();
-        const auto alive = isLive(callback);
+        const auto alive = callback.isLive();
         sendInvoke(callback, answer.returning(), arguments...);
         return alive;
     }
@@ -250,7 +265,7 @@ private:
         if (answer.size() > usual) [[unlikely]]
             std::memset(answer.bytes() + usual, 0, answer.size() - usual);
     }
-    Ref callback;
+    Invoker callback;
     WorkArea answer;
     Travelling travelling{answer};
 };

@@ -151,7 +151,7 @@ private:
         const auto *entry = hasEnded ? nullptr : findEntry(callback);
         if (entry == nullptr) return null;
         const auto &behaviour = behaviourAt(behaviourOf(entry->tag.load(std::memory_order_acquire)));
-        if (isPlainCallback(behaviour) && !arguments.areTooMany()) {
+        if (invokesNatively<CallbackFields>(behaviour) && !arguments.areTooMany()) {
             auto &fields = *reinterpret_cast<CallbackFields *>(entry->body.load(std::memory_order_relaxed));
             const auto receiver = fields.receiver;
             if (receiver && invokeNatively(callback, fields, receiver)) return receiver;
