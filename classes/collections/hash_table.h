@@ -10,6 +10,9 @@
 // table works on its bytes alone.
 #pragma once
 
+#include <algorithm>
+#include <bit>
+
 #include "classes/collections/collection.h"
 #include "classes/intrinsics/native_element.h"
 #include "runtime/module.h"
@@ -65,13 +68,38 @@ struct Slots {
     template <class Matches> [[gnu::always_inline]] Count find(Count hash, Matches matches) const {
         if (capacity == 0) return 0;
         auto slot = home(hash);
-        for (Count probed = 0; probed < capacity; ++probed, slot = after(slot)) {
-            if (!isOccupied(slot) || matches(at(slot))) return slot;
+        for (Count probed = 0; probed < capacity;) {
+            const auto run = occupiedFrom(slot);
+            const auto *element = at(slot);
+            for (Count i = 0; i < run.length; ++i, element += width) {
+                if (matches(element)) return slot + i;
+            }
+            probed += run.length;
+            slot += run.length;
+            if (slot > capacity)
+                slot = 1;
+            else if (run.isWhole)
+                return slot;
         }
         return 0;
     }
 
 private:
+    // Occupied slots one after the other, none behind the last slot. Whole: the one behind them is not occupied.
+    struct Occupied {
+        Count length;
+        bool isWhole;
+    };
+    // Looks at a word of bits, where there is one.
+    [[gnu::always_inline]] Occupied occupiedFrom(Count slot) const {
+        constexpr Count wordBytes = sizeof(std::uint64_t);
+        if (slot / 8 + wordBytes > capacity / 8 + 1) [[unlikely]]
+            return isOccupied(slot) ? Occupied{1, false} : Occupied{0, true};
+        std::uint64_t bits;
+        std::memcpy(&bits, bitmap + slot / 8, wordBytes);
+        const auto length = static_cast<Count>(std::countr_one(bits >> slot % 8));
+        return {std::min(length, capacity + 1 - slot), length < 8 * wordBytes - slot % 8};
+    }
     static std::byte bit(Count slot) { return std::byte{1} << (slot % 8); }
 };
 
@@ -166,20 +194,13 @@ inline std::uint64_t loadReference(const std::byte *address) {
 // The hash of a reference that is matched by identity: its low half.
 inline Count hashReference(const std::byte *reference) { return static_cast<Count>(loadReference(reference)); }
 
-// Whether two keys are the same; without a call for the common widths.
+// Whether two keys are the same. Most differ in their first bytes, and for the common widths no call is made.
 inline bool equalKeys(const std::byte *one, const std::byte *other, std::size_t width) noexcept {
-    switch (width) {
-    case 4:
-        return std::memcmp(one, other, 4) == 0;
-    case 8:
-        return std::memcmp(one, other, 8) == 0;
-    case 16:
-        return std::memcmp(one, other, 16) == 0;
-    default:
-        break;
-    }
-    if (width < 8 || width > 16) return std::memcmp(one, other, width) == 0;
-    return std::memcmp(one, other, 8) == 0 && std::memcmp(one + width - 8, other + width - 8, 8) == 0;
+    constexpr std::size_t word = sizeof(std::uint64_t);
+    if (width < word) return width == 4 ? std::memcmp(one, other, 4) == 0 : std::memcmp(one, other, width) == 0;
+    if (std::memcmp(one, other, word) != 0) return false;
+    if (width <= 2 * word) return std::memcmp(one + width - word, other + width - word, word) == 0;
+    return std::memcmp(one + word, other + word, width - word) == 0;
 }
 
 // Whether no message on the way to a key, from those to the table down to those to its keys, has code other than the
