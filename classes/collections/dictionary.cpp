@@ -144,8 +144,10 @@ Index findKey(const Self &self, Element key, Area found, Matching matching) {
 NativeDatum nativeDatum(Ref dictionary, const std::byte *key) noexcept {
     constexpr Needs needs{"findkey", "isemptyat", "basickeyat", "basicdataat", "at", "atput", "privateat"};
     auto *fields = changeableFields<DictionaryFields>(dictionary);
-    if (fields == nullptr || !(isProven(dictionary, *fields) || nativePath(dictionary, needs))) return {};
-    const NativeKeys keys(dictionary, *fields);
+    if (fields == nullptr) return {};
+    const auto proven = isProven(dictionary, *fields);
+    if (!proven && !nativePath(dictionary, needs)) return {};
+    const NativeKeys keys(dictionary, *fields, proven);
     if (!keys) return {};
     if (keys.leadThroughObjects()) {
         const auto found = NativeKeys::findAmongObjects(*fields, keys, key);

@@ -71,34 +71,28 @@ struct Slots {
         for (Count probed = 0; probed < capacity;) {
             const auto run = occupiedFrom(slot);
             const auto *element = at(slot);
-            for (Count i = 0; i < run.length; ++i, element += width) {
+            for (Count i = 0; i < run; ++i, element += width) {
                 if (matches(element)) return slot + i;
             }
-            probed += run.length;
-            slot += run.length;
+            probed += run;
+            slot += run;
             if (slot > capacity)
                 slot = 1;
-            else if (run.isWhole)
+            else if (!isOccupied(slot))
                 return slot;
         }
         return 0;
     }
 
 private:
-    // Occupied slots one after the other, none behind the last slot. Whole: the one behind them is not occupied.
-    struct Occupied {
-        Count length;
-        bool isWhole;
-    };
-    // Looks at a word of bits, where there is one.
-    [[gnu::always_inline]] Occupied occupiedFrom(Count slot) const {
+    // How many slots are occupied one after the other, as far as a word of bits tells; none behind the last slot.
+    [[gnu::always_inline]] Count occupiedFrom(Count slot) const {
         constexpr Count wordBytes = sizeof(std::uint64_t);
-        if (slot / 8 + wordBytes > capacity / 8 + 1) [[unlikely]]
-            return isOccupied(slot) ? Occupied{1, false} : Occupied{0, true};
+        if (slot / 8 + wordBytes > capacity / 8 + 1) [[unlikely]] // there is no whole word
+            return isOccupied(slot) ? 1 : 0;
         std::uint64_t bits;
         std::memcpy(&bits, bitmap + slot / 8, wordBytes);
-        const auto length = static_cast<Count>(std::countr_one(bits >> slot % 8));
-        return {std::min(length, capacity + 1 - slot), length < 8 * wordBytes - slot % 8};
+        return std::min(static_cast<Count>(std::countr_one(bits >> slot % 8)), capacity + 1 - slot);
     }
     static std::byte bit(Count slot) { return std::byte{1} << (slot % 8); }
 };
