@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <mutex>
+#include <new>
 
 #include "host/gnucobol.h"
 #include "host/host.h"
@@ -35,6 +36,11 @@ const Method *MethodDictionary::find(SelectorId selector) const noexcept {
         if (method.selector == selector) return &method;
     }
     return nullptr;
+}
+
+ClassFamily::~ClassFamily() {
+    delete instanceMethods.load(std::memory_order_relaxed);
+    delete classMethods.load(std::memory_order_relaxed);
 }
 
 // ---- The registry -----------------------------------------------------------------------------------------------
@@ -93,11 +99,18 @@ const ClassDef *findClassDefinition(std::string_view program) {
     return findDefinition(classDefinitions(), &ClassDef::program, program);
 }
 
+// Throws std::bad_alloc, as all does that makes a class: what is half made goes, and the class can be had later.
+SelectorId selectorFor(std::string_view name) {
+    const auto selector = internSelector(name);
+    if (selector == 0) throw std::bad_alloc();
+    return selector;
+}
+
 Method methodFrom(const MethodDef &definition, const ClassFamily &owner) {
     Method method;
     method.entry = definition.entry;
     method.owner = &owner;
-    method.selector = internSelector(definition.name);
+    method.selector = selectorFor(definition.name);
     method.parameters = definition.parameters;
     method.attributes = definition.onClass ? OOPS_CLASS_METHOD : 0;
     method.library = true;
@@ -108,7 +121,7 @@ Method methodFrom(const Registration::Entry &entry, const ClassFamily &owner) {
     Method method;
     method.code = entry.code;
     method.owner = &owner;
-    method.selector = internSelector(entry.name);
+    method.selector = selectorFor(entry.name);
     method.parameters = entry.parameters;
     method.attributes = entry.attributes;
     method.cobol = host::isCobolCode(entry.code);
@@ -118,10 +131,8 @@ Method methodFrom(const Registration::Entry &entry, const ClassFamily &owner) {
     return method;
 }
 
-// The methods with the given ones added or put in the place of those of the same name; the old dictionary stays for
-// senders that are looking through it.
-void publish(std::atomic<const MethodDictionary *> &dictionary, std::vector<Method> added) {
-    const auto *current = dictionary.load(std::memory_order_relaxed);
+// The methods with the given ones added or put in the place of those of the same name.
+std::unique_ptr<MethodDictionary> merged(const MethodDictionary *current, const std::vector<Method> &added) {
     std::vector<Method> all;
     if (current != nullptr) all.assign(current->inOrder().begin(), current->inOrder().end());
     for (const auto &method : added) {
@@ -132,17 +143,26 @@ void publish(std::atomic<const MethodDictionary *> &dictionary, std::vector<Meth
         else
             all.push_back(method);
     }
-    if (current != nullptr) registry().replaced.push_back(current);
-    dictionary.store(new MethodDictionary(std::move(all)), std::memory_order_release);
+    return std::make_unique<MethodDictionary>(std::move(all));
 }
 
+// The old dictionary stays for senders that are looking through it: there is room to note that.
+void publish(std::atomic<const MethodDictionary *> &dictionary, std::unique_ptr<MethodDictionary> methods) noexcept {
+    if (const auto *current = dictionary.load(std::memory_order_relaxed)) registry().replaced.push_back(current);
+    dictionary.store(methods.release(), std::memory_order_release);
+}
+
+// All of them, or none.
 template <class Definitions> void addMethods(ClassFamily &family, const Definitions &definitions, auto isOnClass) {
     std::vector<Method> onClass, onInstance;
     for (const auto &definition : definitions) {
         (isOnClass(definition) ? onClass : onInstance).push_back(methodFrom(definition, family));
     }
-    publish(family.classMethods, std::move(onClass));
-    publish(family.instanceMethods, std::move(onInstance));
+    auto classMethods = merged(family.classMethods.load(std::memory_order_relaxed), onClass);
+    auto instanceMethods = merged(family.instanceMethods.load(std::memory_order_relaxed), onInstance);
+    registry().replaced.reserve(registry().replaced.size() + 2);
+    publish(family.classMethods, std::move(classMethods));
+    publish(family.instanceMethods, std::move(instanceMethods));
 }
 void addMethods(ClassFamily &family, std::span<const MethodDef> definitions) {
     addMethods(family, definitions, [](const MethodDef &definition) { return definition.onClass; });
@@ -179,30 +199,25 @@ void layOut(std::uint32_t &size, std::uint32_t &offset, std::uint32_t registered
     size = offset + registered;
 }
 
-// Makes the class object and the two behaviours. Instances' ids are even, the class side's the odd ones above: see
-// dispatch.cpp, static sends.
-bool materialise(ClassFamily &family) {
+// Makes the two behaviours, which know the family from then on, and the class object. Instances' ids are even, the
+// class side's the odd ones above: see dispatch.cpp, static sends. False when a table is full.
+bool materialise(ClassFamily &family, std::byte *classData) noexcept {
     family.instances = makeBehaviour(&family, false);
     family.classSide = makeBehaviour(&family, true);
     if (family.instances == nullptr || family.classSide == nullptr) return false;
+    mark(*headerOf(classData), markClass | markLibrary);
+    family.classObject = enterObject(classData, family.classSide->id);
+    if (!family.classObject) return false;
+    headerOf(classData)->classIndex = family.classObject.index();
     const auto bodyClass = detail::bodyClassOf(family.instanceDataSize);
     if (detail::hasBodyCaches && !family.anyInstanceInitialiser && bodyClass <= bodyClasses) {
         family.classSide->plainPool = static_cast<std::uint32_t>(bodyClass);
         family.classSide->plainSize = family.instanceDataSize;
     }
-    auto *data = allocateBody(family.classDataSize);
-    if (data == nullptr) return false;
-    mark(*headerOf(data), markClass | markLibrary);
-    family.classObject = enterObject(data, family.classSide->id);
-    if (!family.classObject) {
-        freeBody(data);
-        return false;
-    }
-    headerOf(data)->classIndex = family.classObject.index();
     return true;
 }
 
-void initialise(ClassFamily &family) {
+void initialise(const ClassFamily &family) {
     if (family.classInitialiser != nullptr) {
         void *data = bodyOf(family.classObject) + family.classDataOffset;
         host::callMethod(family.classInitialiser, host::isCobolCode(family.classInitialiser), &data, 1);
@@ -212,17 +227,27 @@ void initialise(ClassFamily &family) {
     send(family.classObject, site, arguments, 1);
 }
 
-void enter(ClassFamily *family) {
+// Completes a family whose methods are known. Whatever needs memory comes first; null when a table is full.
+ClassFamily *enter(std::unique_ptr<ClassFamily> made) {
     auto &all = registry();
+    all.families.reserve(all.families.size() + 1);
+    auto *classData = allocateBody(made->classDataSize);
+    if (classData == nullptr) throw std::bad_alloc();
+    auto *family = made.release();
+    if (!materialise(*family, classData)) {
+        freeBody(classData);
+        return nullptr;
+    }
     all.families.push_back(family);
     if (family->program == "base") all.roots.base = family;
     if (family->program == "behavior") all.roots.behavior = family;
     if (family->program == "nil") all.roots.nilObject = family;
     if (family->isRoot() || family->isBehavior() || family->isNilObject()) methodsChanged(*family);
+    return family;
 }
 
 // Registers a module's class; its `initializeclass` is the caller's to send.
-ClassFamily *registerDefinition(const ClassDef &definition) {
+const ClassFamily *registerDefinition(const ClassDef &definition) noexcept try {
     const ClassFamily *super = nullptr;
     if (!definition.super.empty()) {
         const auto superclass = classForProgram(definition.super);
@@ -230,7 +255,7 @@ ClassFamily *registerDefinition(const ClassDef &definition) {
         if (super == nullptr) return nullptr;
         if (auto *known = findFamily(definition.program)) return known; // the superclass has drawn it in
     }
-    auto *family = new ClassFamily;
+    auto family = std::make_unique<ClassFamily>();
     family->program = definition.program;
     family->name = definition.name;
     family->definition = &definition;
@@ -244,12 +269,14 @@ ClassFamily *registerDefinition(const ClassDef &definition) {
     layOut(family->classDataSize, family->classDataOffset, definition.classData.size, true);
     family->registeredClassData = definition.classData.size;
     family->registeredInstanceData = definition.instanceData.size;
-    if (definition.instanceData.layout != nullptr) *definition.instanceData.layout = family;
-    if (definition.classData.layout != nullptr) *definition.classData.layout = family;
     addMethods(*family, definition.methods);
-    if (!materialise(*family)) return nullptr;
-    enter(family);
-    return family;
+    const auto *entered = enter(std::move(family));
+    if (entered == nullptr) return nullptr;
+    if (definition.instanceData.layout != nullptr) *definition.instanceData.layout = entered;
+    if (definition.classData.layout != nullptr) *definition.classData.layout = entered;
+    return entered;
+} catch (const std::bad_alloc &) {
+    return nullptr;
 }
 
 bool isSound(const Registration &request) {
@@ -261,8 +288,8 @@ bool isSound(const Registration &request) {
     });
 }
 
-ClassFamily *registerFromOutside(const Registration &request, const ClassFamily &super) {
-    auto *family = new ClassFamily;
+ClassFamily *registerFromOutside(const Registration &request, const ClassFamily &super) noexcept try {
+    auto family = std::make_unique<ClassFamily>();
     family->program = request.program;
     family->name = request.name;
     inherit(*family, &super);
@@ -275,9 +302,9 @@ ClassFamily *registerFromOutside(const Registration &request, const ClassFamily 
     family->instanceInitialiser = request.instanceInitialiser;
     family->anyInstanceInitialiser = super.anyInstanceInitialiser || request.instanceInitialiser != nullptr;
     addMethods(*family, request.methods);
-    if (!materialise(*family)) return nullptr;
-    enter(family);
-    return family;
+    return enter(std::move(family));
+} catch (const std::bad_alloc &) {
+    return nullptr;
 }
 
 void start() {
@@ -384,24 +411,27 @@ Ref registerClass(const Registration &request) noexcept {
     return family->classObject;
 }
 
-bool extendClass(const Registration &request) noexcept {
-    ensureStarted();
-    const RegistrationLock lock;
-    const auto target = classForProgram(request.program);
-    auto *family = findFamily(request.program);
-    if (!target || family == nullptr || !isSound(request)) return false;
-    addMethods(*family, request.methods);
-    methodsChanged(*family);
-    return true;
-}
-
-bool extendClass(std::string_view program, std::span<const MethodDef> methods) noexcept {
-    const RegistrationLock lock;
-    auto *family = findFamily(program);
+namespace {
+template <class Definitions> bool extend(ClassFamily *family, const Definitions &methods) noexcept try {
     if (family == nullptr) return false;
     addMethods(*family, methods);
     methodsChanged(*family);
     return true;
+} catch (const std::bad_alloc &) {
+    return false;
+}
+} // namespace
+
+bool extendClass(const Registration &request) noexcept {
+    ensureStarted();
+    const RegistrationLock lock;
+    const auto target = classForProgram(request.program);
+    return target && isSound(request) && extend(findFamily(request.program), request.methods);
+}
+
+bool extendClass(std::string_view program, std::span<const MethodDef> methods) noexcept {
+    const RegistrationLock lock;
+    return extend(findFamily(program), methods);
 }
 
 std::vector<Ref> allClasses() noexcept {

@@ -81,6 +81,11 @@ private:
 };
 
 struct ClassFamily {
+    ClassFamily() = default;
+    ~ClassFamily(); // of one that nobody has heard of: a class lives for ever
+    ClassFamily(const ClassFamily &) = delete;
+    ClassFamily &operator=(const ClassFamily &) = delete;
+
     std::string program;
     std::string name;
     const ClassFamily *super = nullptr;

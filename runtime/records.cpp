@@ -50,7 +50,7 @@ const std::byte *readEntry(const std::byte *at, Registration::Entry &entry) {
 
 } // namespace
 
-bool readRecord(const void *record, Registration &request) noexcept {
+bool readRecord(const void *record, Registration &request) noexcept try {
     if (record == nullptr) return false;
     const auto *at = static_cast<const std::byte *>(record);
     const auto methods = std::uint64_t{bigEndian(at + classMethodsAt)} + bigEndian(at + instanceMethodsAt);
@@ -71,6 +71,8 @@ bool readRecord(const void *record, Registration &request) noexcept {
         request.methods.push_back(std::move(entry));
     }
     return true;
+} catch (const std::bad_alloc &) {
+    return false;
 }
 
 } // namespace oocobol

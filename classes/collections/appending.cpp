@@ -57,8 +57,10 @@ bool appendNatively(const Receiver &receiver, Ref source) noexcept {
 
 bool appendReference(Ref list, Ref object) noexcept {
     const auto *entry = findEntry(list);
-    static const auto &ordered = *familyOfClass(CLASS("ordrdcll"))->instances;
-    if (entry == nullptr || behaviourOf(entry->tag.load(std::memory_order_acquire)) != ordered.id) return false;
+    const auto *family = familyOfClass(CLASS("ordrdcll"));
+    if (entry == nullptr || family == nullptr) return false;
+    const auto &ordered = *family->instances;
+    if (behaviourOf(entry->tag.load(std::memory_order_acquire)) != ordered.id) return false;
     auto &fields = *reinterpret_cast<DynamicFields *>(entry->body.load(std::memory_order_relaxed));
     if (fields.last >= fields.slotCount || !holdsReferences(fields) || !isPristine(ordered, {"add"})) return false;
     std::memcpy(slotOf(fields, ++fields.last), &object, sizeof object);

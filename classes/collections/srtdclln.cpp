@@ -42,7 +42,9 @@ Order knownOrder(Ref elementTemplate, std::size_t width) {
     if (isLaidOutAs<PicXClassData>(*family)) return Order::bytes;
     if (width > sizeof(std::uint64_t)) return Order::none;
     if (isLaidOutAs<CompXClassData>(*family)) return Order::bytes;
-    if (!family->isKindOf(*familyOfClass(CLASS("scomp5")))) return Order::littleUnsigned;
+    const auto *signedItems = familyOfClass(CLASS("scomp5"));
+    if (signedItems == nullptr) return Order::none; // there is no memory for the class
+    if (!family->isKindOf(*signedItems)) return Order::littleUnsigned;
     // Signed items compare by their low four bytes, shorter ones as never negative.
     if (width == 1 || width == 2) return Order::littleUnsigned;
     return width == 4 ? Order::littleSigned : Order::none;
