@@ -117,10 +117,10 @@ Ref description(Self self) {
     return baseMessage(messages.ref(), self.isNull() ? 1 : 2, ofClass.ref());
 }
 
-// display ().
+// display (). The description; null without one shows nothing, or it would show null.
 void display(Self self) {
     const Temporary text(sendSelf<Ref>(SITE("description"), self));
-    send(SITE("display"), text.ref());
+    if (text || !self.isNull()) send(SITE("display"), text.ref());
 }
 
 // displayrecursion (). What a collection that contains itself shows at the inner place.

@@ -14,11 +14,11 @@ using ClassSelf = Receiver;
 // equal (object) -> flag. Whether the argument is null.
 bool equal(ClassSelf, Ref other) { return other.isNull(); }
 
-// display (). Message 12 of set 2.
+// display (). Message 12 of set 2; nothing when it cannot be had, which would be null again.
 void display(ClassSelf self) {
     const Temporary messages(sendSelf<Ref>(SITE("registerbasemessagefile"), self));
     const Temporary text(baseMessage(messages.ref(), 12));
-    send(SITE("display"), text.ref());
+    if (text) send(SITE("display"), text.ref());
 }
 
 // deepcopy, shallowcopy, copy, finalize () -> null.

@@ -62,10 +62,14 @@ struct Message {
     std::string name;
     unsigned parameters;
 
-    void sendWith(unsigned given, int filler, unsigned leftOut) const {
-        const auto receiver = onClass ? family.classObject : sample(family);
-        sendOver(name, receiver, given, filler, leftOut);
+    Ref receiver() const { return onClass ? family.classObject : sample(family); }
+    void end(Ref receiver) const {
         if (!onClass && isLive(receiver)) finalize(receiver);
+    }
+    void sendWith(unsigned given, int filler, unsigned leftOut) const {
+        const auto sentTo = receiver();
+        sendOver(name, sentTo, given, filler, leftOut);
+        end(sentTo);
     }
 };
 template <class Action> void forEveryMethod(Action action) {
@@ -105,6 +109,22 @@ TEST(EveryMethod, SurvivesValuesThatMakeNoSenseAndReceiversThatAreNone) {
         for (const int filler : {small, negative}) message.sendWith(message.parameters, filler, maximumArguments);
         for (const auto receiver : {null, stale})
             sendOver(message.name, receiver, message.parameters, 0, maximumArguments);
+    });
+}
+
+TEST(EveryMethod, SurvivesEachAllocationThatFails) {
+    forEveryMethod([](const Message &message) {
+        if (takesRawAddresses(message.name) || answersMemory.contains(message.name)) return;
+        for (const auto andAllBehind : {false, true}) {
+            auto hasFailed = true;
+            for (std::uint64_t at = 1; hasFailed; ++at) {
+                const auto receiver = message.receiver();
+                hasFailed = fails(at, andAllBehind, [&] {
+                    sendOver(message.name, receiver, message.parameters, small, maximumArguments);
+                });
+                message.end(receiver);
+            }
+        }
     });
 }
 
