@@ -19,12 +19,10 @@ COPY "oocobol.cpy".
 01  text-length         PIC S9(9) COMP-5 VALUE 12.
 01  name-length         PIC S9(9) COMP-5 VALUE 10.
 01  flag                PIC 9(2) COMP-5.
-01  program-name        PIC X(8).
 PROCEDURE DIVISION.
 main-line.
     CALL "ooclasses" USING OO-CLASSES
     CALL "ooattach" USING RETURN-CODE
-    PERFORM ask-versions
     CALL "oosend" USING "withlengthvalue" OO-CHARACTERARRAY a-text
         text-length "key: missing"
     CALL "oosend" USING "withlengthvalue" OO-CHARACTERARRAY a-name
@@ -74,16 +72,6 @@ make-errors.
     CALL "oosend" USING "new" OO-ENTRYCALLBACK a-block "report-missing "
     CALL "oosend" USING "invoke" a-block
     CALL "oofinalize" USING a-block.
-
-ask-versions.
-    CALL "CVERSION"
-    DISPLAY "older than needed: " RETURN-CODE
-    CALL "CLVERSN"
-    DISPLAY "recent enough: " RETURN-CODE
-    MOVE "class" TO program-name
-    CALL program-name
-    DISPLAY "recent enough: " RETURN-CODE
-    MOVE 0 TO RETURN-CODE.
 END PROGRAM report.
 
 *> A block's answer is its RETURN-CODE.

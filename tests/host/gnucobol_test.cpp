@@ -81,7 +81,26 @@ PROCEDURE DIVISION USING CB A.
     MOVE 0 TO RETURN-CODE
     GOBACK.
 END PROGRAM ht-call.
+PROGRAM-ID. ht-add. DATA DIVISION. WORKING-STORAGE SECTION.
+01 ALL-SENDS BINARY-LONG VALUE 0. 01 SEEN BINARY-LONG.
+LINKAGE SECTION.
+01 SELF-OBJECT USAGE POINTER. 01 OWN-SUM BINARY-LONG. 01 ANSWER BINARY-LONG. 01 AMOUNT BINARY-LONG.
+PROCEDURE DIVISION USING SELF-OBJECT OWN-SUM ANSWER AMOUNT.
+    MOVE ALL-SENDS TO SEEN
+    ADD AMOUNT TO OWN-SUM
+    ADD 1 TO SEEN
+    MOVE SEEN TO ALL-SENDS
+    MOVE ALL-SENDS TO ANSWER
+    GOBACK.
+END PROGRAM ht-add.
 )";
+
+// The thread sanitizer is to see what the programs do.
+#ifdef __SANITIZE_THREAD__
+constexpr const char *options = "-b -A -fsanitize=thread -Q -fsanitize=thread";
+#else
+constexpr const char *options = "-b -O2";
+#endif
 
 void *entryOf(std::string_view name) { return reinterpret_cast<void *>(findProgram(name).entry); }
 
@@ -90,7 +109,7 @@ protected:
     // One module file holds all programs; further names are asked for once it has been loaded by the first.
     static void SetUpTestSuite() {
         static const TemporaryFolder folder;
-        available = folder.compile("ht-omitted", programs, "-b -O2");
+        available = folder.compile("ht-omitted", programs, options);
         if (!available) return;
         path = folder.path.string();
         setenv("COB_LIBRARY_PATH", path.c_str(), 1);
@@ -224,6 +243,28 @@ TEST_F(GnuCobol, threadsTakeTurns) {
     EXPECT_EQ(mostInside, 1);
     EXPECT_EQ(blocked, 6000);
     EXPECT_EQ(gnucobol::runTime()->current, nullptr);
+}
+
+// A method whose code is COBOL; what it reads and writes in four steps is one for all threads.
+TEST_F(GnuCobol, threadsSendToCobolMethods) {
+    constexpr int sends = 100000;
+    const auto adder = test::OutsideClass("htadder", "adder", CLASS("base"), 0, sizeof(std::int32_t))
+                           .method("add", reinterpret_cast<oops_method>(entryOf("ht-add")), 2)
+                           .registerIt();
+    const Ref objects[] = {createInstance(adder), createInstance(adder)};
+    const auto add = [](Ref object, std::int32_t amount) { return send<std::int32_t>(SITE("add"), object, amount); };
+    test::onThreads(2, [&](int number) {
+        for (int i = 0, before = 0; i < sends; ++i) {
+            const auto count = add(objects[number], 2);
+            ASSERT_GT(count, before) << "send " << i;
+            before = count;
+        }
+    });
+    EXPECT_EQ(add(objects[0], 0), 2 * sends + 1);
+    for (const auto object : objects) {
+        EXPECT_EQ(test::valueIn<std::int32_t>(oopsgetaddress(object.bits)), 2 * sends);
+        test::finalize(object);
+    }
 }
 
 // A mutex that another thread holds while it waits for COBOL code: both must get on.
