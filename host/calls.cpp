@@ -16,27 +16,12 @@ std::size_t givenArguments(void *const *arguments) {
     return count;
 }
 
-template <std::size_t... at>
-std::int64_t callEntry(host_entry entry, void *const *arguments, std::index_sequence<at...>) {
-    return entry(arguments[at]...);
-}
+} // namespace
 
-[[gnu::noinline]] std::int64_t callCobol(const Program &program, void *const *arguments) {
+std::int64_t detail::callCobol(const Program &program, void *const *arguments) {
     const auto result =
         gnucobol::callProgram(reinterpret_cast<void *>(program.entry), arguments, givenArguments(arguments));
     return program.wide ? result : static_cast<std::int32_t>(result);
-}
-
-} // namespace
-
-std::int64_t call(const Program &program, void *const *arguments, bool *threw) noexcept try {
-    if (threw) *threw = false;
-    if (!program) return 0;
-    if (program.cobol) return callCobol(program, arguments);
-    return callEntry(program.entry, arguments, std::make_index_sequence<entryArguments>());
-} catch (...) {
-    if (threw) *threw = true;
-    return 0;
 }
 
 bool callMethod(void *entry, bool cobol, void *const *arguments, std::size_t count) noexcept try {

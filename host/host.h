@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "oocobol/oocobol.h"
 
@@ -33,9 +34,26 @@ struct Program {
 // in double quotes. Nothing is run. Empty and over-long names (more than 80 bytes) are never found.
 Program findProgram(std::string_view name) noexcept;
 
+namespace detail {
+std::int64_t callCobol(const Program &program, void *const *arguments);
+template <std::size_t... at>
+std::int64_t callEntry(host_entry entry, void *const *arguments, std::index_sequence<at...>) {
+    return entry(arguments[at]...);
+}
+} // namespace detail
 // Calls it with 15 addresses, null where there is no argument; answers its 8-byte result (for COBOL code its
-// RETURN-CODE). A C++ exception out of the code is caught: answers 0 and sets *threw, which may be null.
-std::int64_t call(const Program &program, void *const *arguments, bool *threw = nullptr) noexcept;
+// RETURN-CODE). A C++ exception out of the code is caught: answers 0 and sets *threw, which may be null. In line,
+// because blocks are called for each element of a collection.
+inline std::int64_t call(const Program &program, void *const *arguments, bool *threw = nullptr) noexcept {
+    if (threw != nullptr) *threw = false;
+    try {
+        if (program.cobol) return detail::callCobol(program, arguments);
+        if (program) return detail::callEntry(program.entry, arguments, std::make_index_sequence<entryArguments>());
+    } catch (...) {
+        if (threw != nullptr) *threw = true;
+    }
+    return 0;
+}
 
 // Gives (or, with null, withdraws) a registered entry. Names are held without regard to case.
 void registerEntry(std::string_view name, host_entry entry) noexcept;

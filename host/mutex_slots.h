@@ -57,20 +57,19 @@ inline bool isOpen(const Slot &slot, MutexHandle handle) {
 // In a process of one thread nobody is raced, and locked instructions would be most of what a mutex costs.
 inline bool isAlone() { return __libc_single_threaded != 0; }
 
-// Whether what the thread holds when it ends will be freed: arranged when it acquires its first mutex.
-[[gnu::visibility("hidden")]] extern constinit thread_local bool freesAtThreadExit [[gnu::tls_model("initial-exec")]];
+// The thread's number once what it holds when it ends is going to be freed: from the first mutex on that it acquires.
+[[gnu::visibility("hidden")]] extern constinit thread_local std::uint64_t holder [[gnu::tls_model("initial-exec")]];
 
 // Holds a mutex for a scope; none for a handle that names none.
 class Hold {
 public:
     explicit Hold(MutexHandle wanted) noexcept : handle(wanted), slot(find(wanted)) {
         if (slot == nullptr) return;
-        if (isChecked || !isAlone() || slot->owner.load(std::memory_order_relaxed) != 0 || !freesAtThreadExit)
-            [[unlikely]] {
+        if (isChecked || !isAlone() || slot->owner.load(std::memory_order_relaxed) != 0 || holder == 0) [[unlikely]] {
             if (!acquireMutex(handle)) slot = nullptr;
             return;
         }
-        slot->owner.store(threadSelf(), std::memory_order_relaxed);
+        slot->owner.store(holder, std::memory_order_relaxed);
         slot->depth.store(0, std::memory_order_relaxed);
     }
     ~Hold() { release(); }
@@ -81,7 +80,7 @@ public:
         if (slot == nullptr) return;
         // The mutex may have been closed meanwhile, and the slot be another's.
         if (isChecked || !isAlone() || !isOpen(*slot, handle) || slot->depth.load(std::memory_order_relaxed) != 0 ||
-            slot->owner.load(std::memory_order_relaxed) != threadSelf()) [[unlikely]]
+            slot->owner.load(std::memory_order_relaxed) != holder) [[unlikely]]
             releaseMutex(handle);
         else
             slot->owner.store(0, std::memory_order_relaxed);

@@ -10,7 +10,7 @@
 namespace oocobol::host {
 
 constinit mutexes::Table mutexes::table;
-constinit thread_local bool mutexes::freesAtThreadExit [[gnu::tls_model("initial-exec")]] = false;
+constinit thread_local std::uint64_t mutexes::holder [[gnu::tls_model("initial-exec")]] = 0;
 
 namespace {
 
@@ -104,8 +104,8 @@ void releaseAll(void *) {
 }
 
 void freeAtThreadExit() {
-    if (freesAtThreadExit) return;
-    freesAtThreadExit = true;
+    if (holder != 0) return;
+    holder = threadSelf();
     atThreadExit(releaseAll, nullptr);
 }
 

@@ -48,18 +48,18 @@ private:
 // empty when memory is short.
 class WorkArea {
 public:
-    explicit WorkArea(std::size_t size) noexcept : length(size) {
-        if (size <= sizeof inlineBytes)
-            std::memset(inlineBytes, 0, size);
-        else
-            allocated = static_cast<std::byte *>(allocate(size));
+    explicit WorkArea(std::size_t size) noexcept
+        : length(size), start(size <= sizeof inlineBytes ? inlineBytes : static_cast<std::byte *>(allocate(size))) {
+        if (size <= sizeof inlineBytes) std::memset(inlineBytes, 0, size);
     }
-    ~WorkArea() { release(allocated); }
+    ~WorkArea() {
+        if (length > sizeof inlineBytes) release(start);
+    }
     WorkArea(const WorkArea &) = delete;
     WorkArea &operator=(const WorkArea &) = delete;
 
-    explicit operator bool() const noexcept { return length <= sizeof inlineBytes || allocated != nullptr; }
-    std::byte *bytes() noexcept { return length <= sizeof inlineBytes ? inlineBytes : allocated; }
+    explicit operator bool() const noexcept { return start != nullptr; }
+    std::byte *bytes() noexcept { return start; }
     std::size_t size() const noexcept { return length; }
     Element element() noexcept { return {bytes()}; }
     Returning returning() noexcept { return Returning{{bytes()}}; }
@@ -67,7 +67,7 @@ public:
 
 private:
     std::size_t length;
-    std::byte *allocated = nullptr;
+    std::byte *start;
     alignas(16) std::byte inlineBytes[256];
 };
 

@@ -18,7 +18,7 @@ struct [[gnu::packed]] EntryCallbackFields {
     char name[callbackNameWidth];
     std::uint64_t parameters[storedArguments];
     Count parameterCount;
-    Flag entryIsCobol, entryIsWide; // see `entry`; here they align what follows
+    bool entryIsCobol, entryIsWide; // see `entry`; here they align what follows
     Count active;                   // invocations in progress, see use.h
     // Where the entry was found the last time, for as long as no entry has been registered or withdrawn since.
     host_entry entry;

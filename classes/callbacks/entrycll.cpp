@@ -8,6 +8,7 @@
 #include "classes/text/text_values.h"
 #include "host/mutex_slots.h"
 #include "runtime/module.h"
+#include "runtime/send_fast.h"
 
 namespace oocobol {
 namespace {
@@ -89,8 +90,8 @@ std::string_view paddedName(const Self &self) {
     const auto version = host::programsVersion();
     const auto found = host::findProgram(paddedName(self));
     self->entry = found.entry;
-    self->entryIsCobol = found.cobol ? 1 : 0;
-    self->entryIsWide = found.wide ? 1 : 0;
+    self->entryIsCobol = found.cobol;
+    self->entryIsWide = found.wide;
     self->entryVersion = version;
     return found;
 }
@@ -100,7 +101,7 @@ std::string_view paddedName(const Self &self) {
     const auto &fields = *self;
     if (fields.entry == nullptr || fields.entryVersion != host::programsVersion()) [[unlikely]]
         return findEntryAnew(self);
-    return {.entry = fields.entry, .cobol = fields.entryIsCobol != 0, .wide = fields.entryIsWide != 0};
+    return {.entry = fields.entry, .cobol = fields.entryIsCobol, .wide = fields.entryIsWide};
 }
 
 [[gnu::noinline]] void raiseNoResult(const Self &self, bool threw) {
@@ -221,7 +222,7 @@ std::string_view upToSpaceOrNull(Name name) noexcept {
 }
 
 bool invokeEntryNatively(Ref callback, EntryCallbackFields &fields, void *const *list) noexcept {
-    if (fields.parameterCount != 0) return false;
+    if (fields.parameterCount != 0 || detail::stackPosition() < thread.stackLimit) return false;
     const Self self(callback, &fields);
     Hold hold(fields.lock != 0 ? fields.lock : mutexOf(self));
     Use use(callback, &*self);

@@ -26,12 +26,12 @@ void sendThrough(const Cell &cell, Ref receiver, void *const *list) noexcept {
     send(receiver, site, list, maximumArguments); // it has become something else
 }
 
-namespace {
-
 // Without stored arguments the list is the method's as it is.
-[[gnu::noinline]] bool invokeMessage(Ref callback, CallbackFields &fields, void *const *list) {
+bool invokeMessageNatively(Ref callback, CallbackFields &fields, void *const *list) noexcept {
     const auto receiver = fields.receiver;
-    if (!receiver || fields.parameterCount != 0 || !detail::gateOpen(receiver.index())) return false;
+    if (detail::stackPosition() < thread.stackLimit || !receiver || fields.parameterCount != 0 ||
+        !detail::gateOpen(receiver.index()))
+        return false;
     const auto *entry = findEntry(receiver);
     const auto *cell = entry != nullptr ? cellOfMessage(fields, *entry) : nullptr;
     if (cell == nullptr) return false;
@@ -41,8 +41,6 @@ namespace {
     return true;
 }
 
-} // namespace
-
 void Invoker::findOut() noexcept {
     known.look(callback);
     kind = Kind::dead;
@@ -51,20 +49,6 @@ void Invoker::findOut() noexcept {
         kind = Kind::callback;
     else
         kind = invokesNatively<EntryCallbackFields>(known.behaviour()) ? Kind::entryCallback : Kind::byMessage;
-}
-
-bool Invoker::invoke(void *const *list) noexcept {
-    if (!known.isSame()) [[unlikely]]
-        findOut();
-    if (detail::stackPosition() < thread.stackLimit) return false;
-    switch (kind) {
-    case Kind::entryCallback:
-        return invokeEntryNatively(callback, *reinterpret_cast<EntryCallbackFields *>(known.body()), list);
-    case Kind::callback:
-        return invokeMessage(callback, *reinterpret_cast<CallbackFields *>(known.body()), list);
-    default:
-        return false;
-    }
 }
 
 } // namespace oocobol

@@ -9,6 +9,11 @@
 
 namespace oocobol {
 
+// `invoke` of a callback of the very class. False, and nothing done, when only the message can: there are stored
+// arguments, the stack is at its end, or there is no receiver that understands the callback's message.
+bool invokeEntryNatively(Ref callback, EntryCallbackFields &fields, void *const *list) noexcept;
+bool invokeMessageNatively(Ref callback, CallbackFields &fields, void *const *list) noexcept;
+
 // A callback that is invoked over and over: what kind of one it is is found out once.
 class Invoker {
 public:
@@ -17,7 +22,14 @@ public:
     Ref ref() const noexcept { return callback; }
     bool isLive() const noexcept { return known.isSame() ? kind != Kind::dead : oocobol::isLive(callback); }
     // Does what `invoke` does with that list. False, and nothing done, when only the message can.
-    bool invoke(void *const *list) noexcept;
+    bool invoke(void *const *list) noexcept {
+        if (!known.isSame()) [[unlikely]]
+            findOut();
+        if (kind == Kind::entryCallback)
+            return invokeEntryNatively(callback, *reinterpret_cast<EntryCallbackFields *>(known.body()), list);
+        return kind == Kind::callback &&
+               invokeMessageNatively(callback, *reinterpret_cast<CallbackFields *>(known.body()), list);
+    }
 
 private:
     enum class Kind : std::uint8_t { dead, byMessage, callback, entryCallback };
@@ -41,8 +53,5 @@ template <class Fields> bool invokesNatively(const Behaviour &behaviour) noexcep
 const Cell *cellOfMessage(CallbackFields &fields, const Entry &receiver) noexcept;
 // Runs what the cell was found for. A receiver that has gone by now gets nothing, and nothing is raised.
 void sendThrough(const Cell &cell, Ref receiver, void *const *list) noexcept;
-
-// `invoke` of an entry callback of the very class. False, and nothing done, when it has stored arguments.
-bool invokeEntryNatively(Ref callback, EntryCallbackFields &fields, void *const *list) noexcept;
 
 } // namespace oocobol

@@ -91,7 +91,7 @@ std::size_t areaWidth(Ref collection) noexcept {
     return std::max(width, sizeof(std::uint64_t));
 }
 
-constinit thread_local const Travelling *Travelling::innermost = nullptr;
+constinit thread_local const Travelling *Travelling::innermost [[gnu::tls_model("initial-exec")]] = nullptr;
 
 bool Travelling::holds(const std::byte *address, std::size_t wanted) noexcept {
     for (const auto *area = innermost; area != nullptr; area = area->outer) {

@@ -83,7 +83,7 @@ public:
     static bool holds(const std::byte *address, std::size_t wanted) noexcept;
 
 private:
-    static constinit thread_local const Travelling *innermost;
+    static constinit thread_local const Travelling *innermost [[gnu::tls_model("initial-exec")]];
     const std::byte *start;
     std::size_t width;
     const Travelling *outer;
@@ -226,17 +226,15 @@ Index searchBackward(const Receiver &self, Element element, std::int64_t from, s
 
 // ---- Walking --------------------------------------------------------------------------------------------------------
 
-// Sends `invoke` with all the arguments that it may have: one that lacks some takes a longer road. What the message
-// would do is done without it where that is the library's code.
-template <class... Arguments>
-void sendInvoke(Invoker &invoker, Returning answer, const Arguments &...arguments) noexcept {
-    constexpr std::uint32_t most = 10;
-    void *list[maximumArguments] = {answer.address, detail::addressOf(arguments)...};
-    if (!answer || !invoker.invoke(list)) send(invoker.ref(), SITE("invoke"), list, 1 + most);
+// Sends `invoke` with all the arguments that it may have: one that lacks some takes a longer road. The list is as long
+// as any.
+inline void sendInvokeList(Ref callback, void *const *list) noexcept {
+    send(callback, SITE("invoke"), list, 1 + invokeArguments + 1);
 }
+// What the message would do is done without it where that is the library's code.
 template <class... Arguments> void sendInvoke(Ref callback, Returning answer, const Arguments &...arguments) noexcept {
-    Invoker invoker(callback);
-    sendInvoke(invoker, answer, arguments...);
+    void *list[maximumArguments] = {answer.address, detail::addressOf(arguments)...};
+    if (!answer || !Invoker(callback).invoke(list)) sendInvokeList(callback, list);
 }
 
 // A block: what `invoke` runs. One that is gone ends the walk that uses it, once it has been tried.
@@ -244,14 +242,18 @@ class Block {
 public:
     // `width`: of the longest answer that is wanted; 8 bytes are answered by any.
     explicit Block(Ref wanted, std::size_t width = 0) noexcept
-        : callback(wanted), answer(width < sizeof(std::uint64_t) ? sizeof(std::uint64_t) : width) {}
+        : callback(wanted),
+          answer(width < sizeof(std::uint64_t) ? sizeof(std::uint64_t) : width), list{answer.bytes()} {}
     explicit operator bool() const noexcept { return static_cast<bool>(answer); }
 
-    // False when there is no such block: the error has been raised.
+    // False when there is no such block: the error has been raised. To be invoked with as many arguments each time.
     template <class... Arguments> bool invoke(const Arguments &...arguments) noexcept {
         clear();
+        std::size_t count = 0;
+        ((list[++count] = detail::addressOf(arguments)), ...);
+        if (callback.invoke(list)) return true;
         const auto alive = callback.isLive();
-        sendInvoke(callback, answer.returning(), arguments...);
+        sendInvokeList(callback.ref(), list);
         return alive;
     }
     bool answered(Flag flag) noexcept { return std::to_integer<Flag>(*answer.bytes()) == flag; }
@@ -268,19 +270,31 @@ private:
     Invoker callback;
     WorkArea answer;
     Travelling travelling{answer};
+    void *list[maximumArguments];
 };
 
 // Clears the quit flag of the receiver now and when the iteration ends.
 template <class Self> class Iteration {
 public:
-    explicit Iteration(const Self &walked) noexcept : self(walked) { self->quit = 0; }
+    explicit Iteration(const Self &walked) noexcept : self(walked) {
+        self->quit = 0;
+        known.look(self.ref());
+        hasFields = known.body() == reinterpret_cast<const std::byte *>(&*self);
+    }
     ~Iteration() { self->quit = 0; }
     Iteration(const Iteration &) = delete;
     Iteration &operator=(const Iteration &) = delete;
-    bool isOver() const noexcept { return self->quit == 1; }
+    bool isOver() const noexcept {
+        if (hasFields && known.isSame()) [[likely]]
+            return reinterpret_cast<const Fields *>(known.body())->quit == 1;
+        return self->quit == 1;
+    }
 
 private:
+    using Fields = std::remove_reference_t<decltype(*std::declval<Self>())>;
     const Self &self;
+    KnownObject known;
+    bool hasFields; // the receiver's, and not what stands in for them
 };
 
 // A callback on an object's own method, with what it is to get in front of the element: 8-byte values. The caller

@@ -67,7 +67,7 @@ Ref doubleByteClass(ClassSelf) { return mixedTextClass(); }
 Answer<Ref> asMixedText(const Self &self) { return mixedTextOfClass(mixedTextClass(), charactersOf(*self)); }
 
 // Whether the object says that it holds double-byte characters.
-bool holdsDoubleByte(Ref object) {
+[[gnu::always_inline]] inline bool holdsDoubleByte(Ref object) {
     return characters::mayBeDoubleByte() && send<bool>(SITE("containsdbcscharacters"), object);
 }
 

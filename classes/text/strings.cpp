@@ -29,24 +29,31 @@ bool makesNatively(const ClassFamily &family) noexcept {
 // The class side that was last found to make its texts natively.
 constinit KnownBehaviour nativeMaker{};
 
-// Whether a text of the class may be made without running code from outside.
-bool makesNatively(Ref classObject) noexcept {
-    const auto *behaviour = behaviourOfObject(classObject);
-    if (behaviour == nullptr) return false;
-    if (nativeMaker.id() == behaviour->id) return true;
+[[gnu::noinline]] bool learnMaker(const Behaviour &behaviour) noexcept {
     const auto changes = maskChanges.load(std::memory_order_acquire);
-    if (!behaviour->classSide || !makesNatively(*behaviour->family)) return false;
-    nativeMaker.remember(behaviour->id, changes);
+    if (!behaviour.classSide || !makesNatively(*behaviour.family)) return false;
+    nativeMaker.remember(behaviour.id, changes);
     return true;
 }
+// Whether a text of the class may be made without running code from outside.
+[[gnu::always_inline]] inline bool makesNatively(Ref classObject) noexcept {
+    const auto *behaviour = behaviourOfObject(classObject);
+    return behaviour != nullptr && (nativeMaker.id() == behaviour->id || learnMaker(*behaviour));
+}
+
+// A text that has been made here, and where its characters lie.
+struct MadeText {
+    Ref object;
+    char *characters = nullptr;
+};
 
 // The object and its storage in one go; null when there is no memory. The characters are whatever `memory` left there.
-Ref makeText(Ref classObject, std::size_t size, void *(*memory)(std::size_t) noexcept) noexcept {
+MadeText makeText(Ref classObject, std::size_t size, void *(*memory)(std::size_t) noexcept) noexcept {
     auto *storage = static_cast<std::byte *>(memory(size + 1));
     const auto made = storage != nullptr ? createInstance(classObject) : null;
     if (!made) {
         release(storage);
-        return null;
+        return {};
     }
     auto &fields = fieldsOfMade(made);
     fields.storage = storage;
@@ -55,7 +62,7 @@ Ref makeText(Ref classObject, std::size_t size, void *(*memory)(std::size_t) noe
     fields.slotCount = static_cast<Count>(size);
     fields.storageLength = static_cast<Count>(size);
     storage[size] = std::byte{0};
-    return made;
+    return {made, reinterpret_cast<char *>(storage)};
 }
 
 // The text is given up before anybody has heard of it.
@@ -74,11 +81,12 @@ bool yieldsToMixedText(Ref classObject) noexcept {
 
 NewText::NewText(Ref classObject, std::size_t wanted) noexcept : ofClass(classObject), size(wanted) {
     if (wanted > longestText) return;
-    if (makesNatively(classObject)) made = makeText(classObject, wanted, allocateUncleared);
-    if (made)
-        area = reinterpret_cast<char *>(fieldsOfMade(made).storage);
-    else
-        takeWorkArea();
+    if (makesNatively(classObject)) {
+        const auto text = makeText(classObject, wanted, allocateUncleared);
+        made = text.object;
+        area = text.characters;
+    }
+    if (!made) takeWorkArea();
 }
 
 void NewText::takeWorkArea() noexcept {
@@ -120,11 +128,10 @@ Ref nativeText(Ref classObject, std::string_view bytes, std::string_view more = 
     const auto size = bytes.size() + more.size();
     if (size > longestText || !makesNatively(classObject)) return null;
     const auto made = makeText(classObject, size, allocateUncleared);
-    if (!made) return null;
-    auto *storage = fieldsOfMade(made).storage;
-    if (!bytes.empty()) std::memcpy(storage, bytes.data(), bytes.size());
-    if (!more.empty()) std::memcpy(storage + bytes.size(), more.data(), more.size());
-    return made;
+    if (!made.object) return null;
+    if (!bytes.empty()) std::memcpy(made.characters, bytes.data(), bytes.size());
+    if (!more.empty()) std::memcpy(made.characters + bytes.size(), more.data(), more.size());
+    return made.object;
 }
 
 } // namespace
@@ -140,7 +147,9 @@ namespace strings {
 
 namespace {
 
-std::string_view charactersOf(const Self &self) noexcept { return oocobol::charactersOf(*self); }
+[[gnu::always_inline]] inline std::string_view charactersOf(const Self &self) noexcept {
+    return oocobol::charactersOf(*self);
+}
 
 std::string_view textAt(Index length, Bytes value) noexcept {
     return {value.address, static_cast<std::size_t>(length > 0 ? length : 0)};
@@ -155,7 +164,7 @@ bool isPosition(Index position, std::size_t size) noexcept {
 // ---- Class methods ------------------------------------------------------------------------------------------------
 
 Ref blank(Ref classObject, Index length) noexcept {
-    return makesNatively(classObject) ? makeText(classObject, static_cast<std::size_t>(length), allocate) : null;
+    return makesNatively(classObject) ? makeText(classObject, static_cast<std::size_t>(length), allocate).object : null;
 }
 
 Ref initialized(Ref made, Index length) {
