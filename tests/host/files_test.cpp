@@ -69,23 +69,6 @@ TEST_F(Folder, PatternsAreTheShells) {
     for (const auto *nothing : {"[", "s*/inner", "none", "", ".", "..", "sub/", "none/*"}) finds(nothing, "");
 }
 
-TEST_F(Folder, AnyNameThatFilesHaveIsFound) {
-    const std::vector<std::string> names{
-        "\n", " ", "\"q\"", "a b ", "back\\slash", "line\nbreak", std::string(255, 'n'), "z\x80.txt", "\xFF\xFE"};
-    std::string all; // in the order of their bytes
-    for (const auto &name : names) {
-        folder.write(name, "x");
-        all += name + " ";
-    }
-    for (const auto *locale : {"C", "C.UTF-8"}) {
-        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr);
-        EXPECT_EQ(search(at("*")), all) << locale;
-        EXPECT_EQ(search(at("z?.txt")), "z\x80.txt ") << locale;
-        for (const auto &name : names) EXPECT_EQ(lookUpFile(at(name)).size, 1U) << name;
-    }
-    std::setlocale(LC_ALL, "C");
-}
-
 TEST_F(Folder, ThousandsOfNamesComeInOrder) {
     std::string all;
     for (int i = 0; i < 5000; ++i) {
@@ -96,18 +79,6 @@ TEST_F(Folder, ThousandsOfNamesComeInOrder) {
 }
 
 // ---- What happens meanwhile -----------------------------------------------------------------------------------------
-
-TEST_F(Folder, ASearchKeepsToTheNamesOfItsStart) {
-    make({"a", "b", "c"});
-    FoundFile found;
-    EXPECT_EQ(first(at("*"), found), "a");
-    std::filesystem::remove(at("b"));
-    make({"aa", "d"});
-    EXPECT_EQ(next(found.handle, found), "b");
-    std::filesystem::remove_all(folder.path);
-    EXPECT_EQ(next(found.handle, found), "c");
-    EXPECT_EQ(next(found.handle, found), "");
-}
 
 TEST_F(Folder, SearchesEndAndTheNumberOfOpenOnesIsBounded) {
     make({"a", "b", "c"});
@@ -190,23 +161,6 @@ TEST_F(Folder, LinksAreFollowedAndLoopsAreFiles) {
     EXPECT_FALSE(lookUpFile(at("loop")).isDirectory);
     EXPECT_EQ(attributes(at("link")), "directory");
     EXPECT_EQ(search(at("loop/*")), "");
-}
-
-TEST_F(Folder, AFolderWithoutPermissionHoldsNothing) {
-    make({"shut/inner", "list/inner"});
-    chmod(folder.path.c_str(), 0755);
-    chmod(at("shut").c_str(), 0);
-    chmod(at("list").c_str(), 0444);
-    const auto user = geteuid();
-    if (user == 0) {
-        ASSERT_EQ(seteuid(65534), 0);
-    }
-    EXPECT_EQ(search(at("shut/*")), "");
-    EXPECT_FALSE(lookUpFile(at("shut/inner")).found);
-    EXPECT_TRUE(lookUpFile(at("shut")).isDirectory);
-    EXPECT_EQ(search(at("list/*")), "inner ");
-    ASSERT_EQ(seteuid(user), 0);
-    for (const auto *name : {"shut", "list"}) chmod(at(name).c_str(), 0755);
 }
 
 } // namespace

@@ -38,18 +38,6 @@ Outcome run(const std::string &input, const std::function<void()> &code) {
     return {{std::istreambuf_iterator<char>(output), {}}, WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status)};
 }
 
-TEST(Console, outputKeepsItsPlaceAmongThatOfOthers) {
-    const auto code = [] {
-        display("a");
-        std::printf("b");
-        displayLine(std::string_view("c\0d", 3));
-        std::printf("e\n");
-        displayLine("");
-        endRunUnit();
-    };
-    EXPECT_EQ(run("", code), Outcome(std::string("abc\0d\ne\n\n", 9), 0));
-}
-
 TEST(Console, keysAndLinesComeFromOneInput) {
     const auto code = [] {
         for (int i = 0; i < 2; ++i) std::printf("%d ", readKey());

@@ -126,18 +126,5 @@ TEST_F(Sends, StopExceptionsAndEndlessRecursionAndTheRunGoesOn) {
     says(root, "throw -> error 109; again -> error 108; again -> error 108");
 }
 
-// The handler of an error inside a method finalizes the receiver of that very method.
-TEST_F(Sends, MethodsThatLoseTheirObjectWorkOnNothing) {
-    RaisedErrors errors;
-    const auto collection = send<Ref>(SITE("ofvalues"), CLASS("ordrdcll"), comp5(), Index{4});
-    errors.action = [&](Ref raisedOn, Count) {
-        if (raisedOn == collection) finalize(collection);
-    };
-    Count element = 0;
-    send(SITE("at"), collection, into(element), Index{9});
-    EXPECT_EQ(errors.numbers().front(), 3u);
-    EXPECT_FALSE(isLive(collection));
-}
-
 } // namespace
 } // namespace oocobol::test

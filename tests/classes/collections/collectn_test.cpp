@@ -178,13 +178,5 @@ TEST_F(Collections, FinalizeDeeply) {
     EXPECT_FALSE(isLive(own));
 }
 
-TEST_F(Collections, RefuseSourcesThatAreNone) {
-    const auto gone = listOf("a");
-    finalize(gone);
-    for (const auto *program : {"array", "ordrdcll", "srtdclln"})
-        says(classForProgram(program), "withall $1 -> error 106 -> nil", {gone});
-    says(CLASS("array"), "ofvalues $1, 3 -> error 106 -> nil", {gone}); // as a template
-}
-
 } // namespace
 } // namespace oocobol::test

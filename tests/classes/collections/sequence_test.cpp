@@ -54,17 +54,6 @@ TEST_P(Sequenced, FindsReplacesAndCopies) {
     if (isArray()) says(own.ref(), "add b -> error 1; remove z -> error 5; $array withall $1 -> ()", {none.ref()});
 }
 
-TEST_P(Sequenced, MovesOverlappingRanges) {
-    const auto replaced = [&](const char *range, const char *result) {
-        const Temporary own(make("a b c d"));
-        says(own.ref(), "replacesubcollection " + std::string(range) + "; * -> " + result, {own.ref()});
-    };
-    replaced("2, 4, $1, 1", "(a a b c)");
-    replaced("1, 3, $1, 2", "(b c d d)");
-    replaced("1, 0, $1, 3", "(a b c d)");
-    replaced("3, -7, $1, 1", "(a b c d)");
-}
-
 TEST_P(Sequenced, WalksInEveryDirectionUntilItIsToldToStop) {
     const Temporary own(make("a b c"));
     Noting words("w", {}, width()), keyed("nw", {}, width()), both("ww", {}, width());

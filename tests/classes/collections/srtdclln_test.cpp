@@ -99,14 +99,6 @@ TEST_F(Sorted, CountsAmongElementsThatOnlyCompareEqual) {
     });
 }
 
-TEST_F(Sorted, AnswersListsAndCopies) {
-    const Block yes([](void **) { return 1; });
-    says(Temporary(sortedOf("b a c")).ref(),
-         "select $1 -> it; it class -> $ordrdcll; it finalize; copywith aa -> it; it class -> $srtdclln; "
-         "it * -> (a aa b c); it finalize",
-         {yes.ref()});
-}
-
 TEST_F(Sorted, KeepsItsElementsWhateverAComparisonDoes) {
     Ref sorted;
     int calls = 0;
@@ -153,23 +145,6 @@ TEST_F(Sorted, AsksOnceForWhatIsNotThere) {
              "setsortentry " + tooLong + " -> error 33; atput 1, z -> error 16; insertallafter 0, $1 -> error 16; " +
              "add bb; * -> (a b bb c)",
          {sorted.ref(), Ref{0x2020202020202020}});
-}
-
-TEST_F(Sorted, SendsSortToASubclassThatRedefinesIt) {
-    static int sorts;
-    static constinit oops_super_site up = OOPS_SUPER_SITE("counting", "sort");
-    const auto counting =
-        OutsideClass("counting", "countingcollection", CLASS("srtdclln"))
-            .method("sort",
-                    [](const oops_ref *self, void *data, void *, void *low, void *high, void *pivot, void *swap) {
-                        ++sorts;
-                        oopsresolvetosuper(&up, self, data, 5, nullptr, low, high, pivot, swap);
-                    })
-            .registerIt();
-    const Temporary sorted(unsorted({"d", "a", "c", "e", "b", "g", "f"}, counting));
-    sorts = 0;
-    says(sorted.ref(), "resort; * -> (a b c d e f g)");
-    EXPECT_GE(sorts, 3);
 }
 
 // ---- The sorts themselves, against std::sort, for every way they can take ------------------------------------------

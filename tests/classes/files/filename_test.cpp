@@ -213,27 +213,6 @@ TEST(FileName, WrongArgumentsRaiseAndChangeNothing) {
     says(nameless.ref(), "findnext -> 'b'; setpathz 'x'"); // goes on with that search, without its path
 }
 
-TEST(FileName, SurvivesObjectsThatEndOrMisbehave) {
-    OutsideClass("selfname", "selfname", CLASS("chararry"))
-        .method("asinternalfilename", [](const oops_ref *self, void *, oops_ref *returning) { *returning = *self; })
-        .registerIt();
-    OutsideClass("endname", "endname", CLASS("chararry"))
-        .method("asinternalfilename",
-                [](const oops_ref *self, void *, oops_ref *returning) {
-                    finalize(Ref{*self});
-                    *returning = 0;
-                })
-        .registerIt();
-    const auto given = [](Ref ofClass) { return send<Ref>(SITE("withlengthvalue"), ofClass, Index{5}, "given"); };
-    const Temporary name(named("a")),
-        taken(send<Ref>(SITE("withname"), classObject(), given(classForProgram("selfname"))));
-    EXPECT_EQ(valueOf(taken.ref()), "given");
-    const RaisedErrors errors;
-    EXPECT_FALSE(send<Ref>(SITE("withname"), classObject(), given(classForProgram("endname"))));
-    send(SITE("setpath"), name.ref(), given(classForProgram("endname")));
-    says(name.ref(), "* -> 'a'; initialize $1; * -> 'given'", {taken.ref()});
-}
-
 TEST_P(FileSearch, MemoryFailingAnywhereLeavesNothingBehind) {
     for (const auto *name : {"a", "b", "sub/c"}) folder.write(name, "");
     const Temporary pattern(text(at("*"))), part(text("x"));

@@ -8,12 +8,6 @@ using namespace std::literals;
 
 class PicX : public testing::Test {};
 
-TEST_F(PicX, ComparesAsNoTextDoes) {
-    says(Temporary(itemOf("AB")),
-         "greaterthanorequalbylengthvalue 3, {AB } -> 1; lessthanorequalbylengthvalue 3, {AB } -> 1; "
-         "`ab` equalsignorecase `AB ` -> 0; equalsignorecasebylengthvalue 3, {aB } -> 0");
-}
-
 // Lengths are looked at before the value is.
 TEST_F(PicX, RefusesLengthsThatNoItemHas) {
     for (const auto environment : {singleByte, doubleByte}) {

@@ -153,21 +153,6 @@ TEST_P(Leaving, TheSenderItselfEndsTheSignal) {
     }
 }
 
-TEST_P(Leaving, ByBecomingAnotherObjectHarmsNothing) {
-    const auto source = newComponent(), other = newListener();
-    const auto receivers = receiversOf(source, 2);
-    told.action = [&](const Told &entry) {
-        if (entry.object == receivers[0]) send(SITE("becomes"), receivers[0], other);
-    };
-    tell(source, 1);
-    EXPECT_EQ(told.receivers(), receivers);
-    for (const auto object : {receivers[0], other, receivers[1]}) finalize(object);
-    told = {};
-    const RaisedErrors errors;
-    tell(source, 2);
-    EXPECT_TRUE(told.told.empty());
-}
-
 // ---- Spies ---------------------------------------------------------------------------------------------------------
 
 TEST_F(Components, AreWatchedBySpiesThatMayStopASignal) {
@@ -372,15 +357,6 @@ TEST_F(ConcurrentComponents, SignalConnectAndEndAtOnce) {
     using host::MutexKind;
     EXPECT_FALSE(host::lockOrder::seen(MutexKind::component, MutexKind::component));
 #endif
-}
-
-TEST_F(ConcurrentComponents, TwoThatEndEachOther) {
-    for (int round = 0; round < 200; ++round) {
-        Ref pair[2] = {newCounter(), newCounter()};
-        connect(pair[0], pair[1]);
-        connect(pair[1], pair[0]);
-        onThreads(2, [&](int number) { finalize(pair[number]); });
-    }
 }
 
 } // namespace
