@@ -97,8 +97,6 @@ public:
         const auto which = below(members.size());
         if (decisions.oneIn(8))
             bePestered(members[which]);
-        else if (decisions.oneIn(6))
-            beSentAnything(which);
         else
             beUsed(which);
         // What the operation was not about can only have changed by a fault: now and then is often enough.
@@ -134,11 +132,6 @@ private:
         if (choice == 2) return Ref{std::uint64_t{decisions.below(65536)} << 33 | decisions.below(4096)};
         if (choice == 3) return stale.empty() ? null : decisions.among(stale);
         return choice == 4 ? block : decisions.among(objects);
-    }
-    // A class, a collection, or anything.
-    Ref anything() {
-        if (decisions.oneIn(3) && !members.empty()) return decisions.among(members).ref;
-        return decisions.oneIn(6) ? CLASS("ordrdcll") : anyReference();
     }
     Index number(std::size_t size) {
         return decisions.oneIn(8) ? decisions.among(edges) : static_cast<Index>(below(size + 3)) - 1;
@@ -446,46 +439,6 @@ private:
             if (isLive(member.ref) && send<Ref>(SITE("class"), member.ref) == CLASS("srtdclln"))
                 send(SITE("setsortmethod"), member.ref, member.ref, Bytes{"defaultSortMethod"});
         }
-    }
-
-    // ---- Anything -----------------------------------------------------------------------------------------------
-
-    // Methods that take an address on trust, or whose answer is the caller's to release or shares what it points to.
-    static bool isTrusting(std::string_view name) {
-        constexpr std::string_view names[] = {
-            "setcollptr",        "fillstringbm", "collectbm",    "detectbm",        "malloc",
-            "dealloc",           "basiccopy",    "copycontents", "allocateelement", "allocateelements",
-            "levelsofrecursion", "trace",        "writetrace",   "calculatesizebm", "becomes",
-            "setdelegate",       "initialize",   "getaddress",   "basicgrow"};
-        return std::find(std::begin(names), std::end(names), name) != std::end(names) || name.starts_with("fuzzmethod");
-    }
-
-    // A method of one of the sequenced classes, with arguments that are mostly of the wrong kind.
-    void beSentAnything(std::size_t which) {
-        constexpr const char *classes[] = {"collectn", "sequence", "array", "dynarray", "ordrdcll", "srtdclln"};
-        const auto all = familyOfClass(classForProgram(decisions.among(classes)))->methods(false).inOrder();
-        const auto &method = decisions.among(all);
-        const auto *name = selectorOf(method.selector).name;
-        const auto ref = members[which].ref;
-        if (isTrusting(name)) return;
-        if (send<Count>(SITE("capacity"), ref) > 500) return finish(which); // it would grow for ever
-        note(name);
-        std::vector<std::string> areas(method.parameters, std::string(areaSize, '\0'));
-        if (decisions.oneIn(6)) areas[0].clear(); // left out
-        for (std::size_t i = 1; i < areas.size(); ++i) {
-            const auto chosen = decisions.oneIn(3) ? static_cast<std::uint32_t>(number(8)) : anything().bits;
-            // What is just not refused would ask for all the memory there is.
-            const auto asked = static_cast<Index>(chosen);
-            const auto isHuge = asked == 538976287 || (asked > 1000000 && std::string_view(name) == "growto");
-            if (!isHuge) areas[i].replace(0, sizeof chosen, bytesOf(chosen));
-            if (decisions.oneIn(6)) areas[i].clear();
-        }
-        {
-            const Sweep sweep; // whatever a method has made and not given away belongs to nobody else
-            sendAreas(ref, name, areas);
-        }
-        restoreOrder();
-        lookAgain();
     }
 
     Decisions &decisions;

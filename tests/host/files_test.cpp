@@ -1,9 +1,6 @@
 // Files: looking them up and searching in real folders with all that these may hold.
-#include <clocale>
 #include <set>
 #include <sys/stat.h>
-#include <unistd.h>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -95,18 +92,6 @@ TEST_F(Folder, SearchesEndAndTheNumberOfOpenOnesIsBounded) {
     EXPECT_EQ(next(one.handle, found), "c");
     EXPECT_EQ(found.handle, 0);
     for (const auto ended : {one.handle, std::uint16_t{0}}) EXPECT_EQ(next(ended, found), "");
-}
-
-TEST_F(Folder, HandlesAreUsedAgainOnlyWhenTheirSearchIsOver) {
-    make({"a", "b"});
-    FoundFile kept, found;
-    EXPECT_EQ(first(at("*"), kept), "a");
-    for (int i = 0; i < 65600; ++i) {
-        ASSERT_EQ(first(at("*"), found), "a");
-        ASSERT_NE(found.handle, kept.handle);
-        ASSERT_EQ(next(found.handle, found), "b");
-    }
-    EXPECT_EQ(next(kept.handle, found), "b");
 }
 
 TEST_F(Folder, ThreadsSearchAtOnce) {

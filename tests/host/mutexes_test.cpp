@@ -118,15 +118,6 @@ TEST(Threads, getTheirOwnCopyOfTheBlockAndCleanUp) {
     EXPECT_EQ(distinct.size(), 10U);
 }
 
-TEST(Threads, exitActionsRunLatestFirstAndMayAskForMore) {
-    static std::string order;
-    std::thread([] {
-        atThreadExit([](void *) { order += "a"; }, nullptr);
-        atThreadExit([](void *) { order += "b", atThreadExit([](void *) { order += "c"; }, nullptr); }, nullptr);
-    }).join();
-    EXPECT_EQ(order, "bca");
-}
-
 // Two threads that take two mutexes crosswise, each holding one the yielding way, do not wait for each other.
 TEST(YieldingHold, givesItsMutexUpWhileItsThreadWaits) {
     const OwnMutex mine(MutexKind::component), other;

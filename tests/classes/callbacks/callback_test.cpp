@@ -18,6 +18,12 @@ protected:
     static Ref onEntry(const std::string &entry) {
         return send<Ref>(SITE("new"), CLASS("entrycll"), Bytes{entry.c_str()}, s1);
     }
+    // The name field of a callback, which ends.
+    static std::string nameOf(Ref made) {
+        std::string name(81, '?');
+        send(SITE("getmessage"), Temporary(made).ref(), into(name));
+        return name;
+    }
     static constexpr std::int64_t s1 = 101, s2 = 102;
     const Temporary taker{newListener()};
 };
@@ -68,12 +74,7 @@ TEST_F(Callbacks, KeepNamesAsTheyMustBe) {
         {onEntry("\"two words\"behind"), padded("\"two words\"", 81)},
         {onEntry("\"" + longest), padded(tooLong, 81)},
     };
-    for (const auto &[made, expected] : names) {
-        std::string name(81, '?');
-        send(SITE("getmessage"), made, into(name));
-        EXPECT_EQ(name, expected);
-        finalize(made);
-    }
+    for (const auto &[made, expected] : names) EXPECT_EQ(nameOf(made), expected);
 }
 
 TEST_F(Callbacks, EndAfterTheInvocationThatFinalizesThem) {
@@ -95,11 +96,6 @@ TEST_F(Callbacks, EndAfterTheInvocationThatFinalizesThem) {
 
 // An entry name ends with its closing quote, whatever bytes the environment takes for halves of characters.
 TEST_F(Callbacks, TakeNamesByTheEnvironmentsCharacters) {
-    const auto nameOf = [](Ref made) {
-        std::string name(81, '?');
-        send(SITE("getmessage"), Temporary(made).ref(), into(name));
-        return name;
-    };
     const std::string_view quoted = "\"caf\xE9\"", spaced = "abc\x81\x40"
                                                             "def";
     {

@@ -49,19 +49,6 @@ TEST_P(MixedText, FactoriesAnswerTheClassThatTheCharactersAskFor) {
          "getdbcsspace -> [" SPACE2 "]"sv);
 }
 
-TEST_P(MixedText, LongTextsHaveNoLimit) {
-    const Index groups = isNative ? 20000 : 3000; // of five bytes, four characters
-    std::string value;
-    for (Index i = 0; i < groups; ++i) value += KA "xyz";
-    const Temporary text(make(value + SPACE2 "  ")), turned(send<Ref>(SITE("reverse"), text.ref()));
-    const auto size = 4 * groups + 3, last = 4 * groups - 3;
-    EXPECT_EQ(send<Index>(SITE("size"), text.ref()), size);
-    EXPECT_EQ(valueOfMade(send<Ref>(SITE("trimblanks"), text.ref())), value);
-    EXPECT_EQ(characterAt(text.ref(), last), KA);
-    EXPECT_EQ(characterAt(turned.ref(), size - last + 1), KA);
-    EXPECT_EQ(send<Index>(SITE("occurrencesof"), text.ref(), area(std::string(KA))), groups);
-}
-
 TEST_P(MixedText, CharactersOfOneWidthReplaceThoseOfTheOther) {
     const Temporary text(make("a" HA "b"));
     says(text,
@@ -306,23 +293,6 @@ TEST(MixedTextEnvironment, ASingleByteEnvironmentHasNoDoubleByteCharacters) {
     const InEnvironment environment(singleByte);
     says(CLASS("dbcsarry"), "withvalue '" HA "\x82' -> it; it class -> $chararry; it atput 1, '\x83'; "
                             "it class -> $chararry; it finalize; `" HA "\x82` sizeinbytes -> 3");
-}
-
-TEST(MixedTextEnvironment, TextsOutliveAChangeOfTheEnvironment) {
-    const auto madeIn = [](std::uint8_t status, Index count) {
-        const InEnvironment environment(status);
-        return madeOf(CLASS("dbcsarry"), count, HA HI);
-    };
-    const Temporary made(madeIn(doubleByte, 2)), other(madeIn(singleByte, 4));
-    const RaisedErrors errors;
-    for (const auto status : {singleByte, doubleByte}) {
-        const InEnvironment environment(status);
-        for (const auto text : {made.ref(), other.ref()}) {
-            EXPECT_EQ(valueOf(text), HA HI);
-            for (Index i = 0; i < 6; ++i) characterAt(text, i);
-            finalize(send<Ref>(SITE("reverse"), text));
-        }
-    }
 }
 
 } // namespace
