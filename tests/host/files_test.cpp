@@ -13,13 +13,6 @@ namespace {
 
 using tests::TemporaryFolder;
 
-TEST(FileNames, AreJoinedUpToTheLongest) {
-    const std::string path(longestFileName - 3, 'p');
-    std::string joined;
-    EXPECT_TRUE(joinFileName({path, "b", ""}, joined));
-    EXPECT_FALSE(joinFileName({path, "ba", ""}, joined));
-}
-
 // ---- Searches -------------------------------------------------------------------------------------------------------
 
 // What a search finds first and next, as its name tells: nothing is nothing. All that it finds, each with a space

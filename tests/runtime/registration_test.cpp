@@ -62,19 +62,6 @@ TEST(ClassTree, EveryMethodIsRegisteredOnceInLowerCase) {
 
 const auto nothing = +[](const oops_ref *, void *, void *) {};
 
-TEST(Registration, FindsAProgramsClassInAnyCaseAndRegistersItOnce) {
-    oops_ref one = 0, other = 0, missing = 5;
-    oopsgetclassobject(&one, "ordrdcll");
-    oopsgetclassobject(&other, "ORDRDCLL  ");
-    oopsgetclassobject(&missing, "nosuchprogram");
-    EXPECT_NE(one, 0u);
-    EXPECT_EQ(one, other);
-    EXPECT_EQ(missing, 0u);
-    OutsideClass twice("rttwice", "registrationtwice", classForProgram("base"));
-    const auto first = twice.method("nothing", nothing).registerIt();
-    EXPECT_EQ(OutsideClass("rttwice", "registrationtwice", classForProgram("base")).registerIt(), first);
-}
-
 TEST(Registration, WhatCannotBeRegisteredRaises107) {
     RaisedErrors errors;
     const auto base = classForProgram("base");

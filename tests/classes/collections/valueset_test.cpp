@@ -111,22 +111,6 @@ TEST_F(ReferenceSets, PassOverWhatIsGone) {
     says(byIdentity.ref(), "remove $1; size -> 1", {gone});
 }
 
-// Fresh objects have places of their own: adding them one after the other never meets an occupied slot.
-TEST_F(ReferenceSets, OfFreshObjectsDoNotCollide) {
-    const Temporary set(send<Ref>(SITE("ofreferences"), CLASS("iset"), Index{1000}));
-    std::vector<Ref> objects;
-    std::size_t displaced = 0;
-    for (int i = 0; i < 700; ++i) {
-        objects.push_back(send<Ref>(SITE("new"), CLASS("base")));
-        send(SITE("add"), set.ref(), objects.back());
-        const auto slot = send<Index>(SITE("findelement"), set.ref(), objects.back());
-        displaced += slot != static_cast<Index>(objects.back().index() % 1000 + 1);
-    }
-    says(set.ref(), "capacity -> 1000");
-    EXPECT_LE(displaced, 35u);
-    for (const auto object : objects) finalize(object);
-}
-
 // ---- Bags ----------------------------------------------------------------------------------------------------------
 
 class Bags : public KindsTest<Kind> {};

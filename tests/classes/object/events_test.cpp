@@ -45,14 +45,6 @@ TEST_F(Events, AreTranslatedForOtherObjectsAndIntoSignals) {
     EXPECT_EQ(told.told.back(), (Told{target, "note", 5}));
 }
 
-TEST_F(Events, MayEndWhateverTheyReach) {
-    const auto object = subject(), other = subject();
-    says(object, "translateevent 7, $1, 7", {other});
-    told.action = [&](const Told &) { says(other, "finalize; $1 finalize", {object}); };
-    send(SITE("doevent"), object, Count{7});
-    EXPECT_EQ(told.receivers(), Refs{object});
-}
-
 // ---- What an object leaves behind -----------------------------------------------------------------------------------
 
 // Makes objects until one takes the place of the one that has gone.

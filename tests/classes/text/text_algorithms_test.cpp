@@ -219,15 +219,5 @@ TEST_F(TextAlgorithms, EndNoTextInsideACharacter) {
     EXPECT_STREQ(area, "a \xA0");
 }
 
-TEST(InSingleByteText, EveryByteIsACharacter) {
-    const InEnvironment environment(singleByte);
-    const std::string_view text = HA SPACE2;
-    EXPECT_EQ(characters::count(text), 4U);
-    EXPECT_EQ(characters::lengthOf(text, 3), 3U);
-    EXPECT_FALSE(characters::anyDoubleByte(text));
-    EXPECT_EQ(characters::withoutSpacesAround(text), text);
-    EXPECT_EQ(characters::upToSpace("\x81 "), "\x81");
-}
-
 } // namespace
 } // namespace oocobol::test
